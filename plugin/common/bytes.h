@@ -1,0 +1,21 @@
+// The vocabulary of the kernels: views of bytes and of 16-bit text, and the buffers they fill.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace kzv {
+
+using ByteView = std::span<const std::uint8_t>;
+using ByteBuffer = std::span<std::uint8_t>;
+
+// One UTF-16 unit wherever it stands in memory: older hosts keep their text at odd addresses.
+struct [[gnu::packed, gnu::may_alias]] Unit {
+  std::uint16_t value;
+};
+using UnitView = std::span<const Unit>;
+
+inline constexpr char kHexDigits[] = "0123456789ABCDEF";
+
+}  // namespace kzv
