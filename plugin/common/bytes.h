@@ -16,6 +16,4 @@ struct [[gnu::packed, gnu::may_alias]] Unit {
 };
 using UnitView = std::span<const Unit>;
 
-inline constexpr char kHexDigits[] = "0123456789ABCDEF";
-
 }  // namespace kzv

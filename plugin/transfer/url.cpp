@@ -5,29 +5,17 @@
 #include <cstring>
 #include <string_view>
 
+#include "hex_digits.h"
+
 namespace kzv::url {
 namespace {
-
-// What one byte is replaced with. Four bytes wide so that it is written with one store.
-struct Escape {
-  std::array<char, 3> text;
-  std::uint8_t length;
-};
-static_assert(sizeof(Escape) == 4);
-
-constexpr Escape kAsItIs(std::size_t byte) { return {{static_cast<char>(byte), 0, 0}, 1}; }
-constexpr Escape kPercent(std::size_t byte) {
-  return {{'%', kHexDigits[byte >> 4], kHexDigits[byte & 15]}, 3};
-}
-
-using EscapeTable = std::array<Escape, 256>;
 
 consteval EscapeTable make_escapes(Escape space, Escape plus) {
   constexpr std::string_view kKept = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789!*-._@";
   EscapeTable table{};
   for (std::size_t byte = 0; byte < table.size(); ++byte) {
-    const bool kept = kKept.find(static_cast<char>(byte)) != kKept.npos;
-    table[byte] = kept ? kAsItIs(byte) : kPercent(byte);
+    const bool kept = kKept.find(static_cast<char>(byte)) != std::string_view::npos;
+    table[byte] = kept ? as_it_is(byte) : hex_escape('%', byte);
   }
   table[' '] = space;
   table['+'] = plus;
@@ -36,22 +24,11 @@ consteval EscapeTable make_escapes(Escape space, Escape plus) {
 
 // One table for each value of the two option bits.
 constexpr std::array<EscapeTable, 4> escapechars = {
-    make_escapes(kPercent(' '), kAsItIs('+')),
-    make_escapes(kAsItIs('+'), kPercent('+')),
-    make_escapes(kPercent(' '), kPercent('+')),
-    make_escapes(kPercent(' '), kAsItIs('+')),
+    make_escapes(hex_escape('%', ' '), as_it_is('+')),
+    make_escapes(as_it_is('+'), hex_escape('%', '+')),
+    make_escapes(hex_escape('%', ' '), hex_escape('%', '+')),
+    make_escapes(hex_escape('%', ' '), as_it_is('+')),
 };
-
-consteval std::array<std::uint8_t, 256> make_digit_values() {
-  std::array<std::uint8_t, 256> values{};
-  for (std::uint8_t value = 0; value < 16; ++value) {
-    const char digit = kHexDigits[value];
-    values[static_cast<std::uint8_t>(digit)] = value;
-    if (digit >= 'A') values[static_cast<std::uint8_t>(digit - 'A' + 'a')] = value;
-  }
-  return values;
-}
-constexpr std::array<std::uint8_t, 256> kDigitValues = make_digit_values();
 
 }  // namespace
 

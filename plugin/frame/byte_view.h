@@ -1,0 +1,34 @@
+// An argument's bytes exactly as stored, held for the duration of one call.
+#pragma once
+
+#include "bytes.h"
+#include "frame/host_reference.h"
+#include "frame/string_data.h"
+
+namespace kzv {
+
+// Of a host string: on hosts up to version 2013.0 the bytes in the string object itself, kept in place by a
+// lock; on newer ones what REALGetStringData gives. Of a memory block: its bytes, locked. A null argument,
+// and one whose bytes are not to be had, is empty. Nothing is ever written through the view.
+class rbData {
+ public:
+  explicit rbData(REALstringStruct *s);
+  explicit rbData(REALmemoryBlockStruct *block);
+  rbData(const rbData &) = delete;
+  rbData &operator=(const rbData &) = delete;
+
+  ByteView bytes() const { return bytes_; }
+
+ private:
+  // At most one of these holds something; what it holds is given back when the view ends.
+  HostString lockedString;
+  HostObject lockedObject;
+  StringData stringData;
+  ByteView bytes_;
+};
+
+// The bytes in the string object of an older host, without taking anything. The object must be locked if the
+// host can lock it.
+ByteView StoredBytes(const REALstringStruct *s);
+
+}  // namespace kzv

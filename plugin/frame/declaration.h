@@ -1,0 +1,93 @@
+// Holds the declaration of a function, as the host reads it, against the function's C++ type at compile time.
+// The address loses its type on the way to the host, so a mistake here would be a crash in the host's
+// process.
+#pragma once
+
+#include <array>
+#include <string_view>
+#include <type_traits>
+
+#include "abi.h"
+
+namespace kzv {
+
+enum class DeclaredType : std::uint8_t { kString, kMemoryBlock, kInteger, kDouble, kBoolean };
+
+struct Signature {
+  static constexpr std::size_t kMostParameters = 8;
+
+  DeclaredType result{};
+  std::size_t count = 0;
+  std::array<DeclaredType, kMostParameters> parameters{};
+
+  constexpr void add(DeclaredType parameter) { parameters[count++] = parameter; }
+  bool operator==(const Signature &) const = default;
+};
+
+// Never defined: a check that comes upon one of them stops the build with its name.
+[[noreturn]] void declaration_is_malformed();
+[[noreturn]] void declaration_names_an_unknown_type();
+[[noreturn]] void declaration_differs_from_its_function();
+
+template <typename Type>
+constexpr DeclaredType type_in_declaration() {
+  if constexpr (std::is_same_v<Type, REALstringStruct *>) return DeclaredType::kString;
+  if constexpr (std::is_same_v<Type, REALmemoryBlockStruct *>) return DeclaredType::kMemoryBlock;
+  if constexpr (std::is_same_v<Type, std::int32_t>) return DeclaredType::kInteger;
+  if constexpr (std::is_same_v<Type, double>) return DeclaredType::kDouble;
+  if constexpr (std::is_same_v<Type, REALboolean>) return DeclaredType::kBoolean;
+  declaration_names_an_unknown_type();  // the function has a type that the host language does not know
+}
+
+template <typename Result, typename... Parameters>
+constexpr Signature signature_of(std::type_identity<Result(Parameters...)>) {
+  Signature signature{.result = type_in_declaration<Result>()};
+  (signature.add(type_in_declaration<Parameters>()), ...);
+  return signature;
+}
+
+constexpr std::string_view trimmed(std::string_view text) {
+  while (text.starts_with(' ')) text.remove_prefix(1);
+  while (text.ends_with(' ')) text.remove_suffix(1);
+  return text;
+}
+
+// The type in "name as type = default"; the name of a result is empty.
+constexpr DeclaredType type_named_in(std::string_view text) {
+  constexpr std::string_view kAs = " as ";
+  const std::size_t as = text.find(kAs);
+  if (as == text.npos) declaration_is_malformed();
+  const std::string_view type = trimmed(text.substr(as + kAs.size(), text.find('=') - as - kAs.size()));
+  if (type == "string") return DeclaredType::kString;
+  if (type == "memoryblock") return DeclaredType::kMemoryBlock;
+  if (type == "integer") return DeclaredType::kInteger;
+  if (type == "double") return DeclaredType::kDouble;
+  if (type == "boolean") return DeclaredType::kBoolean;
+  declaration_names_an_unknown_type();
+}
+
+// Reads "Name(name as type, name as type = default) as type".
+constexpr Signature signature_in(std::string_view declaration) {
+  const std::size_t open = declaration.find('(');
+  const std::size_t close = declaration.rfind(')');
+  if (open == declaration.npos || open == 0 || close == declaration.npos) declaration_is_malformed();
+  Signature signature{.result = type_named_in(declaration.substr(close + 1))};
+  std::string_view parameters = declaration.substr(open + 1, close - open - 1);
+  while (!parameters.empty()) {
+    const std::string_view parameter = parameters.substr(0, parameters.find(','));
+    signature.add(type_named_in(parameter));
+    parameters.remove_prefix(parameter.size() == parameters.size() ? parameter.size() : parameter.size() + 1);
+  }
+  return signature;
+}
+
+// `declaration`, once it is known to declare `Function`.
+template <typename Function>
+consteval const char *declares(const char *declaration) {
+  if (signature_in(declaration) != signature_of(std::type_identity<Function>())) {
+    declaration_differs_from_its_function();
+  }
+  return declaration;
+}
+
+}  // namespace kzv

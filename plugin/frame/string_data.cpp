@@ -1,0 +1,105 @@
+#include "frame/string_data.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "frame/host_reference.h"
+
+namespace kzv {
+namespace {
+
+using StringLength = std::int32_t(REALstringStruct *);
+
+void *REALLoadFrameworkMethod(const char *declaration) {
+  static constinit EntryPoint<void *(void *, const char *)> pLoadGlobalMethod("REALLoadGlobalMethod");
+  return pLoadGlobalMethod(nullptr, declaration);
+}
+
+// The host language's LenB. It is a method of the host's framework rather than an entry point, so it is found
+// through "REALLoadGlobalMethod", but kept in the same way.
+StringLength *LenB() {
+  static constinit std::atomic<StringLength *> pLenB{nullptr};
+  StringLength *length = pLenB.load(std::memory_order_relaxed);
+  if (length == nullptr) {
+    length = reinterpret_cast<StringLength *>(REALLoadFrameworkMethod("LenB( s as string ) as integer"));
+    if (length != nullptr) pLenB.store(length, std::memory_order_relaxed);
+  }
+  return length;
+}
+
+// The two services that the copying road needs.
+struct CopyServices {
+  const void *(*get_c_string)(REALstringStruct *);
+  StringLength *length;
+};
+
+struct Free {
+  void operator()(std::uint8_t *copy) const { std::free(copy); }
+};
+struct Copy {
+  std::unique_ptr<std::uint8_t[], Free> bytes;  // null when the bytes cannot be had
+  std::int32_t length = 0;
+};
+
+Copy CopyStoredBytes(const CopyServices &host, REALstringStruct *s) {
+  constexpr std::size_t kTerminator = 4;  // enough for text of any unit width
+  const std::int32_t told = host.length(s);
+  const std::size_t length = told > 0 ? static_cast<std::size_t>(told) : 0;
+  const void *const stored = host.get_c_string(s);
+  if (stored == nullptr && length > 0) return {};
+  Copy copy{
+      std::unique_ptr<std::uint8_t[], Free>(static_cast<std::uint8_t *>(std::malloc(length + kTerminator))),
+      static_cast<std::int32_t>(length)};
+  if (copy.bytes == nullptr) return {};
+  if (length > 0) std::memcpy(copy.bytes.get(), stored, length);
+  std::memset(copy.bytes.get() + length, 0, kTerminator);
+  return copy;
+}
+
+bool CopyBytes(REALstringStruct *s, REALencoding encoding, REALstringData &record) {
+  static constinit EntryPoint<const void *(REALstringStruct *)> pGetCString("StringGetCString");
+  const CopyServices host = {pGetCString.address(), LenB()};
+  if (host.get_c_string == nullptr || host.length == nullptr || s == nullptr) return false;
+  HostString converted;
+  if (encoding != kEncodingBytes && REALGetStringEncoding(s) != encoding) {
+    converted.reset(REALConvertString(s, encoding));
+    if (!converted) return false;
+  }
+  Copy copy = CopyStoredBytes(host, converted ? converted.get() : s);
+  converted.reset();  // before the copy passes on: should the host throw here, it is freed
+  if (copy.bytes == nullptr) return false;
+  record = {copy.bytes.release(), copy.length, encoding, {}};
+  return true;
+}
+
+void ReleaseStringData(StringDataOwner owner, REALstringData &record) {
+  // A host that lends bytes but has no service to take them back leaves them to us.
+  if (owner == StringDataOwner::kHost && REALDisposeStringData(&record)) return;
+  std::free(const_cast<std::uint8_t *>(record.data));
+}
+
+}  // namespace
+
+StringDataOwner REALGetStringData(REALstringStruct *s, REALencoding encoding, REALstringData &record) {
+  using GetStringData = REALboolean(REALstringStruct *, REALencoding, REALstringData *);
+  static constinit EntryPoint<GetStringData> pGetStringData("PluginGetStringData");
+  if (auto *const get_string_data = pGetStringData.address()) {
+    const bool filled = IsTrue(get_string_data(s, encoding, &record));
+    return filled ? StringDataOwner::kHost : StringDataOwner::kNobody;
+  }
+  return CopyBytes(s, encoding, record) ? StringDataOwner::kLibrary : StringDataOwner::kNobody;
+}
+
+ByteView BytesOf(const REALstringData &record) {
+  if (record.data == nullptr || record.length <= 0) return {};
+  return {record.data, static_cast<std::size_t>(record.length)};
+}
+
+StringData::~StringData() noexcept(false) {
+  if (owner_ != StringDataOwner::kNobody) {
+    GiveBack([this] { ReleaseStringData(owner_, record_); });
+  }
+}
+
+}  // namespace kzv

@@ -1,0 +1,40 @@
+// A string's bytes in a wanted encoding: asked of newer hosts, copied out of older ones.
+#pragma once
+
+#include "bytes.h"
+#include "frame/entry_points.h"
+
+namespace kzv {
+
+enum class StringDataOwner : std::uint8_t { kNobody, kHost, kLibrary };
+
+// Fills `record` with the bytes of `s` in `encoding` (kEncodingBytes: as stored) and tells who must release
+// them; kNobody when they are not to be had. A host without "PluginGetStringData" gets them copied, with four
+// zero bytes behind the copy.
+StringDataOwner REALGetStringData(REALstringStruct *s, REALencoding encoding, REALstringData &record);
+
+// The bytes of a record. What the host fills in is not trusted: a null pointer or a length below 1 is no
+// text.
+ByteView BytesOf(const REALstringData &record);
+
+// Owns a filled record.
+class StringData {
+ public:
+  StringData() = default;
+  StringData(const StringData &) = delete;
+  StringData &operator=(const StringData &) = delete;
+  ~StringData() noexcept(false);
+
+  // Takes the bytes of `s`, once in the life of the object; false when they are not to be had.
+  bool take(REALstringStruct *s, REALencoding encoding) {
+    owner_ = REALGetStringData(s, encoding, record_);
+    return owner_ != StringDataOwner::kNobody;
+  }
+  ByteView bytes() const { return BytesOf(record_); }
+
+ private:
+  REALstringData record_{};
+  StringDataOwner owner_ = StringDataOwner::kNobody;
+};
+
+}  // namespace kzv

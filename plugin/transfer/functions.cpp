@@ -1,0 +1,30 @@
+#include "transfer/functions.h"
+
+#include "frame/transform.h"
+#include "transfer/url.h"
+
+namespace kzv {
+namespace {
+
+constexpr auto kAsManyBytes = [](std::size_t byte_count) { return std::uint64_t{byte_count}; };
+
+REALstringStruct *EncodeURL(REALstringStruct *s, std::int32_t options) {
+  return TransformBytes(s, kEncodingASCII, url::encode_room, [options](ByteView in, ByteBuffer out) {
+    return url::encode(in, static_cast<std::uint32_t>(options), out);
+  });
+}
+
+REALstringStruct *DecodeURL(REALstringStruct *s, std::int32_t options) {
+  return TransformBytes(s, kEncodingBytes, kAsManyBytes, [options](ByteView in, ByteBuffer out) {
+    return url::decode(in, static_cast<std::uint32_t>(options), out);
+  });
+}
+
+}  // namespace
+
+REALstringStruct *EncodingToURL1(REALstringStruct *s) { return EncodeURL(s, 0); }
+REALstringStruct *EncodingToURL2(REALstringStruct *s, std::int32_t options) { return EncodeURL(s, options); }
+REALstringStruct *DecodingToURL1(REALstringStruct *s) { return DecodeURL(s, 0); }
+REALstringStruct *DecodingToURL2(REALstringStruct *s, std::int32_t options) { return DecodeURL(s, options); }
+
+}  // namespace kzv

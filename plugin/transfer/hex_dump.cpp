@@ -1,0 +1,157 @@
+#include "hex_dump.h"
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <cstring>
+
+#include "hex_digits.h"
+
+namespace kzv::hex_dump {
+namespace {
+
+constexpr std::uint64_t kMaxSize = 2'147'483'647;
+
+using Pair = std::array<char, 2>;
+consteval std::array<Pair, 256> make_pairs() {
+  std::array<Pair, 256> pairs{};
+  for (std::size_t byte = 0; byte < pairs.size(); ++byte) {
+    pairs[byte] = {kHexDigits[byte >> 4], kHexDigits[byte & 15]};
+  }
+  return pairs;
+}
+constexpr std::array<Pair, 256> kPairs = make_pairs();
+
+std::uint8_t *append(std::uint8_t *to, ByteView text) { return std::copy(text.begin(), text.end(), to); }
+
+ByteView filler_of(const Shape &shape) {
+  static constexpr std::uint8_t kZeroDigit = '0';
+  return shape.filler.empty() ? ByteView(&kZeroDigit, 1) : shape.filler;
+}
+
+// Writes `count` hex digits of the input, from its digit number `first` on. Either end may split a byte.
+void write_digits(ByteView input, std::size_t first, std::size_t count, std::uint8_t *to) {
+  const std::uint8_t *from = input.data() + first / 2;
+  if (first % 2 != 0) {
+    *to++ = static_cast<std::uint8_t>(kPairs[*from++][1]);
+    --count;
+  }
+  for (; count >= 2; count -= 2, to += 2) std::memcpy(to, &kPairs[*from++], sizeof(Pair));
+  if (count > 0) *to = static_cast<std::uint8_t>(kPairs[*from][0]);
+}
+
+// The measures of a shape that has a `dump_size`, all of which therefore fit.
+class Layout {
+ public:
+  explicit Layout(const Shape &shape)
+      : shape_(shape),
+        group_digits_(static_cast<std::size_t>(shape.hexlen)),
+        groups_(static_cast<std::size_t>(shape.linelen)),
+        stride_(group_digits_ + shape.spacer.size()) {}
+
+  [[nodiscard]] std::size_t line_digits() const { return group_digits_ * groups_; }
+  [[nodiscard]] std::size_t line_size() const {
+    return shape_.linestart.size() + stride_ * groups_ - shape_.spacer.size() + shape_.lineend.size();
+  }
+
+  // All of a line but its groups.
+  void write_frame(std::uint8_t *line) const {
+    line = append(line, shape_.linestart) + group_digits_;
+    for (std::size_t group = 1; group < groups_; ++group) line = append(line, shape_.spacer) + group_digits_;
+    append(line, shape_.lineend);
+  }
+
+  void write_groups(ByteView input, std::size_t digit, std::uint8_t *line) const {
+    std::uint8_t *to = line + shape_.linestart.size();
+    if (group_digits_ == 2) {
+      // A byte for each group is what most dumps are.
+      const ByteView bytes = input.subspan(digit / 2, groups_);
+      for (const std::uint8_t byte : bytes) {
+        std::memcpy(to, &kPairs[byte], sizeof(Pair));
+        to += stride_;
+      }
+      return;
+    }
+    for (std::size_t group = 0; group < groups_; ++group) {
+      write_digits(input, digit, group_digits_, to);
+      digit += group_digits_;
+      to += stride_;
+    }
+  }
+
+  // The groups of a line for which the input has too few digits.
+  void write_padded_groups(ByteView input, std::size_t digit, std::uint8_t *line) const {
+    const ByteView filler = filler_of(shape_);
+    std::size_t next_filler = 0;
+    std::uint8_t *to = line + shape_.linestart.size();
+    for (std::size_t group = 0; group < groups_; ++group) {
+      const std::size_t count = std::min(group_digits_, input.size() * 2 - digit);
+      write_digits(input, digit, count, to);
+      digit += count;
+      for (std::size_t i = count; i < group_digits_; ++i) {
+        to[i] = filler[next_filler];
+        if (++next_filler == filler.size()) next_filler = 0;
+      }
+      to += stride_;
+    }
+  }
+
+ private:
+  const Shape &shape_;
+  std::size_t group_digits_;
+  std::size_t groups_;
+  std::size_t stride_;  // from the start of one group to the start of the next
+};
+
+}  // namespace
+
+std::optional<std::uint64_t> dump_size(std::size_t byte_count, const Shape &shape) {
+  if (byte_count == 0 || shape.hexlen < 1 || shape.linelen < 1) return 0;
+  // Lengths are cut to what is certainly too much: below, no sum or product of two then reaches 2^63.
+  const auto length = [](std::size_t size) { return std::min(std::uint64_t{size}, kMaxSize + 1); };
+  const auto groups = static_cast<std::uint64_t>(shape.linelen);
+  const std::uint64_t line_digits = static_cast<std::uint64_t>(shape.hexlen) * groups;
+  if (line_digits > kMaxSize) return std::nullopt;
+  const std::uint64_t digits = length(byte_count) * 2;
+  if (digits + line_digits * length(filler_of(shape).size()) > kMaxSize) return std::nullopt;
+
+  const std::uint64_t line_size = length(shape.linestart.size()) + line_digits +
+                                  (groups - 1) * length(shape.spacer.size()) + length(shape.lineend.size());
+  if (line_size > kMaxSize) return std::nullopt;
+  const std::uint64_t size = (digits + line_digits - 1) / line_digits * line_size;
+  if (size + 1 > kMaxSize) return std::nullopt;
+  return size;
+}
+
+std::size_t dump(ByteView input, const Shape &shape, ByteBuffer output) {
+  assert(dump_size(input.size(), shape).has_value() && *dump_size(input.size(), shape) <= output.size());
+  if (input.empty() || shape.hexlen < 1 || shape.linelen < 1) return 0;
+  const Layout layout(shape);
+  const std::size_t line_size = layout.line_size();
+  const std::size_t line_digits = layout.line_digits();
+  const std::size_t digits = input.size() * 2;
+
+  // The first line is framed piece by piece; every other one begins as a copy of the line before.
+  layout.write_frame(output.data());
+  std::uint8_t *line = output.data();
+  for (std::size_t digit = 0; digit < digits; digit += line_digits) {
+    if (digit > 0) std::memcpy(line, line - line_size, line_size);
+    if (digits - digit >= line_digits) {
+      layout.write_groups(input, digit, line);
+    } else {
+      layout.write_padded_groups(input, digit, line);
+    }
+    line += line_size;
+  }
+
+  // The texts around the groups all stand in the first line, and the filler in the last.
+  const ByteView written(output.data(), line);
+  for (const ByteView ends : {written.first(line_size), written.last(line_size)}) {
+    const void *zero = std::memchr(ends.data(), 0, ends.size());
+    if (zero != nullptr)
+      return static_cast<std::size_t>(static_cast<const std::uint8_t *>(zero) - written.data());
+  }
+  return written.size();
+}
+
+}  // namespace kzv::hex_dump

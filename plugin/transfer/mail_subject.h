@@ -1,0 +1,22 @@
+// Text as the value of a mail header: one encoded word in UTF-8 and the "Q" encoding (RFC 2047, sections 2
+// and 4.2).
+#pragma once
+
+#include "bytes.h"
+
+namespace kzv::mail_subject {
+
+// Whether the UTF-8 text holds a byte outside 32 to 127 in front of its first zero byte (or its end). What
+// looks like an encoded word is no reason to encode.
+bool needs_encoding(ByteView utf8);
+
+// Bytes that the output of `encode` must hold: 3 for each byte of text and 12 around them.
+constexpr std::uint64_t encode_room(std::size_t byte_count) { return std::uint64_t{byte_count} * 3 + 12; }
+
+// Writes the text up to its first zero byte (or its end) as one encoded word, however long: nothing is split
+// or folded. "=", "_" and bytes from 128 on become "=" and two upper-case hex digits, a space becomes "_";
+// all else, control characters and "?" included, stays as it is, looser than RFC 2047, section 5. Returns
+// the number of bytes written.
+std::size_t encode(ByteView utf8, ByteBuffer output);
+
+}  // namespace kzv::mail_subject

@@ -1,0 +1,200 @@
+#include "quoted_printable.h"
+
+#include <array>
+#include <cassert>
+#include <cstring>
+
+#include "hex_digits.h"
+
+namespace kzv::quoted_printable {
+namespace {
+
+constexpr bool is_text(std::uint8_t byte) {
+  return (byte >= ' ' && byte <= '~' && byte != '=') || byte == '\t';
+}
+constexpr bool is_line_break(std::uint8_t byte) { return byte == '\r' || byte == '\n'; }
+constexpr bool is_white_space(std::uint8_t byte) { return byte == ' ' || byte == '\t'; }
+
+enum class Class : std::uint8_t { kText, kLineBreak, kEscaped };
+
+consteval std::array<Class, 256> make_classes() {
+  std::array<Class, 256> classes{};
+  for (std::size_t value = 0; value < classes.size(); ++value) {
+    const auto byte = static_cast<std::uint8_t>(value);
+    classes[value] = is_line_break(byte) ? Class::kLineBreak : is_text(byte) ? Class::kText : Class::kEscaped;
+  }
+  return classes;
+}
+constexpr std::array<Class, 256> kClasses = make_classes();
+
+constexpr bool is_hex_digit(std::uint8_t byte) { return byte == '0' || kDigitValues[byte] != 0; }
+
+// How many bytes from `start` on satisfy `belongs`: whole blocks first, for which one answer is enough.
+template <typename Predicate>
+std::size_t run_length(ByteView input, std::size_t start, Predicate belongs) {
+  constexpr std::size_t kBlock = 16;
+  std::size_t at = start;
+  for (; input.size() - at >= kBlock; at += kBlock) {
+    const ByteView block = input.subspan(at, kBlock);
+    unsigned strangers = 0;
+    for (const std::uint8_t byte : block) strangers += belongs(byte) ? 0U : 1U;
+    if (strangers != 0) break;
+  }
+  while (at < input.size() && belongs(input[at])) ++at;
+  return at - start;
+}
+
+// Position behind the line break at `at`: CR LF and LF CR are one break, CR CR and LF LF are two.
+std::size_t behind_line_break(ByteView input, std::size_t at) {
+  const std::uint8_t other = input[at] == '\r' ? '\n' : '\r';
+  return at + 1 < input.size() && input[at + 1] == other ? at + 2 : at + 1;
+}
+
+// Where the encoder's output goes: into a buffer, or nowhere while its size is found out.
+class Writer {
+ public:
+  explicit Writer(ByteBuffer output) : output_(output) {}
+  void append(const void *bytes, std::size_t byte_count) {
+    assert(byte_count <= output_.size() - size_);
+    std::memcpy(output_.data() + size_, bytes, byte_count);
+    size_ += byte_count;
+  }
+  [[nodiscard]] std::size_t size() const { return size_; }
+
+ private:
+  ByteBuffer output_;
+  std::size_t size_ = 0;
+};
+
+class Counter {
+ public:
+  void append(const void *, std::size_t byte_count) { size_ += byte_count; }
+  [[nodiscard]] std::uint64_t size() const { return size_; }
+
+ private:
+  std::uint64_t size_ = 0;
+};
+
+// One encoding in progress: what was written, and how full its last line is.
+template <typename Output>
+class EncodeData {
+ public:
+  EncodeData(ByteView input, std::int32_t line_length, Output output)
+      : output_(output), input_(input), room_(line_room(line_length)) {}
+
+  auto encode() {
+    bool has_line_breaks = false;
+    while (position_ < input_.size()) {
+      const std::uint8_t byte = input_[position_];
+      switch (kClasses[byte]) {
+        case Class::kText:
+          encode_text();
+          break;
+        case Class::kLineBreak:
+          output_line_break();
+          position_ = behind_line_break(input_, position_);
+          has_line_breaks = true;
+          break;
+        case Class::kEscaped:
+          emit_hex_encoded(byte);
+          ++position_;
+          break;
+      }
+    }
+    if (has_line_breaks && column_ > 0) output_soft_break();
+    return output_.size();
+  }
+
+ private:
+  // White space at the end of a line could get lost in transport, so it is escaped there.
+  void encode_text() {
+    ByteView text = input_.subspan(position_, run_length(input_, position_, is_text));
+    position_ += text.size();
+    const bool at_line_end = position_ < input_.size() && is_line_break(input_[position_]);
+    if (at_line_end && is_white_space(text.back())) {
+      emit_literally(text.first(text.size() - 1));
+      emit_hex_encoded(text.back());
+    } else {
+      emit_literally(text);
+    }
+  }
+
+  void emit_literally(ByteView text) {
+    while (!text.empty()) {
+      if (column_ + 1 > room_) output_soft_break();
+      // Without any room at all, each character stands alone on its line.
+      const std::size_t fitting = std::min(text.size(), std::max(room_ - column_, std::size_t{1}));
+      column_ += fitting;
+      output_.append(text.data(), fitting);
+      text = text.subspan(fitting);
+    }
+  }
+
+  void emit_hex_encoded(std::uint8_t byte) {
+    if (column_ + 3 > room_) output_soft_break();
+    column_ += 3;
+    const std::array<char, 3> escape = {'=', kHexDigits[byte >> 4], kHexDigits[byte & 15]};
+    output_.append(escape.data(), escape.size());
+  }
+
+  void output_line_break() {
+    output_.append("\r\n", 2);
+    column_ = 0;
+  }
+
+  void output_soft_break() {
+    output_.append("=", 1);
+    output_line_break();
+  }
+
+  Output output_;
+  ByteView input_;
+  std::size_t position_ = 0;
+  std::size_t room_;
+  std::size_t column_ = 0;  // at most the room or, on a line that is too short, one escape
+};
+
+// Position behind a soft break whose "=" is followed, at `at`, by white space or the line break itself.
+std::size_t behind_soft_break(ByteView input, std::size_t at) {
+  at += run_length(input, at, [](std::uint8_t byte) { return !is_line_break(byte); });
+  return at < input.size() ? behind_line_break(input, at) : at;
+}
+
+}  // namespace
+
+std::uint64_t encoded_size(ByteView input, std::int32_t line_length) {
+  return EncodeData(input, line_length, Counter()).encode();
+}
+
+std::size_t encode(ByteView input, std::int32_t line_length, ByteBuffer output) {
+  return EncodeData(input, line_length, Writer(output)).encode();
+}
+
+std::size_t decode(ByteView input, ByteBuffer output) {
+  assert(output.size() >= input.size());
+  const auto stays = [](std::uint8_t byte) { return byte != '=' && !is_line_break(byte); };
+  std::size_t written = 0;
+  std::size_t at = 0;
+  while (at < input.size()) {
+    if (is_line_break(input[at])) {
+      output[written++] = '\n';
+      at = behind_line_break(input, at);
+    } else if (input[at] != '=') {
+      const std::size_t length = run_length(input, at, stays);
+      std::memcpy(output.data() + written, input.data() + at, length);
+      written += length;
+      at += length;
+    } else if (at + 1 < input.size() && (is_line_break(input[at + 1]) || is_white_space(input[at + 1]))) {
+      at = behind_soft_break(input, at + 1);
+    } else {
+      if (input.size() - at >= 3 && is_hex_digit(input[at + 1]) && is_hex_digit(input[at + 2])) {
+        const unsigned value = kDigitValues[input[at + 1]] * 16U + kDigitValues[input[at + 2]];
+        output[written++] = static_cast<std::uint8_t>(value);
+      }
+      at = std::min(at + 3, input.size());
+    }
+  }
+  return written;
+}
+
+}  // namespace kzv::quoted_printable

@@ -1,0 +1,15 @@
+// The body of yEnc-encoded data (yEnc draft 1.3): what stands between the header and trailer lines, its
+// line breaks already taken out.
+#pragma once
+
+#include "bytes.h"
+
+namespace kzv::yenc {
+
+// Takes 42 from every byte, and 64 more from the byte behind each "=", which is itself left out. Every other
+// byte is data, line breaks included; the byte behind "=" may be anything, another "=" too. An "=" at the
+// very end decodes as if a zero byte followed. The output needs as many bytes as the input; returns the
+// number written.
+std::size_t decode(ByteView input, ByteBuffer output);
+
+}  // namespace kzv::yenc
