@@ -1,0 +1,112 @@
+#include "encodings.h"
+
+#include <array>
+#include <bit>
+#include <cerrno>
+#include <iconv.h>
+#include <map>
+#include <stdexcept>
+#include <strings.h>
+#include <utility>
+
+namespace kzv::host {
+namespace {
+
+constexpr bool kLittleEndian = std::endian::native == std::endian::little;
+constexpr const char *kUTF16 = kLittleEndian ? "UTF-16LE" : "UTF-16BE";
+constexpr const char *kUTF32 = kLittleEndian ? "UTF-32LE" : "UTF-32BE";
+
+constexpr std::array<Encoding, 8> kEncodings = {{
+    {kEncodingUTF8, "UTF-8", "UTF-8", 1},
+    {kEncodingUTF16, "UTF-16", kUTF16, 2},
+    {kEncodingUTF32, "UTF-32", kUTF32, 4},
+    {kEncodingASCII, "ASCII", "US-ASCII", 1},
+    {kEncodingISO8859_1, "ISO-8859-1", "ISO-8859-1", 1},
+    {kEncodingWindows1252, "Windows-1252", "WINDOWS-1252", 1},
+    {kEncodingMacRoman, "MacRoman", "MACINTOSH", 1},
+    {kEncodingBytes, "bytes", nullptr, 1},
+}};
+
+// One direction of iconv; opening it costs more than most conversions, so each thread keeps its own.
+class Converter {
+ public:
+  Converter(const char *to, const char *from) : handle_(iconv_open(to, from)) {
+    if (handle_ == reinterpret_cast<iconv_t>(-1)) {
+      throw std::runtime_error(std::string("iconv cannot convert ") + from + " to " + to);
+    }
+  }
+  Converter(const Converter &) = delete;
+  Converter &operator=(const Converter &) = delete;
+  ~Converter() { iconv_close(handle_); }
+
+  // Converts `text`, and puts `substitute` in the place of each `unit` bytes that iconv refuses.
+  std::string run(std::string_view text, std::size_t unit, std::string_view substitute) {
+    std::string output;
+    auto *input = const_cast<char *>(text.data());
+    std::size_t left = text.size();
+    iconv(handle_, nullptr, nullptr, nullptr, nullptr);
+    while (left > 0) {
+      const int error = step(input, left, output);
+      if (error != EILSEQ && error != EINVAL) continue;
+      output += substitute;
+      const std::size_t skipped = std::min(unit, left);
+      input += skipped;
+      left -= skipped;
+    }
+    return output;
+  }
+
+ private:
+  // Converts up to one chunk; returns why iconv stopped, 0 when all is converted.
+  int step(char *&input, std::size_t &left, std::string &output) {
+    std::array<char, 4096> chunk;
+    char *next = chunk.data();
+    std::size_t room = chunk.size();
+    const bool failed = iconv(handle_, &input, &left, &next, &room) == static_cast<std::size_t>(-1);
+    const int error = failed ? errno : 0;
+    output.append(chunk.data(), next);
+    return error;
+  }
+
+  iconv_t handle_;
+};
+
+Converter &converter(const char *to, const char *from) {
+  thread_local std::map<std::pair<const char *, const char *>, Converter> converters;
+  return converters.try_emplace({to, from}, to, from).first->second;
+}
+
+constexpr char32_t kReplacementCharacter = 0xFFFD;
+
+}  // namespace
+
+std::span<const Encoding> encodings() { return kEncodings; }
+
+const Encoding *find_encoding(REALencoding number) {
+  for (const Encoding &encoding : kEncodings) {
+    if (encoding.number == number) return &encoding;
+  }
+  return nullptr;
+}
+
+const Encoding *find_encoding(std::string_view name) {
+  for (const Encoding &encoding : kEncodings) {
+    if (strcasecmp(encoding.name, std::string(name).c_str()) == 0) return &encoding;
+  }
+  return nullptr;
+}
+
+std::optional<std::string> convert(std::string_view text, REALencoding from, REALencoding to) {
+  const Encoding *const source = find_encoding(from);
+  const Encoding *const target = find_encoding(to);
+  if (source == nullptr || target == nullptr) return std::nullopt;
+  if (source->charset == nullptr || target->charset == nullptr) return std::string(text);
+  // By way of UTF-32, so that what is malformed and what cannot be held are told apart.
+  const std::string_view replacement(reinterpret_cast<const char *>(&kReplacementCharacter),
+                                     sizeof kReplacementCharacter);
+  const std::string characters = converter(kUTF32, source->charset).run(text, source->unit, replacement);
+  if (target->number == kEncodingUTF32) return characters;
+  return converter(target->charset, kUTF32).run(characters, sizeof(char32_t), "?");
+}
+
+}  // namespace kzv::host

@@ -1,0 +1,77 @@
+#include "host.h"
+
+#include <cassert>
+#include <new>
+
+#include "services.h"
+
+namespace kzv::host {
+namespace {
+
+thread_local Host *current = nullptr;
+
+}  // namespace
+
+String new_string(std::string_view bytes, REALencoding encoding) {
+  return String(make_string(bytes, encoding));
+}
+
+MemoryBlock new_memory_block(std::string_view bytes) {
+  MemoryBlock block(new REALmemoryBlockStruct(std::string(bytes)));
+  block->references.take_for_host();
+  return block;
+}
+
+Host::Scope::Scope(Host &host) : outer_(std::exchange(current, &host)) {}
+Host::Scope::~Scope() { current = outer_; }
+
+void Host::start(void (*plugin_main)(REALresolver)) {
+  const Scope scope(*this);
+  plugin_main(Services::resolve);
+}
+
+String Host::accept(REALstringStruct *result) {
+  if (result != nullptr && !result->references.pass_to_host(ledger.strings)) {
+    // A plugin that cannot lock strings hands back its argument without a reference: that is the host's
+    // doing.
+    if (!settings.withheld.contains("REALLockString"))
+      ledger.add_fault("the plugin returned a string it did not hold");
+    result->references.take_for_host();
+  }
+  return String(result);
+}
+
+MemoryBlock Host::accept(REALmemoryBlockStruct *result) {
+  if (result != nullptr && !result->references.pass_to_host(ledger.objects)) {
+    ledger.add_fault("the plugin returned a memory block it did not hold");
+    result->references.take_for_host();
+  }
+  return MemoryBlock(result);
+}
+
+int Host::times_asked_for(std::string_view service) const {
+  const std::lock_guard lock(mutex_);
+  const auto found = asked_for_.find(service);
+  return found == asked_for_.end() ? 0 : found->second;
+}
+
+std::vector<RaisedException> Host::take_raised() {
+  const std::lock_guard lock(mutex_);
+  return std::exchange(raised_, {});
+}
+
+Host &Host::serving(const char *service) {
+  assert(current != nullptr);
+  if (current->settings.misbehaviour) current->misbehave(service);
+  return *current;
+}
+
+void Host::misbehave(const char *service) {
+  Misbehaviour &misbehaviour = *settings.misbehaviour;
+  if (!misbehaviour.service.empty() && misbehaviour.service != service) return;
+  if (--misbehaviour.calls_left != 0) return;
+  if (misbehaviour.kind == Misbehaviour::Kind::kThrowBadAlloc) throw std::bad_alloc();
+  throw HostFailure{service};
+}
+
+}  // namespace kzv::host

@@ -1,0 +1,131 @@
+// The in-process host: stands in the host's place for the runner, the tests and the benchmarks.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "abi.h"
+#include "ledger.h"
+#include "objects.h"
+
+namespace kzv::host {
+
+// What one service does wrong, once.
+struct Misbehaviour {
+  enum class Kind : std::uint8_t { kThrowBadAlloc, kThrowOther };
+
+  std::string service;  // empty: any
+  Kind kind = Kind::kThrowBadAlloc;
+  int calls_left = 1;  // it happens at the call that brings this to 0
+};
+
+// What a misbehaving service throws that is no std::bad_alloc. It has nothing to do with the standard
+// library.
+struct HostFailure {
+  std::string service;
+};
+
+struct Settings {
+  std::optional<double> version = 2013.03;  // nothing: the host does not tell its version
+  bool in_runtime = false;
+  std::set<std::string, std::less<>> withheld;  // services that the host does not have, by name
+  std::optional<Misbehaviour> misbehaviour;
+};
+
+// One registered function.
+struct Method {
+  std::string declaration;
+  void *function;
+  std::uint32_t flags;
+};
+
+struct RaisedException {
+  std::string class_name;
+  std::string message;
+  std::int32_t error_number;
+};
+
+struct ReleaseReference {
+  template <typename Object>
+  void operator()(Object *object) const {
+    release(object);
+  }
+};
+// References of the host's own; null is the empty string, or no block.
+using String = std::unique_ptr<REALstringStruct, ReleaseReference>;
+using MemoryBlock = std::unique_ptr<REALmemoryBlockStruct, ReleaseReference>;
+
+String new_string(std::string_view bytes, REALencoding encoding);
+MemoryBlock new_memory_block(std::string_view bytes);
+
+// Several hosts can live in one process, each with plugin instances of its own. The services are plain
+// functions: they serve the host whose call runs on their thread.
+class Host {
+ public:
+  explicit Host(Settings initial = {}) : settings(std::move(initial)) {}
+  Host(const Host &) = delete;
+  Host &operator=(const Host &) = delete;
+
+  // Does what a host does right after loading a library.
+  void start(void (*plugin_main)(REALresolver));
+
+  // Calls a registered function. A string or memory block comes back as a reference of the host's own.
+  template <typename Result, typename... Parameters, typename... Arguments>
+  auto call(Result (*function)(Parameters...), Arguments... arguments) {
+    const Scope scope(*this);
+    if constexpr (std::is_same_v<Result, REALstringStruct *>) {
+      return accept(function(arguments...));
+    } else if constexpr (std::is_same_v<Result, REALmemoryBlockStruct *>) {
+      return accept(function(arguments...));
+    } else {
+      return function(arguments...);
+    }
+  }
+
+  // Makes this host the one that serves its thread, until it ends.
+  class Scope {
+   public:
+    explicit Scope(Host &host);
+    Scope(const Scope &) = delete;
+    Scope &operator=(const Scope &) = delete;
+    ~Scope();
+
+   private:
+    Host *outer_;
+  };
+
+  // Turns the reference that a function returned into one of the host's own.
+  String accept(REALstringStruct *result);
+  MemoryBlock accept(REALmemoryBlockStruct *result);
+
+  // What the plugin did.
+  const std::vector<Method> &methods() const { return methods_; }
+  std::optional<std::int32_t> interface_version() const { return interface_version_; }
+  int times_asked_for(std::string_view service) const;
+  std::vector<RaisedException> take_raised();
+
+  Settings settings;
+  Ledger ledger;
+
+ private:
+  friend struct Services;
+
+  // Every service passes here first, with its name.
+  static Host &serving(const char *service);
+  void misbehave(const char *service);
+
+  std::vector<Method> methods_;
+  std::optional<std::int32_t> interface_version_;
+  mutable std::mutex mutex_;
+  std::map<std::string, int, std::less<>> asked_for_;
+  std::vector<RaisedException> raised_;
+};
+
+}  // namespace kzv::host

@@ -1,0 +1,93 @@
+// The host's objects: strings, exceptions and memory blocks, counted by who holds them.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "abi.h"
+#include "ledger.h"
+
+namespace kzv::host {
+
+// The references to one object. Those that the plugin holds are counted apart, so that a plugin which gives
+// back more than it took is found out instead of pulling the object away from under the host.
+class References {
+ public:
+  void take_for_host() { ++all_; }
+  void take_for_plugin(Ledger::Account &account);
+  // Both tell whether this was the last reference.
+  [[nodiscard]] bool drop_for_host() { return --all_ == 0; }
+  [[nodiscard]] bool drop_for_plugin(Ledger &ledger, Ledger::Account &account);
+  // The plugin's reference becomes the host's, as when a function returns it; false when the plugin has none.
+  [[nodiscard]] bool pass_to_host(Ledger::Account &account);
+
+ private:
+  [[nodiscard]] bool give_up(Ledger::Account &account);
+
+  std::atomic<std::int32_t> all_{0};
+  std::atomic<std::int32_t> of_plugin_{0};
+};
+
+}  // namespace kzv::host
+
+// What older plugins read of a string comes first; `buffer` is unaligned on 64-bit builds.
+struct [[gnu::packed]] StringHead {
+  std::uint32_t mark;
+  const std::uint8_t *buffer;
+#if !defined(__LP64__)
+  std::uint32_t unused;
+#endif
+  std::int32_t length;
+};
+static_assert(offsetof(StringHead, buffer) == kStringBufferOffset);
+static_assert(offsetof(StringHead, length) == kStringLengthOffset);
+
+struct REALstringStruct {
+  StringHead head;
+  REALencoding encoding;
+  kzv::host::References references;
+
+  std::string_view bytes() const {
+    return {reinterpret_cast<const char *>(head.buffer) + kStringTextOffset,
+            static_cast<std::size_t>(head.length)};
+  }
+};
+
+struct REALobjectStruct {
+  explicit REALobjectStruct(std::string_view name) : class_name(name) {}
+  REALobjectStruct(const REALobjectStruct &) = delete;
+  REALobjectStruct &operator=(const REALobjectStruct &) = delete;
+  virtual ~REALobjectStruct() = default;
+
+  std::string class_name;
+  kzv::host::References references;
+  std::string message;
+  std::int32_t error_number = -1;
+};
+
+// A block is an object too, at the same address: plugins lock and unlock it as one.
+struct REALmemoryBlockStruct final : REALobjectStruct {
+  explicit REALmemoryBlockStruct(std::string content)
+      : REALobjectStruct("MemoryBlock"), bytes(std::move(content)) {}
+
+  std::string bytes;
+};
+
+namespace kzv::host {
+
+// A string object with one reference of the host's: it holds a copy of the bytes with four zero bytes behind,
+// or refers to `lent` bytes that must outlive it.
+REALstringStruct *make_string(std::string_view bytes, REALencoding encoding);
+REALstringStruct *make_string_of_lent(std::string_view lent, REALencoding encoding);
+
+// Drops a reference of the host's.
+void release(REALstringStruct *s);
+void release(REALobjectStruct *object);
+
+// Frees an object whose last reference is gone.
+void destroy(REALstringStruct *s);
+
+}  // namespace kzv::host

@@ -1,0 +1,226 @@
+#include "services.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "encodings.h"
+#include "host.h"
+
+namespace kzv::host {
+
+// One function a service. They are members so that they may look into the host that they serve.
+struct Services::Functions {
+  static void RegisterPluginVersion(std::int32_t version) {
+    Host::serving("RegisterPluginVersion").interface_version_ = version;
+  }
+
+  static double REALGetRBVersion() { return *Host::serving("REALGetRBVersion").settings.version; }
+
+  static void PluginRegisterMethod(const REALmethodDefinition *method) {
+    Host::serving("PluginRegisterMethod")
+        .methods_.push_back({method->declaration, method->function, method->flags});
+  }
+
+  static REALboolean REALinRuntime() { return boolean(Host::serving("REALinRuntime").settings.in_runtime); }
+
+  static REALboolean PluginGetStringData(REALstringStruct *s, REALencoding encoding, REALstringData *record) {
+    Host &host = Host::serving("PluginGetStringData");
+    String text = s == nullptr ? new_string({}, encoding) : in_encoding(s, encoding);
+    if (text == nullptr) return boolean(false);
+    record->length = text->head.length;
+    record->encoding = encoding;
+    if (host.settings.withheld.contains("PluginDisposeStringData")) {
+      // Nobody will tell this host when the bytes are no longer needed: it gives a copy away for good.
+      record->data = copy_given_away(text->bytes());
+      return boolean(true);
+    }
+    record->data = text->head.buffer + kStringTextOffset;
+    record->reserved[0] = text.release();
+    ++host.ledger.records.taken;
+    return boolean(true);
+  }
+
+  static void PluginDisposeStringData(REALstringData *record) {
+    Host &host = Host::serving("PluginDisposeStringData");
+    const String text(static_cast<REALstringStruct *>(std::exchange(record->reserved[0], nullptr)));
+    if (text == nullptr || record->data != text->head.buffer + kStringTextOffset) {
+      host.ledger.add_fault("the plugin disposed a string-data record that the host had not filled");
+      return;
+    }
+    ++host.ledger.records.given_back;
+  }
+
+  static const void *StringGetCString(REALstringStruct *s) {
+    Host::serving("StringGetCString");
+    return s->head.buffer + kStringTextOffset;
+  }
+
+  static std::int32_t LenB(REALstringStruct *s) {
+    Host::serving("LenB");
+    return s == nullptr ? 0 : s->head.length;
+  }
+
+  static void *REALLoadGlobalMethod(void *, const char *declaration) {
+    Host::serving("REALLoadGlobalMethod");
+    const bool known = std::strcmp(declaration, "LenB( s as string ) as integer") == 0;
+    return known ? reinterpret_cast<void *>(&LenB) : nullptr;
+  }
+
+  static REALencoding REALGetStringEncoding(REALstringStruct *s) {
+    Host::serving("REALGetStringEncoding");
+    return s == nullptr ? 0 : s->encoding;
+  }
+
+  static REALstringStruct *REALConvertString(REALstringStruct *s, REALencoding encoding) {
+    Host &host = Host::serving("REALConvertString");
+    if (s == nullptr) return nullptr;
+    const std::optional<std::string> text = convert(s->bytes(), s->encoding, encoding);
+    return text ? handed_out(host, new_string(*text, encoding)) : nullptr;
+  }
+
+  static void REALSetStringEncoding(REALstringStruct *s, REALencoding encoding) {
+    Host::serving("REALSetStringEncoding");
+    s->encoding = encoding;
+  }
+
+  static REALstringStruct *REALBuildString(const void *bytes, std::int32_t length) {
+    Host &host = Host::serving("REALBuildString");
+    if (length < 0) return nullptr;
+    return handed_out(host, new_string({static_cast<const char *>(bytes), static_cast<std::size_t>(length)},
+                                       kEncodingBytes));
+  }
+
+  static void REALLockString(REALstringStruct *s) {
+    s->references.take_for_plugin(Host::serving("REALLockString").ledger.strings);
+  }
+
+  static void REALUnlockString(REALstringStruct *s) {
+    Host &host = Host::serving("REALUnlockString");
+    if (s->references.drop_for_plugin(host.ledger, host.ledger.strings)) destroy(s);
+  }
+
+  static void REALLockObject(REALobjectStruct *object) {
+    object->references.take_for_plugin(Host::serving("REALLockObject").ledger.objects);
+  }
+
+  static void REALUnlockObject(REALobjectStruct *object) {
+    Host &host = Host::serving("REALUnlockObject");
+    if (object->references.drop_for_plugin(host.ledger, host.ledger.objects)) delete object;
+  }
+
+  static REALobjectStruct *PluginNewInstance(const char *class_name) {
+    Host &host = Host::serving("PluginNewInstance");
+    const std::string_view name = class_name;
+    if (name != "OutOfMemoryException" && name != "RuntimeException") return nullptr;
+    auto *const object = new REALobjectStruct(name);
+    object->references.take_for_plugin(host.ledger.objects);
+    return object;
+  }
+
+  static void REALSetPropValueString(REALobjectStruct *object, const char *property,
+                                     REALstringStruct *value) {
+    Host::serving("REALSetPropValueString");
+    if (std::strcmp(property, "Message") == 0) object->message = value == nullptr ? "" : value->bytes();
+  }
+
+  static void REALSetPropValueInt(REALobjectStruct *object, const char *property, std::int32_t value) {
+    Host::serving("REALSetPropValueInt");
+    if (std::strcmp(property, "ErrorNumber") == 0) object->error_number = value;
+  }
+
+  static void RuntimeRaiseException(REALobjectStruct *object) {
+    Host &host = Host::serving("RuntimeRaiseException");
+    const std::lock_guard lock(host.mutex_);
+    host.raised_.push_back({object->class_name, object->message, object->error_number});
+  }
+
+  static REALmemoryBlockStruct *newMemoryBlock(std::int32_t size) {
+    Host &host = Host::serving("newMemoryBlock");
+    if (size < 0) return nullptr;
+    auto *const block = new REALmemoryBlockStruct(std::string(static_cast<std::size_t>(size), '\0'));
+    block->references.take_for_plugin(host.ledger.objects);
+    return block;
+  }
+
+  static void *memoryBlockGetPtr(REALmemoryBlockStruct *block) {
+    Host::serving("memoryBlockGetPtr");
+    return block->bytes.data();
+  }
+
+  static std::int32_t memoryBlockGetSize(REALmemoryBlockStruct *block) {
+    Host::serving("memoryBlockGetSize");
+    return static_cast<std::int32_t>(block->bytes.size());
+  }
+
+ private:
+  // The bits above the low byte are not promised to a plugin, so they hold rubbish.
+  static REALboolean boolean(bool value) { return static_cast<REALboolean>(0x5A5A5A00U | (value ? 1U : 0U)); }
+
+  static REALstringStruct *handed_out(Host &host, String s) {
+    s->references.take_for_plugin(host.ledger.strings);
+    REALstringStruct *const handed = s.release();
+    (void)handed->references.drop_for_host();  // never the last: the plugin has one
+    return handed;
+  }
+
+  // A reference to `s` itself where its bytes will do, else to a converted string.
+  static String in_encoding(REALstringStruct *s, REALencoding encoding) {
+    if (encoding == kEncodingBytes || encoding == s->encoding) {
+      s->references.take_for_host();
+      return String(s);
+    }
+    const std::optional<std::string> text = convert(s->bytes(), s->encoding, encoding);
+    return text ? new_string(*text, encoding) : nullptr;
+  }
+
+  static const std::uint8_t *copy_given_away(std::string_view bytes) {
+    constexpr std::size_t kTerminator = 4;
+    auto *const copy = static_cast<std::uint8_t *>(std::calloc(1, bytes.size() + kTerminator));
+    if (copy == nullptr) throw std::bad_alloc();
+    if (!bytes.empty()) std::memcpy(copy, bytes.data(), bytes.size());
+    return copy;
+  }
+};
+
+struct Services::Entry {
+  std::string_view name;
+  void *function;
+};
+
+#define SERVICE(name) \
+  { #name, reinterpret_cast < void *>(&Functions::name) }
+const Services::Entry Services::kTable[] = {
+    SERVICE(RegisterPluginVersion), SERVICE(REALGetRBVersion),      SERVICE(PluginRegisterMethod),
+    SERVICE(REALinRuntime),         SERVICE(PluginGetStringData),   SERVICE(PluginDisposeStringData),
+    SERVICE(StringGetCString),      SERVICE(REALLoadGlobalMethod),  SERVICE(REALGetStringEncoding),
+    SERVICE(REALConvertString),     SERVICE(REALSetStringEncoding), SERVICE(REALBuildString),
+    SERVICE(REALLockString),        SERVICE(REALUnlockString),      SERVICE(REALLockObject),
+    SERVICE(REALUnlockObject),      SERVICE(PluginNewInstance),     SERVICE(REALSetPropValueString),
+    SERVICE(REALSetPropValueInt),   SERVICE(RuntimeRaiseException), SERVICE(newMemoryBlock),
+    SERVICE(memoryBlockGetPtr),     SERVICE(memoryBlockGetSize),
+};
+#undef SERVICE
+
+void *Services::resolve(const char *name) {
+  Host &host = Host::serving("resolver");
+  {
+    const std::lock_guard lock(host.mutex_);
+    ++host.asked_for_[name];
+  }
+  if (host.settings.withheld.contains(std::string_view(name))) return nullptr;
+  // A host that does not tell its version has no service that would.
+  if (!host.settings.version && std::strcmp(name, "REALGetRBVersion") == 0) return nullptr;
+  for (const Entry &entry : kTable) {
+    if (entry.name == name) return entry.function;
+  }
+  return nullptr;
+}
+
+std::vector<std::string_view> Services::names() {
+  std::vector<std::string_view> names;
+  for (const Entry &entry : kTable) names.push_back(entry.name);
+  return names;
+}
+
+}  // namespace kzv::host

@@ -1,0 +1,116 @@
+#include "commands.h"
+
+#include <iomanip>
+#include <iterator>
+#include <memory>
+#include <sstream>
+#include <wordexp.h>
+
+#include "call.h"
+#include "output.h"
+#include "reference.h"
+#include "session.h"
+#include "values.h"
+
+namespace kzv::runner {
+namespace {
+
+std::vector<Value> read_arguments(const Options &options, const Declaration &declaration,
+                                  const std::vector<std::string> &words) {
+  std::vector<Value> values;
+  for (std::size_t i = 0; i < declaration.parameters.size(); ++i) {
+    const Parameter &parameter = declaration.parameters[i];
+    values.push_back(i < words.size() ? read_argument(parameter, words[i], options.label)
+                                      : read_default(parameter));
+  }
+  return values;
+}
+
+// The words of an example's command, cut as the shell cuts them; nothing expands.
+std::vector<std::string> words_of(std::string_view command) {
+  wordexp_t words{};
+  if (wordexp(std::string(command).c_str(), &words, WRDE_NOCMD | WRDE_UNDEF) != 0) {
+    throw std::runtime_error("the tour cannot run the example: " + std::string(command));
+  }
+  std::vector<std::string> result(words.we_wordv,
+                                  std::next(words.we_wordv, static_cast<std::ptrdiff_t>(words.we_wordc)));
+  wordfree(&words);
+  return result;
+}
+
+void show_live(const Example &example, RunWords run, const Output &output) {
+  std::vector<std::string> words = words_of(example.command);
+  words.erase(words.begin());  // the runner's own name
+  std::ostringstream result;
+  run(words, {result, output.err});
+  output.out << "  $ " << example.command << "\n  " << result.str() << '\n';
+}
+
+}  // namespace
+
+int call_function(const Options &options, const std::vector<std::string> &words, const Output &output) {
+  Session session(options);
+  const std::vector<std::string> arguments(words.begin() + 1, words.end());
+  const Function &function = session.find(words.front(), arguments.size());
+  const std::vector<Value> values = read_arguments(options, function.declaration, arguments);
+  const Value result = call(session.host(), function.address, function.declaration, values);
+  const std::vector<host::RaisedException> raised = session.host().take_raised();
+  if (raised.empty() || options.format == Format::kJson) {
+    write_result(options, function.declaration.result, result, raised, output.out);
+  }
+  for (const host::RaisedException &exception : raised) {
+    output.err << "kzv: " << words.front() << " raised " << exception.class_name << ": " << exception.message
+               << '\n';
+  }
+  return raised.empty() ? kDone : kFailed;
+}
+
+int list_functions(const Options &options, const Output &output) {
+  const Session session(options);
+  for (const Group &group : reference()) {
+    output.out << group.title << '\n';
+    for (const Section &section : group.sections) {
+      for (const Function &function : session.functions()) {
+        if (function.declaration.name == section.name)
+          output.out << "  " << function.declaration.text << '\n';
+      }
+      output.out << "      " << section.sentence << '\n';
+    }
+    output.out << '\n';
+  }
+  return kDone;
+}
+
+int help_on(const std::vector<std::string> &names, const Output &output) {
+  for (const std::string &name : names) {
+    const Section *const section = find_section(name);
+    if (section == nullptr) {
+      std::vector<std::string> known;
+      for (const Group &group : reference()) {
+        for (const Section &each : group.sections) known.emplace_back(each.name);
+      }
+      throw no_such_function(name, std::move(known));
+    }
+    output.out << section->text;
+  }
+  return kDone;
+}
+
+int tour(const Options &options, RunWords run, const Output &output) {
+  Session session(options);
+  const std::optional<std::int32_t> version = session.host().interface_version();
+  output.out << "Loaded " << session.plugin().path().string() << " ("
+             << host::architecture_of(session.plugin().path()) << ").\n"
+             << "It told interface version " << (version ? std::to_string(*version) : "none")
+             << " and registered " << session.functions().size() << " functions. An example of each:\n";
+  for (const Group &group : reference()) {
+    output.out << '\n' << group.title << '\n';
+    for (const Section &section : group.sections) {
+      if (!section.examples.empty()) show_live(section.examples.front(), run, output);
+    }
+  }
+  output.out << "\nkzv list tells what each does, kzv help NAME all about one.\n";
+  return kDone;
+}
+
+}  // namespace kzv::runner

@@ -1,0 +1,40 @@
+// A plugin, loaded as a host does, and what it registered.
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "commands.h"
+#include "declaration.h"
+#include "host.h"
+#include "plugin_file.h"
+#include "values.h"
+
+namespace kzv::runner {
+
+struct Function {
+  Declaration declaration;
+  void *address;
+};
+
+class Session {
+ public:
+  explicit Session(const Options &options);
+
+  host::Host &host() { return host_; }
+  const host::PluginFile &plugin() const { return plugin_; }
+  const std::vector<Function> &functions() const { return functions_; }
+
+  // The overload of `name` that takes `argument_count` arguments, defaults counted; throws UsageError.
+  const Function &find(const std::string &name, std::size_t argument_count) const;
+
+ private:
+  host::PluginFile plugin_;
+  host::Host host_;
+  std::vector<Function> functions_;
+};
+
+// The error for a name that is none of `known`: it offers the nearest of them.
+UsageError no_such_function(const std::string &name, std::vector<std::string> known);
+
+}  // namespace kzv::runner

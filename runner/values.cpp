@@ -1,0 +1,166 @@
+#include "values.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <optional>
+#include <sstream>
+#include <system_error>
+
+#include "encodings.h"
+
+namespace kzv::runner {
+namespace {
+
+std::string in_quotes(std::string_view word) { return "\"" + std::string(word) + "\""; }
+
+[[noreturn]] void refuse(const Parameter &parameter, std::string_view word, const std::string &why) {
+  throw UsageError("argument " + parameter.name + ": " + in_quotes(word) + " " + why);
+}
+
+std::string read_all(std::istream &stream) {
+  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+std::string read_file(const Parameter &parameter, const std::string &path) {
+  std::ifstream file(path, std::ios::binary);
+  std::string bytes;
+  if (file) bytes = read_all(file);
+  if (!file) {
+    const std::error_code error(errno, std::generic_category());
+    refuse(parameter, "file:" + path, "cannot be read: " + error.message());
+  }
+  return bytes;
+}
+
+int hex_digit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+std::string read_hex(const Parameter &parameter, std::string_view digits) {
+  std::string bytes;
+  if (digits.size() % 2 != 0) refuse(parameter, "hex:" + std::string(digits), "has an odd number of digits");
+  for (std::size_t i = 0; i < digits.size(); i += 2) {
+    const int high = hex_digit(digits[i]);
+    const int low = hex_digit(digits[i + 1]);
+    if (high < 0 || low < 0)
+      refuse(parameter, "hex:" + std::string(digits), "has a character that is no hex digit");
+    bytes += static_cast<char>(high * 16 + low);
+  }
+  return bytes;
+}
+
+// The bytes of a string or memory block; nothing for nil.
+std::optional<std::string> read_bytes(const Parameter &parameter, const std::string &word,
+                                      REALencoding label) {
+  constexpr std::string_view kFile = "file:";
+  constexpr std::string_view kHex = "hex:";
+  constexpr std::string_view kText = "text:";
+  if (word == "nil") return std::nullopt;
+  if (word == "-") return read_all(std::cin);
+  if (word.starts_with(kFile)) return read_file(parameter, word.substr(kFile.size()));
+  if (word.starts_with(kHex)) return read_hex(parameter, std::string_view(word).substr(kHex.size()));
+  const std::string text = word.starts_with(kText) ? word.substr(kText.size()) : word;
+  return host::convert(text, kEncodingUTF8, label);
+}
+
+// Reads all of `text` with std::from_chars; nothing when there is more or less in it.
+template <typename Number, typename... Format>
+std::optional<Number> parse_number(std::string_view text, std::errc &error, Format... format) {
+  Number number{};
+  const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), number, format...);
+  error = code;
+  if (code == std::errc::invalid_argument || end != text.data() + text.size()) return std::nullopt;
+  return number;
+}
+
+std::int32_t read_integer(const Parameter &parameter, const std::string &word) {
+  std::string_view digits = word;
+  const bool negative = digits.starts_with('-');
+  if (negative || digits.starts_with('+')) digits.remove_prefix(1);
+  const bool hex = digits.starts_with("0x") || digits.starts_with("0X");
+  if (hex) digits.remove_prefix(2);
+  std::errc error{};
+  const auto magnitude = parse_number<std::uint64_t>(digits, error, hex ? 16 : 10);
+  if (!magnitude) refuse(parameter, word, "is no integer (such as 42, -7 or 0x2A)");
+  constexpr std::uint64_t kLargest = 0x7FFFFFFF;
+  if (error == std::errc::result_out_of_range || *magnitude > kLargest + (negative ? 1 : 0)) {
+    refuse(parameter, word, "is out of range: integers go from -2147483648 to 2147483647");
+  }
+  const auto value = static_cast<std::int64_t>(*magnitude);
+  return static_cast<std::int32_t>(negative ? -value : value);
+}
+
+double read_double(const Parameter &parameter, const std::string &word) {
+  std::string_view digits = word;
+  if (digits.starts_with('+')) digits.remove_prefix(1);
+  std::errc error{};
+  const auto number = parse_number<double>(digits, error);
+  if (!number) refuse(parameter, word, "is no number (such as 1.5, -2e10, inf or nan)");
+  if (error == std::errc::result_out_of_range) refuse(parameter, word, "is out of range for a double");
+  return *number;
+}
+
+bool read_boolean(const Parameter &parameter, const std::string &word) {
+  std::string lower = word;
+  std::ranges::transform(lower, lower.begin(),
+                         [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  if (lower == "true" || lower == "yes" || lower == "1") return true;
+  if (lower == "false" || lower == "no" || lower == "0") return false;
+  refuse(parameter, word, "is no boolean: give true or false");
+}
+
+host::String read_string(const Parameter &parameter, const std::string &word, REALencoding label) {
+  const std::optional<std::string> bytes = read_bytes(parameter, word, label);
+  if (!bytes) return nullptr;
+  if (bytes->size() > kMaxByteCount) refuse(parameter, word, "is longer than 2147483647 bytes");
+  return host::new_string(*bytes, label);
+}
+
+host::MemoryBlock read_memory_block(const Parameter &parameter, const std::string &word) {
+  const std::optional<std::string> bytes = read_bytes(parameter, word, kEncodingUTF8);
+  if (!bytes) return nullptr;
+  if (bytes->size() > kMaxByteCount) refuse(parameter, word, "is longer than 2147483647 bytes");
+  return host::new_memory_block(*bytes);
+}
+
+}  // namespace
+
+Value read_argument(const Parameter &parameter, const std::string &word, REALencoding label) {
+  switch (parameter.type) {
+    case Type::kString:
+      return read_string(parameter, word, label);
+    case Type::kMemoryBlock:
+      return read_memory_block(parameter, word);
+    case Type::kInteger:
+      return read_integer(parameter, word);
+    case Type::kDouble:
+      return read_double(parameter, word);
+    case Type::kBoolean:
+      break;
+  }
+  return read_boolean(parameter, word);
+}
+
+Value read_default(const Parameter &parameter) {
+  return read_argument(parameter, parameter.default_value.value(), kEncodingUTF8);
+}
+
+std::string to_hex(std::string_view bytes) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string digits;
+  for (const char c : bytes) {
+    const auto byte = static_cast<unsigned char>(c);
+    digits += kDigits[byte >> 4];
+    digits += kDigits[byte & 15];
+  }
+  return digits;
+}
+
+}  // namespace kzv::runner
