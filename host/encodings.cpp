@@ -1,7 +1,9 @@
 #include "encodings.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
+#include <cctype>
 #include <cerrno>
 #include <iconv.h>
 #include <map>
@@ -76,6 +78,16 @@ Converter &converter(const char *to, const char *from) {
   return converters.try_emplace({to, from}, to, from).first->second;
 }
 
+// "utf8" and "UTF-8" are one name.
+std::string letters_and_digits(std::string_view name) {
+  std::string letters;
+  for (const char c : name) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (std::isalnum(byte) != 0) letters += static_cast<char>(std::tolower(byte));
+  }
+  return letters;
+}
+
 constexpr char32_t kReplacementCharacter = 0xFFFD;
 
 }  // namespace
@@ -90,10 +102,10 @@ const Encoding *find_encoding(REALencoding number) {
 }
 
 const Encoding *find_encoding(std::string_view name) {
-  for (const Encoding &encoding : kEncodings) {
-    if (strcasecmp(encoding.name, std::string(name).c_str()) == 0) return &encoding;
-  }
-  return nullptr;
+  const auto found = std::ranges::find(kEncodings, letters_and_digits(name), [](const Encoding &encoding) {
+    return letters_and_digits(encoding.name);
+  });
+  return found == kEncodings.end() ? nullptr : &*found;
 }
 
 std::optional<std::string> convert(std::string_view text, REALencoding from, REALencoding to) {

@@ -22,7 +22,7 @@ struct Encoding {
 
 std::span<const Encoding> encodings();
 const Encoding *find_encoding(REALencoding number);
-const Encoding *find_encoding(std::string_view name);  // upper or lower case
+const Encoding *find_encoding(std::string_view name);  // only its letters and digits count
 
 // Converts text. What is malformed becomes U+FFFD, unit by unit; a character that `to` cannot hold becomes
 // "?"; a byte-order mark is a character like any other. Bytes without an encoding pass as they stand, in both

@@ -31,21 +31,19 @@ void Host::start(void (*plugin_main)(REALresolver)) {
 }
 
 String Host::accept(REALstringStruct *result) {
-  if (result != nullptr && !result->references.pass_to_host(ledger.strings)) {
-    // A plugin that cannot lock strings hands back its argument without a reference: that is the host's
-    // doing.
-    if (!settings.withheld.contains("REALLockString"))
-      ledger.add_fault("the plugin returned a string it did not hold");
-    result->references.take_for_host();
+  if (result == nullptr || result->references.pass_to_host(ledger.strings)) return String(result);
+  // A plugin that cannot lock strings hands back its argument without a reference: that is the host's doing.
+  if (!keeps_strings() && !settings.withheld.contains("REALLockString")) {
+    ledger.add_fault("the plugin returned a string it did not hold");
   }
+  result->references.take_for_host();
   return String(result);
 }
 
 MemoryBlock Host::accept(REALmemoryBlockStruct *result) {
-  if (result != nullptr && !result->references.pass_to_host(ledger.objects)) {
-    ledger.add_fault("the plugin returned a memory block it did not hold");
-    result->references.take_for_host();
-  }
+  if (result == nullptr || result->references.pass_to_host(ledger.objects)) return MemoryBlock(result);
+  if (!keeps_objects()) ledger.add_fault("the plugin returned a memory block it did not hold");
+  result->references.take_for_host();
   return MemoryBlock(result);
 }
 
@@ -60,13 +58,19 @@ std::vector<RaisedException> Host::take_raised() {
   return std::exchange(raised_, {});
 }
 
-Host &Host::serving(const char *service) {
+Host &Host::serving() {
   assert(current != nullptr);
-  if (current->settings.misbehaviour) current->misbehave(service);
   return *current;
 }
 
-void Host::misbehave(const char *service) {
+Host &Host::serving(const char *service) {
+  Host &host = serving();
+  host.misbehave_in_turn(service);
+  return host;
+}
+
+void Host::misbehave_in_turn(const char *service) {
+  if (!settings.misbehaviour) return;
   Misbehaviour &misbehaviour = *settings.misbehaviour;
   if (!misbehaviour.service.empty() && misbehaviour.service != service) return;
   if (--misbehaviour.calls_left != 0) return;

@@ -17,7 +17,7 @@
 
 namespace kzv::host {
 
-// What one service does wrong, once.
+// What one service does wrong, once. A service that takes something back does so first.
 struct Misbehaviour {
   enum class Kind : std::uint8_t { kThrowBadAlloc, kThrowOther };
 
@@ -35,7 +35,7 @@ struct HostFailure {
 struct Settings {
   std::optional<double> version = 2013.03;  // nothing: the host does not tell its version
   bool in_runtime = false;
-  std::set<std::string, std::less<>> withheld;  // services that the host does not have, by name
+  std::set<std::string, std::less<>> withheld;  // services and classes that the host does not have, by name
   std::optional<Misbehaviour> misbehaviour;
 };
 
@@ -60,6 +60,7 @@ struct ReleaseReference {
 };
 // References of the host's own; null is the empty string, or no block.
 using String = std::unique_ptr<REALstringStruct, ReleaseReference>;
+using Object = std::unique_ptr<REALobjectStruct, ReleaseReference>;
 using MemoryBlock = std::unique_ptr<REALmemoryBlockStruct, ReleaseReference>;
 
 String new_string(std::string_view bytes, REALencoding encoding);
@@ -117,13 +118,21 @@ class Host {
  private:
   friend struct Services;
 
-  // Every service passes here first, with its name.
+  // The host that serves this thread.
+  static Host &serving();
+  // The same; the service misbehaves here if it is its turn.
   static Host &serving(const char *service);
-  void misbehave(const char *service);
+  void misbehave_in_turn(const char *service);
+
+  // A host that takes no references back keeps what it hands out until its own end.
+  bool keeps_strings() const { return settings.withheld.contains("REALUnlockString"); }
+  bool keeps_objects() const { return settings.withheld.contains("REALUnlockObject"); }
 
   std::vector<Method> methods_;
   std::optional<std::int32_t> interface_version_;
   mutable std::mutex mutex_;
+  std::vector<String> kept_strings_;
+  std::vector<Object> kept_objects_;
   std::map<std::string, int, std::less<>> asked_for_;
   std::vector<RaisedException> raised_;
 };

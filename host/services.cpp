@@ -42,13 +42,14 @@ struct Services::Functions {
   }
 
   static void PluginDisposeStringData(REALstringData *record) {
-    Host &host = Host::serving("PluginDisposeStringData");
+    Host &host = Host::serving();
     const String text(static_cast<REALstringStruct *>(std::exchange(record->reserved[0], nullptr)));
-    if (text == nullptr || record->data != text->head.buffer + kStringTextOffset) {
+    if (text != nullptr && record->data == text->head.buffer + kStringTextOffset) {
+      ++host.ledger.records.given_back;
+    } else {
       host.ledger.add_fault("the plugin disposed a string-data record that the host had not filled");
-      return;
     }
-    ++host.ledger.records.given_back;
+    host.misbehave_in_turn("PluginDisposeStringData");
   }
 
   static const void *StringGetCString(REALstringStruct *s) {
@@ -92,30 +93,33 @@ struct Services::Functions {
   }
 
   static void REALLockString(REALstringStruct *s) {
-    s->references.take_for_plugin(Host::serving("REALLockString").ledger.strings);
+    Host &host = Host::serving("REALLockString");
+    if (!host.keeps_strings()) s->references.take_for_plugin(host.ledger.strings);
   }
 
   static void REALUnlockString(REALstringStruct *s) {
-    Host &host = Host::serving("REALUnlockString");
+    Host &host = Host::serving();
     if (s->references.drop_for_plugin(host.ledger, host.ledger.strings)) destroy(s);
+    host.misbehave_in_turn("REALUnlockString");
   }
 
   static void REALLockObject(REALobjectStruct *object) {
-    object->references.take_for_plugin(Host::serving("REALLockObject").ledger.objects);
+    Host &host = Host::serving("REALLockObject");
+    if (!host.keeps_objects()) object->references.take_for_plugin(host.ledger.objects);
   }
 
   static void REALUnlockObject(REALobjectStruct *object) {
-    Host &host = Host::serving("REALUnlockObject");
+    Host &host = Host::serving();
     if (object->references.drop_for_plugin(host.ledger, host.ledger.objects)) delete object;
+    host.misbehave_in_turn("REALUnlockObject");
   }
 
   static REALobjectStruct *PluginNewInstance(const char *class_name) {
     Host &host = Host::serving("PluginNewInstance");
     const std::string_view name = class_name;
     if (name != "OutOfMemoryException" && name != "RuntimeException") return nullptr;
-    auto *const object = new REALobjectStruct(name);
-    object->references.take_for_plugin(host.ledger.objects);
-    return object;
+    if (host.settings.withheld.contains(name)) return nullptr;
+    return handed_out(host, new REALobjectStruct(name));
   }
 
   static void REALSetPropValueString(REALobjectStruct *object, const char *property,
@@ -138,9 +142,7 @@ struct Services::Functions {
   static REALmemoryBlockStruct *newMemoryBlock(std::int32_t size) {
     Host &host = Host::serving("newMemoryBlock");
     if (size < 0) return nullptr;
-    auto *const block = new REALmemoryBlockStruct(std::string(static_cast<std::size_t>(size), '\0'));
-    block->references.take_for_plugin(host.ledger.objects);
-    return block;
+    return handed_out(host, new REALmemoryBlockStruct(std::string(static_cast<std::size_t>(size), '\0')));
   }
 
   static void *memoryBlockGetPtr(REALmemoryBlockStruct *block) {
@@ -158,10 +160,26 @@ struct Services::Functions {
   static REALboolean boolean(bool value) { return static_cast<REALboolean>(0x5A5A5A00U | (value ? 1U : 0U)); }
 
   static REALstringStruct *handed_out(Host &host, String s) {
-    s->references.take_for_plugin(host.ledger.strings);
-    REALstringStruct *const handed = s.release();
-    (void)handed->references.drop_for_host();  // never the last: the plugin has one
+    REALstringStruct *const handed = s.get();
+    if (host.keeps_strings()) {
+      const std::lock_guard lock(host.mutex_);
+      host.kept_strings_.push_back(std::move(s));
+    } else {
+      handed->references.take_for_plugin(host.ledger.strings);
+    }
     return handed;
+  }
+
+  template <typename NewObject>
+  static NewObject *handed_out(Host &host, NewObject *object) {
+    if (host.keeps_objects()) {
+      object->references.take_for_host();
+      const std::lock_guard lock(host.mutex_);
+      host.kept_objects_.emplace_back(object);
+    } else {
+      object->references.take_for_plugin(host.ledger.objects);
+    }
+    return object;
   }
 
   // A reference to `s` itself where its bytes will do, else to a converted string.

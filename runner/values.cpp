@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
+#include <cerrno>
 #include <charconv>
-#include <fstream>
-#include <iostream>
-#include <iterator>
+#include <cstdio>
+#include <memory>
 #include <optional>
-#include <sstream>
 #include <system_error>
 
 #include "encodings.h"
@@ -21,19 +21,22 @@ std::string in_quotes(std::string_view word) { return "\"" + std::string(word) +
   throw UsageError("argument " + parameter.name + ": " + in_quotes(word) + " " + why);
 }
 
-std::string read_all(std::istream &stream) {
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+// Reads `file`, which the parameter's argument names, to its end.
+std::string read_all(const Parameter &parameter, const std::string &word, std::FILE *file) {
+  std::string bytes;
+  std::array<char, 65536> chunk{};
+  for (std::size_t read = 0; (read = std::fread(chunk.data(), 1, chunk.size(), file)) > 0;) {
+    bytes.append(chunk.data(), read);
+  }
+  if (std::ferror(file) != 0)
+    refuse(parameter, word, "cannot be read: " + std::generic_category().message(errno));
+  return bytes;
 }
 
-std::string read_file(const Parameter &parameter, const std::string &path) {
-  std::ifstream file(path, std::ios::binary);
-  std::string bytes;
-  if (file) bytes = read_all(file);
-  if (!file) {
-    const std::error_code error(errno, std::generic_category());
-    refuse(parameter, "file:" + path, "cannot be read: " + error.message());
-  }
-  return bytes;
+std::string read_file(const Parameter &parameter, const std::string &word, const std::string &path) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.c_str(), "rb"), std::fclose);
+  if (file == nullptr) refuse(parameter, word, "cannot be read: " + std::generic_category().message(errno));
+  return read_all(parameter, word, file.get());
 }
 
 int hex_digit(char c) {
@@ -63,8 +66,8 @@ std::optional<std::string> read_bytes(const Parameter &parameter, const std::str
   constexpr std::string_view kHex = "hex:";
   constexpr std::string_view kText = "text:";
   if (word == "nil") return std::nullopt;
-  if (word == "-") return read_all(std::cin);
-  if (word.starts_with(kFile)) return read_file(parameter, word.substr(kFile.size()));
+  if (word == "-") return read_all(parameter, word, stdin);
+  if (word.starts_with(kFile)) return read_file(parameter, word, word.substr(kFile.size()));
   if (word.starts_with(kHex)) return read_hex(parameter, std::string_view(word).substr(kHex.size()));
   const std::string text = word.starts_with(kText) ? word.substr(kText.size()) : word;
   return host::convert(text, kEncodingUTF8, label);

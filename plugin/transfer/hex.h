@@ -1,4 +1,4 @@
-// Bytes as hexadecimal text and back: two digits a byte, nothing between them.
+// Bytes as hexadecimal text and back (base 16 of RFC 4648, section 8): two digits a byte, nothing between.
 #pragma once
 
 #include "bytes.h"

@@ -1,0 +1,31 @@
+# A target that analyses every source with clang-tidy, and again only those that changed.
+find_program(KZV_CLANG_TIDY clang-tidy)
+if(NOT KZV_CLANG_TIDY)
+  return()
+endif()
+
+set(folders plugin host runner tests)
+set(sources)
+set(headers)
+foreach(folder ${folders})
+  file(GLOB_RECURSE found CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.cpp)
+  list(APPEND sources ${found})
+  file(GLOB_RECURSE found CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.h)
+  list(APPEND headers ${found})
+endforeach()
+list(REMOVE_ITEM sources ${PROJECT_SOURCE_DIR}/tests/must_not_compile.cpp)
+
+set(stamps)
+foreach(source ${sources})
+  file(RELATIVE_PATH name ${PROJECT_SOURCE_DIR} ${source})
+  set(stamp ${CMAKE_BINARY_DIR}/tidy/${name}.stamp)
+  get_filename_component(folder ${stamp} DIRECTORY)
+  file(MAKE_DIRECTORY ${folder})
+  add_custom_command(OUTPUT ${stamp}
+    COMMAND ${KZV_CLANG_TIDY} --quiet -p ${CMAKE_BINARY_DIR} ${source}
+    COMMAND ${CMAKE_COMMAND} -E touch ${stamp}
+    DEPENDS ${source} ${headers} ${PROJECT_SOURCE_DIR}/.clang-tidy
+    COMMENT "clang-tidy ${name}")
+  list(APPEND stamps ${stamp})
+endforeach()
+add_custom_target(tidy DEPENDS ${stamps})

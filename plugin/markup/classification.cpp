@@ -1,0 +1,91 @@
+#include "classification.h"
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+
+namespace kzv::classification {
+namespace {
+
+// Long enough for vector code to pay off, short enough that a wrong byte ends the search soon.
+constexpr std::size_t kBlockBytes = 256;
+
+// Whether no byte is `wrong`. Blocks are read whole, without a way out in the middle, which a compiler can
+// turn into vector code.
+template <typename Predicate>
+bool none_of_bytes(ByteView bytes, Predicate wrong) {
+  while (!bytes.empty()) {
+    const ByteView block = bytes.first(std::min(bytes.size(), kBlockBytes));
+    std::uint8_t any_wrong = 0;
+    for (const std::uint8_t byte : block) any_wrong |= static_cast<std::uint8_t>(wrong(byte));
+    if (any_wrong != 0) return false;
+    bytes = bytes.subspan(block.size());
+  }
+  return true;
+}
+
+constexpr bool is_high(std::uint8_t byte) { return byte >= 0x80; }
+constexpr bool is_control(std::uint8_t byte) { return byte < 0x20; }
+constexpr bool is_outside_printable(std::uint8_t byte) { return is_high(byte) || is_control(byte); }
+
+struct Marker {
+  std::int32_t kind;
+  std::uint8_t length;
+  std::array<std::uint8_t, 4> bytes;
+};
+
+// In the order in which they are looked for: a mark stands before every shorter one that it begins with.
+// The last two are reachable by number alone.
+constexpr std::array<Marker, 7> kMarkers = {{
+    {7, 4, {0xFF, 0xFE, 0x00, 0x00}},
+    {6, 4, {0x00, 0x00, 0xFE, 0xFF}},
+    {1, 3, {0xEF, 0xBB, 0xBF}},
+    {4, 2, {0xFF, 0xFE}},
+    {3, 2, {0xFE, 0xFF}},
+    {5, 4, {0xFF, 0xFE, 0x00, 0x00}},
+    {2, 2, {0xFF, 0xFE}},
+}};
+
+ByteView bytes_of(const Marker &marker) { return ByteView(marker.bytes).first(marker.length); }
+
+}  // namespace
+
+std::size_t replace_non_printable(ByteView input, std::uint8_t replacement, ByteBuffer output) {
+  assert(output.size() >= input.size());
+  std::transform(input.begin(), input.end(), output.begin(),
+                 [=](std::uint8_t byte) { return is_outside_printable(byte) ? replacement : byte; });
+  return input.size();
+}
+
+bool is_ascii(ByteView bytes) { return is_ascii(bytes, 0); }
+
+bool is_ascii(ByteView bytes, std::int32_t mode) {
+  if (bytes.empty()) return false;
+  switch (mode) {
+    case 0:
+      return none_of_bytes(bytes, is_high);
+    case 1:
+      return none_of_bytes(bytes, is_outside_printable);
+    case 2:
+      return none_of_bytes(bytes, is_control);
+    default:
+      return false;
+  }
+}
+
+std::int32_t detect_marker(ByteView bytes) {
+  for (const Marker &marker : kMarkers) {
+    const ByteView wanted = bytes_of(marker);
+    if (bytes.size() < wanted.size()) continue;
+    if (std::equal(wanted.begin(), wanted.end(), bytes.begin())) return marker.kind;
+  }
+  return 0;
+}
+
+ByteView marker_bytes(std::int32_t kind) {
+  const auto *const found = std::find_if(kMarkers.begin(), kMarkers.end(),
+                                         [=](const Marker &marker) { return marker.kind == kind; });
+  return found != kMarkers.end() ? bytes_of(*found) : ByteView();
+}
+
+}  // namespace kzv::classification

@@ -1,0 +1,46 @@
+// Character references of HTML (HTML 4.01, section 5.3): text to pure ASCII and back.
+#pragma once
+
+#include "bytes.h"
+
+namespace kzv::html {
+
+// How far a kernel came: units of text read, bytes of output written.
+struct Progress {
+  std::size_t consumed;
+  std::size_t written;
+};
+
+// Bytes of output in which `encode` takes every text of `unit_count` units in one call.
+constexpr std::uint64_t encode_room(std::size_t unit_count) { return std::uint64_t{unit_count} * 10; }
+
+// `text` without its first unit when that is U+FEFF or U+FFFE; later ones are text.
+UnitView without_mark(UnitView text);
+
+// Writes `text` as ASCII: units from U+0080 on as "&eacute;" or, without a name, as "&#257;"; the halves of a
+// surrogate pair each for itself. Of the ASCII characters " & < > become names and ' becomes "&#39;", unless
+// `keep_ascii`. Stops before a unit when fewer than 10 bytes of output are left, the longest reference; with
+// that room it always gets on. Bytes of the output behind what was written may be overwritten.
+Progress encode(UnitView text, bool keep_ascii, ByteBuffer output);
+
+// Whether all bytes are ASCII other than 00 and " & ' < >, so that they mean themselves within a page.
+bool is_html_ready(ByteView bytes);
+
+// A reference found in a text: first unit, length in units with "&" and ";", and the character, which may lie
+// above U+FFFF. `length` is never less than the units that the character takes.
+struct Reference {
+  std::size_t start;
+  std::size_t length;
+  std::uint32_t code_point;
+};
+
+// The first valid reference in `text`; without one, `start` is text.size() and `length` 0. The ";" stands
+// after at most 8 characters, or is missing at the very end of the text. Known names count, and numbers
+// within 6 characters: "#" and decimal or "#x" and hexadecimal digits; what follows the digits is ignored;
+// the value 0 or a minus sign among them makes it none. Linear, also when called again behind each reference.
+Reference next_reference(UnitView text);
+
+// Writes a code point up to U+10FFFF as one unit, or as a surrogate pair; returns the number of units.
+std::size_t to_units(std::uint32_t code_point, std::span<std::uint16_t, 2> units);
+
+}  // namespace kzv::html

@@ -1,0 +1,41 @@
+// Text with its markup taken out: everything between "<" and the ">" that closes it, by counting alone.
+#pragma once
+
+#include "bytes.h"
+
+namespace kzv::tags {
+
+// Walks a text in steps of a run to keep and a count of bytes to drop behind it. Every "<" counts up, every
+// ">" counts down; bytes are kept where the count is zero, so after a stray ">" the text is dropped until
+// a "<" makes up for it, and behind an unclosed "<" all the rest is. The brackets themselves are neither
+// kept nor dropped. Linear in the text; reads it in place, which must outlive the scanner.
+class TagScanner {
+ public:
+  explicit TagScanner(ByteView text);
+
+  // Moves to the next step; false at the end of the text.
+  bool next();
+  // The bytes to keep, possibly none.
+  [[nodiscard]] ByteView kept() const { return kept_; }
+  // How many bytes other than brackets are dropped behind them.
+  [[nodiscard]] std::size_t dropped() const { return dropped_; }
+
+ private:
+  [[nodiscard]] const std::uint8_t *next_bracket() const {
+    return next_open_ < next_close_ ? next_open_ : next_close_;
+  }
+
+  const std::uint8_t *at_;
+  const std::uint8_t *end_;
+  // The first bracket of each kind from `at_` on, or `end_`. Both are kept, so that a text with many of one
+  // kind is not searched to its end for the other kind again and again.
+  const std::uint8_t *next_open_;
+  const std::uint8_t *next_close_;
+  ByteView kept_;
+  std::size_t dropped_ = 0;
+};
+
+// What is written in place of each dropped byte: the text up to its first zero byte or its end.
+ByteView replacement_of(ByteView text);
+
+}  // namespace kzv::tags

@@ -1,0 +1,403 @@
+// The boundary between host and plugin, seen from the host.
+#include <cstdlib>
+#include <ctime>
+#include <gtest/gtest.h>
+#include <limits>
+#include <thread>
+#include <vector>
+
+#include "services.h"
+#include "support/guarded.h"
+#include "support/plugin.h"
+
+namespace kzv::host {
+namespace {
+
+using std::string_literals::operator""s;
+using std::string_view_literals::operator""sv;
+
+constexpr char kEncode[] = "EncodingToURLKZV(s as string) as string";
+constexpr char kEncodeWith[] = "EncodingToURLKZV(s as string, options as integer) as string";
+constexpr char kDecode[] = "DecodingFromURLKZV(s as string) as string";
+constexpr char kDecodeWith[] = "DecodingFromURLKZV(s as string, options as integer) as string";
+
+// One on each side of every threshold.
+const std::optional<double> kVersions[] = {std::nullopt, 2011.5, 2012.0, 2012.5, 2013.0, 2013.01, 2013.03};
+
+Text ascii(std::string bytes) { return {std::move(bytes), kEncodingASCII}; }
+
+TEST(Loading, TellsTheInterfaceVersionThatGoesWithTheHosts) {
+  const struct {
+    std::optional<double> host;
+    std::int32_t told;
+  } rows[] = {{std::nullopt, 9}, {2011.5, 9},
+              {2012.0, 10},      {2012.9, 10},
+              {2013.0, 11},      {2013.02, 11},
+              {2013.03, 12},     {2026.0, 12},
+              {-1.0, 9},         {std::numeric_limits<double>::quiet_NaN(), 9}};
+  for (const auto &row : rows) {
+    EXPECT_EQ(Plugin(KZV_PLUGIN, version(row.host)).host.interface_version(), row.told)
+        << row.host.value_or(0);
+  }
+}
+
+TEST(Loading, RegistersItsTableInOrder) {
+  const char *const kTable[] = {kEncode, kEncodeWith, kDecode, kDecodeWith};
+  const Plugin plugin(KZV_PLUGIN);
+  ASSERT_EQ(plugin.host.methods().size(), std::size(kTable));
+  for (std::size_t i = 0; i < std::size(kTable); ++i) {
+    EXPECT_EQ(plugin.host.methods()[i].declaration, kTable[i]);
+    EXPECT_EQ(plugin.host.methods()[i].flags, 4U);
+  }
+}
+
+TEST(Loading, SeedsTheRandomGeneratorInABuiltApplicationOnly) {
+  const auto first_after = [](bool in_runtime, std::set<std::string, std::less<>> withheld) {
+    Settings settings = version(2013.03, std::move(withheld));
+    settings.in_runtime = in_runtime;
+    std::srand(1);
+    const Plugin plugin(KZV_PLUGIN, settings);
+    return std::rand();
+  };
+  const auto first_of = [](std::time_t seed) {
+    std::srand(static_cast<unsigned>(seed));
+    return std::rand();
+  };
+  EXPECT_EQ(first_after(false, {}), first_of(1));
+  EXPECT_EQ(first_after(true, {"REALinRuntime"}), first_of(1));
+  const std::time_t before = std::time(nullptr);
+  const int seeded = first_after(true, {});
+  const std::time_t after = std::time(nullptr);
+  bool by_the_time = false;
+  for (std::time_t time = before; time <= after; ++time)
+    by_the_time = by_the_time || seeded == first_of(time);
+  EXPECT_TRUE(by_the_time);
+}
+
+TEST(Loading, AsksForAServiceUntilTheHostHasItAndThenNeverAgain) {
+  Plugin plugin(KZV_PLUGIN, version(2013.03, {"REALBuildString"}));
+  const String s = new_string("a b", kEncodingUTF8);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(plugin.call(kEncode, s), kNil);
+  EXPECT_EQ(plugin.host.times_asked_for("REALBuildString"), 3);
+  plugin.host.settings.withheld.clear();
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(plugin.call(kEncode, s), ascii("a%20b"));
+  EXPECT_EQ(plugin.host.times_asked_for("REALBuildString"), 4);
+  EXPECT_EQ(plugin.host.times_asked_for("PluginGetStringData"), 1);
+  EXPECT_EQ(plugin.host.ledger.report(), "");
+}
+
+TEST(Arguments, AreReadByTheRoadThatTheVersionNames) {
+  for (const auto &host_version : kVersions) {
+    Plugin plugin(KZV_PLUGIN, version(host_version));
+    EXPECT_EQ(plugin.call(kDecode, new_string("%C3%A9+", kEncodingUTF16)),
+              (Text{"\xC3\xA9+", kEncodingBytes}));
+    EXPECT_EQ(plugin.call(kDecodeWith, new_string("a+b", kEncodingUTF8), 1), ascii("a b"));
+    EXPECT_EQ(plugin.call(kEncode, nullptr), kNil);
+    EXPECT_EQ(plugin.call(kEncode, new_string("", kEncodingUTF8)), kNil);
+    const bool newer = host_version.value_or(0) > 2013.0;
+    EXPECT_EQ(plugin.host.times_asked_for("PluginGetStringData"), newer ? 1 : 0);
+    EXPECT_EQ(plugin.host.times_asked_for("REALLockString"), newer ? 0 : 1);
+    EXPECT_EQ(plugin.host.ledger.report(), "");
+  }
+}
+
+TEST(Arguments, AreNotReadBehindTheirEnd) {
+  for (const auto &host_version : kVersions) {
+    Plugin plugin(KZV_PLUGIN, version(host_version));
+    for (const std::string_view text : {"%"sv, "%4"sv, "abc%"sv, "abc%f"sv}) {
+      Guarded guarded(text);
+      const std::string_view lent(reinterpret_cast<const char *>(guarded.data()), text.size());
+      const String s(make_string_of_lent(lent, kEncodingUTF8));
+      EXPECT_EQ(plugin.call(kDecode, s), plugin.call(kDecode, new_string(text, kEncodingUTF8)));
+      EXPECT_EQ(plugin.call(kEncode, s), plugin.call(kEncode, new_string(text, kEncodingUTF8)));
+    }
+    EXPECT_EQ(plugin.call(kDecode, new_string("%", kEncodingUTF8)), ascii("\0"s));
+  }
+}
+
+TEST(Arguments, WithALengthThatCannotBeAreEmpty) {
+  for (const auto &host_version : kVersions) {
+    Plugin plugin(KZV_PLUGIN, version(host_version));
+    const String s = new_string("abc", kEncodingUTF8);
+    s->head.length = std::numeric_limits<std::int32_t>::min();
+    EXPECT_EQ(plugin.call(kEncode, s), kNil);
+    s->head.length = 3;
+    EXPECT_EQ(plugin.host.ledger.report(), "");
+  }
+}
+
+TEST(MissingServices, EndInTheDocumentedOutcome) {
+  const Text works = ascii("a%20b");
+  const Text unlabelled{"a%20b", kEncodingBytes};
+  const struct {
+    double version;
+    std::set<std::string, std::less<>> withheld;
+    Text result;
+  } rows[] = {
+      {2013.03, {"PluginGetStringData"}, works},  // the bytes are copied
+      {2013.03, {"PluginGetStringData", "PluginDisposeStringData"}, works},
+      {2013.03, {"PluginGetStringData", "StringGetCString"}, kNil},
+      {2013.03, {"PluginGetStringData", "REALLoadGlobalMethod"}, kNil},
+      {2013.03, {"PluginDisposeStringData"}, works},  // the record's buffer is freed
+      {2013.03, {"REALBuildString"}, kNil},
+      {2013.03, {"REALSetStringEncoding"}, unlabelled},
+      {2013.03, {"RegisterPluginVersion"}, works},
+      {2012.0, {"REALLockString"}, works},
+      {2012.0, {"REALBuildString"}, kNil},
+  };
+  for (const auto &row : rows) {
+    Plugin plugin(KZV_PLUGIN, version(row.version, row.withheld));
+    for (int i = 0; i < 2; ++i) {
+      EXPECT_EQ(plugin.call(kEncode, new_string("a b", kEncodingUTF8)), row.result) << *row.withheld.begin();
+    }
+    EXPECT_EQ(plugin.host.ledger.report(), "") << *row.withheld.begin();
+    EXPECT_TRUE(plugin.host.take_raised().empty());
+  }
+}
+
+TEST(MissingServices, NoneOfThemOrAllOfThemCrashTheLibrary) {
+  std::set<std::string, std::less<>> all;
+  for (const std::string_view service : Services::names()) {
+    all.emplace(service);
+    for (const auto &host_version : kVersions) {
+      Plugin plugin(KZV_PLUGIN, version(host_version, {std::string(service)}));
+      if (service == "PluginRegisterMethod") {
+        EXPECT_TRUE(plugin.host.methods().empty());
+        continue;
+      }
+      plugin.call(kEncode, new_string("a b", kEncodingUTF8));
+      EXPECT_EQ(plugin.host.ledger.report(), "") << service;
+    }
+  }
+  // The functions of a plugin that registered while the host had its services.
+  Plugin plugin(KZV_PLUGIN, version(2013.03, {}));
+  plugin.host.settings.withheld = all;
+  EXPECT_EQ(plugin.call(kEncode, new_string("a b", kEncodingUTF8)), kNil);
+  EXPECT_EQ(plugin.host.ledger.report(), "");
+  EXPECT_TRUE(Plugin(KZV_PLUGIN, version(2013.03, all)).host.methods().empty());
+}
+
+// Each service throws at its first call. What is caught ends in an exception of the host and nil; anything
+// else passes. Either way everything is given back.
+TEST(HostExceptions, PassThroughWithEverythingReleased) {
+  using Kind = Misbehaviour::Kind;
+  const std::set<std::string, std::less<>> building = {"REALBuildString", "REALSetStringEncoding"};
+  for (const std::string_view service : Services::names()) {
+    for (const auto &host_version : kVersions) {
+      for (const bool copying : {false, true}) {
+        for (const Kind kind : {Kind::kThrowBadAlloc, Kind::kThrowOther}) {
+          Settings settings = version(host_version);
+          if (copying) settings.withheld = {"PluginGetStringData"};
+          Plugin plugin(KZV_PLUGIN, settings);
+          plugin.host.settings.misbehaviour = {std::string(service), kind};
+          const String s = new_string("a b", kEncodingUTF8);
+          const bool caught = kind == Kind::kThrowBadAlloc && building.contains(service);
+          bool passed = false;
+          Text result = kNil;
+          try {
+            result = plugin.call(kEncode, s);
+          } catch (const std::bad_alloc &) {
+            passed = true;
+            EXPECT_EQ(kind, Kind::kThrowBadAlloc);
+          } catch (const HostFailure &) {
+            passed = true;
+          }
+          const bool happened = plugin.host.settings.misbehaviour->calls_left <= 0;
+          EXPECT_EQ(passed, happened && !caught) << service;
+          EXPECT_EQ(result, happened ? kNil : ascii("a%20b")) << service;
+          EXPECT_EQ(plugin.host.take_raised().size(), happened && caught ? 1U : 0U) << service;
+          EXPECT_EQ(plugin.host.ledger.report(), "") << service;
+        }
+      }
+    }
+  }
+}
+
+TEST(Results, AreLabelledAndConverted) {
+  const struct {
+    const char *what;
+    std::string bytes;
+    REALencoding encoding;
+    Text result;
+  } rows[] = {
+      {"7-bit bytes become ASCII", "abc", kEncodingBytes, ascii("abc")},
+      {"so does 7-bit Mac OS Roman", "abc", kEncodingMacRoman, ascii("abc")},
+      {"and 7-bit Windows-1252", "abc", kEncodingWindows1252, ascii("abc")},
+      {"but no other encoding", "abc", kEncodingUTF8, {"abc", kEncodingUTF8}},
+      {"8-bit bytes keep their label", "a\xE9", kEncodingBytes, {"a\xE9", kEncodingBytes}},
+      {"also Mac OS Roman", "\x8E", kEncodingMacRoman, {"\x8E", kEncodingMacRoman}},
+      {"an unknown encoding is kept", "a\xE9", 0x1234, {"a\xE9", 0x1234}},
+      {"the last byte of a long text counts",
+       std::string(1000, 'a') + '\x80',
+       kEncodingBytes,
+       {std::string(1000, 'a') + '\x80', kEncodingBytes}},
+      {"UTF-16 becomes UTF-8",
+       "a\0\xE9\0c\0"s,
+       kEncodingUTF16,
+       {"a\xC3\xA9"
+        "c",
+        kEncodingUTF8}},
+      {"a rest of UTF-32 is dropped", "a\0\0\0b\0\0"s, kEncodingUTF32, {"a", kEncodingUTF8}},
+      {"of UTF-32 the low 16 bits count", "\0\xF6\x01\0"s, kEncodingUTF32, {"\xEF\x98\x80", kEncodingUTF8}},
+  };
+  for (const auto &row : rows) {
+    Plugin probe(KZV_PROBE);
+    const String s = new_string(row.bytes, kEncodingBytes);
+    EXPECT_EQ(probe.call("Build(s as string, encoding as integer) as string", s,
+                         static_cast<std::int32_t>(row.encoding)),
+              row.result)
+        << row.what;
+    EXPECT_EQ(probe.host.ledger.report(), "") << row.what;
+  }
+}
+
+TEST(Results, OfUTF32MayBeLong) {
+  for (const std::size_t units : {1U, 199U, 200U, 255U, 256U, 5000U}) {
+    Plugin probe(KZV_PROBE);
+    std::string bytes;
+    for (std::size_t i = 0; i < units; ++i) bytes += "z\0\0\0"s;
+    EXPECT_EQ(probe.call("Build(s as string, encoding as integer) as string",
+                         new_string(bytes, kEncodingBytes), static_cast<std::int32_t>(kEncodingUTF32)),
+              (Text{std::string(units, 'z'), kEncodingUTF8}));
+  }
+}
+
+TEST(Results, OutsideTheLimitsAreNilWithoutAnException) {
+  Plugin probe(KZV_PROBE);
+  for (const char *const declaration :
+       {"BuildOfLength(length as double) as string", "BuildOfNothing(length as double) as string"}) {
+    for (const double length : {0.0, -1.0, -4294967295.0, 2147483648.0, 4294967297.0, 9e18}) {
+      auto *const function = probe.function<REALstringStruct *(double)>(declaration);
+      EXPECT_EQ(text_of(probe.host.call(function, length)), kNil) << length;
+    }
+  }
+  auto *const nothing =
+      probe.function<REALstringStruct *(double)>("BuildOfNothing(length as double) as string");
+  EXPECT_EQ(text_of(probe.host.call(nothing, 1.0)), kNil);
+  EXPECT_TRUE(probe.host.take_raised().empty());
+}
+
+TEST(MemoryBlocks, AreCopiedOrReportedWithTheirSize) {
+  const struct {
+    std::set<std::string, std::less<>> withheld;
+    const char *message;  // null: the block is copied
+  } rows[] = {
+      {{}, nullptr},
+      {{"REALLockObject"}, nullptr},
+      {{"newMemoryBlock"}, "Failed to allocate a memoryblock with 3 bytes in size."},
+      {{"memoryBlockGetPtr"}, "Failed to allocate a memoryblock with 0 bytes in size."},
+      {{"memoryBlockGetSize"}, nullptr},  // reads as empty
+  };
+  for (const auto &row : rows) {
+    Plugin probe(KZV_PROBE, version(2013.03, row.withheld));
+    const MemoryBlock block = new_memory_block("a\0z"sv);
+    auto *const copy = probe.function<REALmemoryBlockStruct *(REALmemoryBlockStruct *)>(
+        "CopyBlock(block as memoryblock) as memoryblock");
+    const MemoryBlock result = probe.host.call(copy, block.get());
+    const auto raised = probe.host.take_raised();
+    ASSERT_EQ(raised.size(), row.message == nullptr ? 0U : 1U);
+    if (row.message != nullptr) {
+      EXPECT_EQ(raised[0].message, row.message);
+      EXPECT_EQ(result, nullptr);
+    } else {
+      EXPECT_EQ(result->bytes, row.withheld.contains("memoryBlockGetSize") ? "" : "a\0z"s);
+    }
+    EXPECT_EQ(probe.host.ledger.report(), "");
+  }
+}
+
+TEST(RaisedExceptions, TakeTheClassThatTheHostHas) {
+  const struct {
+    std::set<std::string, std::less<>> withheld;
+    bool with_message;
+    std::vector<std::string> raised;  // class and message, or nothing
+  } rows[] = {
+      {{}, true, {"OutOfMemoryException", "It is full."}},
+      {{}, false, {"OutOfMemoryException", ""}},
+      {{"OutOfMemoryException"}, true, {"RuntimeException", "It is full."}},
+      {{"OutOfMemoryException", "RuntimeException"}, true, {}},
+      {{"PluginNewInstance"}, true, {}},
+      {{"RuntimeRaiseException"}, true, {}},
+      {{"REALSetPropValueString"}, true, {"OutOfMemoryException", ""}},
+      {{"REALBuildString"}, true, {"OutOfMemoryException", ""}},
+  };
+  for (const auto &row : rows) {
+    Plugin probe(KZV_PROBE, version(2013.03, row.withheld));
+    auto *const raise = probe.function<std::int32_t(REALboolean)>("Raise(withMessage as boolean) as integer");
+    probe.host.call(raise, static_cast<REALboolean>(row.with_message ? 0x100U + 7U : 0x100U));
+    const auto raised = probe.host.take_raised();
+    ASSERT_EQ(raised.size(), row.raised.empty() ? 0U : 1U);
+    if (!raised.empty()) {
+      EXPECT_EQ(raised[0].class_name, row.raised[0]);
+      EXPECT_EQ(raised[0].message, row.raised[1]);
+      EXPECT_EQ(raised[0].error_number, 0);
+    }
+    EXPECT_EQ(probe.host.ledger.report(), "");
+  }
+}
+
+TEST(RaisedExceptions, AreRaisedWithoutAMessageWhenThereIsNoMemoryForOne) {
+  Plugin probe(KZV_PROBE);
+  probe.host.settings.misbehaviour = {"REALBuildString", Misbehaviour::Kind::kThrowBadAlloc};
+  auto *const raise = probe.function<std::int32_t(REALboolean)>("Raise(withMessage as boolean) as integer");
+  probe.host.call(raise, ToREALboolean(true));
+  const auto raised = probe.host.take_raised();
+  ASSERT_EQ(raised.size(), 1U);
+  EXPECT_EQ(raised[0].message, "");
+  EXPECT_EQ(probe.host.ledger.report(), "");
+}
+
+TEST(Threads, MayMakeTheFirstCallTogether) {
+  for (const auto &host_version : kVersions) {
+    Plugin plugin(KZV_PLUGIN, version(host_version));
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) {
+      threads.emplace_back([&plugin] {
+        for (int call = 0; call < 100; ++call) {
+          EXPECT_EQ(plugin.call(kEncodeWith, new_string("a b+", kEncodingUTF8), 1), ascii("a+b%2B"));
+          EXPECT_EQ(plugin.call(kDecodeWith, new_string("a+b%20+", kEncodingUTF8), 0), ascii("a+b +"));
+        }
+      });
+    }
+    for (std::thread &thread : threads) thread.join();
+    EXPECT_EQ(plugin.host.ledger.report(), "");
+  }
+}
+
+TEST(Instances, LiveSideBySideAndCanBeUnloaded) {
+  Plugin older(KZV_PLUGIN, version(2011.5));
+  for (int i = 0; i < 20; ++i) {
+    Plugin newer(KZV_PLUGIN, version(2013.03, {"REALLockString"}));
+    EXPECT_EQ(newer.call(kEncode, new_string(" ", kEncodingUTF8)), ascii("%20"));
+    EXPECT_EQ(older.call(kEncode, new_string("%", kEncodingUTF8)), ascii("%25"));
+    EXPECT_EQ(older.host.interface_version(), 9);
+    EXPECT_EQ(newer.host.interface_version(), 12);
+  }
+}
+
+#if defined(__i386__)
+// Hosts of 32 bits keep their stack aligned to 4 bytes only.
+TEST(Stack, MayBeAlignedToFourBytes) {
+  Plugin plugin(KZV_PLUGIN);
+  const String s = new_string(std::string(600, ' '), kEncodingUTF8);
+  auto *const encode = plugin.function<REALstringStruct *(REALstringStruct *)>(kEncode);
+  for (std::uint32_t shift = 0; shift < 16; shift += 4) {
+    const Host::Scope scope(plugin.host);
+    REALstringStruct *result = nullptr;
+    __asm__ volatile(
+        "movl %%esp, %%ebx\n\t"
+        "andl $-16, %%esp\n\t"
+        "subl %[shift], %%esp\n\t"
+        "pushl %[argument]\n\t"
+        "call *%[function]\n\t"
+        "movl %%ebx, %%esp\n\t"
+        : "=a"(result)
+        : [shift] "S"(shift), [argument] "D"(s.get()), [function] "a"(encode)
+        : "ebx", "ecx", "edx", "memory", "cc");
+    EXPECT_EQ(plugin.host.accept(result)->bytes().size(), 1800U);
+  }
+}
+#endif
+
+}  // namespace
+}  // namespace kzv::host

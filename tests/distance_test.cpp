@@ -1,0 +1,104 @@
+#include "compare/distance.h"
+
+#include <algorithm>
+#include <bit>
+#include <gtest/gtest.h>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace kzv::distance {
+namespace {
+
+using Text = std::vector<std::uint32_t>;
+
+double slow_jaro_winkler(const Text &a, const Text &b) {
+  if (a.empty() || b.empty()) return a.size() == b.size() ? 0.0 : 1.0;
+  const std::size_t w = std::max(std::max(a.size(), b.size()) / 2, std::size_t{1}) - 1;
+  std::vector<bool> taken(b.size());
+  Text matched;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    std::size_t j = i - std::min(i, w);
+    while (j < std::min(i + w + 1, b.size()) && (taken[j] || a[i] != b[j])) ++j;
+    if (j >= std::min(i + w + 1, b.size())) continue;
+    taken[j] = true;
+    matched.push_back(a[i]);
+  }
+  if (matched.empty()) return 1.0;
+  std::size_t t = 0;
+  for (std::size_t j = 0, k = 0; j < b.size(); ++j) t += taken[j] && matched[k++] != b[j] ? 1U : 0U;
+  const auto real = [](std::size_t n) { return static_cast<double>(n); };
+  const double m = real(matched.size());
+  const double jaro = ((m / real(a.size()) + m / real(b.size())) + (m - real(t / 2)) / m) / 3.0;
+  int p = 0;
+  for (auto i = a.begin(), j = b.begin(); p < 4 && i != a.end() && j != b.end() && *i++ == *j++;) ++p;
+  const volatile double boost = (1.0 - jaro) * (p * 0.1);
+  return 1.0 - (jaro > 0.7 && p > 0 ? jaro + boost : jaro);
+}
+
+// The whole matrix, with the swap at the cost of the substitution.
+double slow_edit_distance(const Text &a, const Text &b) {
+  if (a.empty() || b.empty()) return 1.0;
+  std::vector<std::vector<int>> cell(b.size() + 1, std::vector<int>(a.size() + 1));
+  for (std::size_t i = 0; i <= a.size(); ++i) cell[0][i] = static_cast<int>(i);
+  for (std::size_t j = 0; j <= b.size(); ++j) cell[j][0] = static_cast<int>(j);
+  for (std::size_t i = 1; i <= a.size(); ++i) {
+    for (std::size_t j = 1; j <= b.size(); ++j) {
+      const int cost = a[i - 1] == b[j - 1] ? 0 : 1;
+      cell[j][i] = std::min({cell[j - 1][i] + 1, cell[j][i - 1] + 1, cell[j - 1][i - 1] + cost});
+      if (i >= 2 && j >= 2 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+        cell[j][i] = std::min(cell[j][i], cell[j - 2][i - 2] + cost);
+    }
+  }
+  return 1.0 / (static_cast<double>(std::min(a.size(), b.size())) / cell[b.size()][a.size()]);
+}
+
+TEST(Distance, KnownPairs) {
+  struct Row {
+    std::string a, b;
+    double jaro_winkler, edit;
+  };
+  const std::vector<Row> rows = {
+      {"", "", 0.0, 1.0},
+      {"abc", "", 1.0, 1.0},
+      {"abc", "abc", 0.0, 0.0},
+      {"A", "a", 1.0, 1.0},
+      {"ab", "ba", 1.0, 0.5},                         // the window is 0
+      {"MARTHA", "MARHTA", 1.0 / 18 * 0.7, 1.0 / 6},  // 6 matches, 2 differ; prefix 3
+      {"flaw", "lawn", 1.0 / 6, 0.5},                 // (3/4 + 3/4 + 1) / 3, no prefix
+      {"a", "abcd", 0.25 * 0.9, 3.0},                 // (1 + 1/4 + 1) / 3, prefix 1
+      {"abcdefgh", "abcdefxx", 1.0 / 6 * 0.6, 0.25},  // (6/8 + 6/8 + 1) / 3, prefix 4 of 6
+      {"ca", "abc", 1.0, 1.5}};                       // no edit between swapped units
+  for (const Row &row : rows) {
+    const Text a(row.a.begin(), row.a.end());
+    const Text b(row.b.begin(), row.b.end());
+    EXPECT_NEAR(jaro_winkler(a, b).value(), row.jaro_winkler, 1e-15) << row.a;
+    EXPECT_EQ(edit_distance(a, b), row.edit) << row.a;
+  }
+  EXPECT_EQ(matrix_byte_count(0x7FFFFFFF, 0x7FFFFFFE), 0xFFFFFFFE00000000U);  // 2^31 (2^31-1) 4
+  EXPECT_EQ(matrix_byte_count(0x7FFFFFFF, 0x7FFFFFFF), 0xFFFFFFFFFFFFFFFFU);
+}
+
+TEST(Distance, RandomTextsAsTheDefinitionsGiveThem) {
+  std::mt19937 random(1);
+  const auto bits = [](double value) { return std::bit_cast<std::uint64_t>(value); };
+  for (int round = 0; round < 12000; ++round) {
+    const std::size_t longest = round % 200 < 2 ? 700 : round % 20 < 2 ? 200 : 20;
+    const auto alphabet = round % 3 == 0 ? 0xFFFFFFFF : 1 + random() % 8;
+    Text a(random() % longest);
+    for (std::uint32_t &unit : a) unit = static_cast<std::uint32_t>(random() % alphabet);
+    Text b = a;
+    if (round % 2 == 0) std::shuffle(b.begin(), b.end(), random);
+    for (auto edits = random() % 9; edits > 0 && b.size() > 1; --edits) {
+      const auto at = b.begin() + static_cast<std::ptrdiff_t>(random() % (b.size() - 1));
+      std::iter_swap(at, at + 1);
+      if (edits % 2 == 0) b.erase(at, at + 1 + (edits == 8 ? (b.end() - at) / 2 : 0));
+    }
+    if (round % 5 == 0) a.swap(b);
+    ASSERT_EQ(bits(jaro_winkler(a, b).value()), bits(slow_jaro_winkler(a, b))) << round;
+    ASSERT_EQ(bits(edit_distance(a, b).value()), bits(slow_edit_distance(a, b))) << round;
+  }
+}
+
+}  // namespace
+}  // namespace kzv::distance

@@ -1,0 +1,70 @@
+#include "transfer/hex_dump.h"
+
+#include <gtest/gtest.h>
+#include <random>
+#include <vector>
+
+#include "support/kernels.h"
+
+namespace kzv::hex_dump {
+namespace {
+
+std::string dumped(const std::string &input, const Shape &shape) {
+  return run_kernel(input, dump_size(input.size(), shape).value(),
+                    [&](ByteView in, ByteBuffer out) { return dump(in, shape, out); });
+}
+
+// The whole padded text first, then a character at a time.
+std::string slowly_dumped(const std::string &input, const Shape &shape) {
+  const auto text = [](ByteView bytes) { return std::string(bytes.begin(), bytes.end()); };
+  const auto hexlen = static_cast<std::size_t>(shape.hexlen);
+  std::string hex;
+  std::string result;
+  for (const char c : input) hex += {"0123456789ABCDEF"[(c >> 4) & 15], "0123456789ABCDEF"[c & 15]};
+  for (int i = 0; i < shape.hexlen * shape.linelen; ++i)
+    hex += shape.filler.empty() ? "0" : text(shape.filler);
+  for (std::size_t at = 0; at < input.size() * 2;) {
+    result += text(shape.linestart);
+    for (int group = 0; group < shape.linelen; ++group, at += hexlen) {
+      result += (group > 0 ? text(shape.spacer) : "") + hex.substr(at, hexlen);
+    }
+    result += text(shape.lineend);
+  }
+  return result.substr(0, result.find('\0'));
+}
+
+TEST(HexDump, RandomShapesAgreeWithTheSlowDump) {
+  const std::vector<std::uint8_t> xy = {'x', 'y'};
+  EXPECT_EQ(dumped("ABC", {2, 2, xy, xy, xy, {}}), "xy41xy42xyxy43xy00xy");
+  EXPECT_EQ(dumped("\xFE", {5, 1, {}, {}, xy, xy}), "FExyx");
+  EXPECT_EQ(dumped("A", {0, 2, xy, xy, xy, xy}) + dumped("A", {2, -1, xy, xy, xy, xy}), "");
+  std::mt19937 random(35);
+  const auto below = [&](int bound) { return std::uniform_int_distribution(0, bound - 1)(random); };
+  for (int round = 0; round < 9000; ++round) {
+    std::string input;
+    for (int n = below(80); n > 0; --n) input += static_cast<char>(below(256));
+    std::vector<std::vector<std::uint8_t>> text(4);  // a zero byte in them ends the dump
+    for (int n = below(9); n > 0; --n) text[random() % 4].push_back(static_cast<std::uint8_t>(below(256)));
+    const Shape shape{below(3) == 0 ? 2 : 1 + below(9), 1 + below(17), text[0], text[1], text[2], text[3]};
+    ASSERT_EQ(dumped(input, shape), slowly_dumped(input, shape)) << round;
+  }
+}
+
+TEST(HexDump, SizesStopAtTheLimit) {
+  constexpr int kLimit = 2'147'483'647;
+  const auto size = [byte = std::uint8_t{}](std::size_t bytes, int hexlen, int linelen, std::size_t start,
+                                            std::size_t spacer, std::size_t filler) {
+    return dump_size(bytes, {hexlen, linelen, {&byte, start}, {}, {&byte, spacer}, {&byte, filler}});
+  };
+  EXPECT_EQ(size(1, kLimit - 2, 1, 1, 0, 0), kLimit - 1);
+  EXPECT_EQ(size(1, 1, 2, 0, kLimit - 3, 0), kLimit - 1);
+  EXPECT_EQ(size(2, 1, 4, 0, 0, (kLimit - 4) / 4), 4);
+  EXPECT_EQ(size(0, kLimit, kLimit, SIZE_MAX, SIZE_MAX, SIZE_MAX), 0);
+  EXPECT_FALSE(size(1, kLimit - 2, 1, 2, 0, 0) || size(1, 1, 2, 0, kLimit - 2, 0) ||
+               size(2, 1, 4, 0, 0, kLimit / 4) || size(SIZE_MAX / 2 + 1, 2, 1, 0, 0, 0) ||
+               size(1 << 30, 1, 1, 0, 0, 0) || size(1000, 1, 1, kLimit / 2000, 0, 0) ||
+               size(1, 1, kLimit / 2, 0, SIZE_MAX, 0) || size(1, kLimit, kLimit, 0, 0, SIZE_MAX));
+}
+
+}  // namespace
+}  // namespace kzv::hex_dump

@@ -1,0 +1,132 @@
+#include "markup/html.h"
+
+#include <gtest/gtest.h>
+
+#include "markup/entities.h"
+#include "support/kernels.h"
+
+namespace kzv::html {
+namespace {
+
+std::string_view bytes_of(std::u16string_view text) {
+  return {reinterpret_cast<const char *>(text.data()), text.size() * 2};
+}
+UnitView units_of(ByteView bytes) { return {reinterpret_cast<const Unit *>(bytes.data()), bytes.size() / 2}; }
+
+// One unit at a time, the table from the start: what the encoder does in blocks and by index.
+std::string slowly_encoded(std::u16string_view text, bool keep_ascii) {
+  std::string result;
+  for (const char16_t unit : text) {
+    const auto *entity = std::ranges::find(escapecodes, unit, &Entity::code_point);
+    const bool known = entity != escapecodes.end();
+    const std::string name = known && unit != '\'' ? std::string(entity->name()) : "#" + std::to_string(unit);
+    const bool plain = unit < 0x80 && (keep_ascii || !known);
+    result += plain ? std::string(1, static_cast<char>(unit)) : "&" + name + ";";
+  }
+  return result;
+}
+
+// Encodes into pieces of `room` bytes; the last byte read and written lies before a guard page each time.
+std::string encoded(std::u16string_view text, bool keep_ascii, std::uint64_t room = encode_room(0x10000)) {
+  std::string result;
+  while (!text.empty()) {
+    Progress progress{};
+    result += run_kernel(bytes_of(text), room, [&](ByteView in, ByteBuffer out) {
+      progress = encode(units_of(in), keep_ascii, out);
+      return progress.written;
+    });
+    if (progress.consumed == 0) return result + "[stuck]";
+    text.remove_prefix(progress.consumed);
+  }
+  return result;
+}
+
+std::u16string decoded(std::u16string_view text) {
+  Guarded in(bytes_of(text));
+  UnitView rest = units_of(in.bytes());
+  std::u16string result;
+  while (!rest.empty()) {
+    const Reference found = next_reference(rest);
+    for (const Unit unit : rest.first(found.start)) result += static_cast<char16_t>(unit.value);
+    std::array<std::uint16_t, 2> units{};
+    if (found.length != 0) result.append(units.begin(), units.begin() + to_units(found.code_point, units));
+    rest = rest.subspan(found.start + found.length);
+  }
+  return result;
+}
+std::u16string widened(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
+
+TEST(Html, EveryUnitEncodesAndDecodes) {
+  std::u16string all;
+  for (unsigned unit = 0; unit < 0x10000; ++unit) all += static_cast<char16_t>(unit);
+  EXPECT_EQ(encoded(all, false), slowly_encoded(all, false));
+  EXPECT_EQ(encoded(all, true), slowly_encoded(all, true));
+  EXPECT_EQ(decoded(widened(encoded(all, false))), all);
+
+  const std::u16string_view text = u"Tom & Jerry's <b>\"\r\n\u00E9\u0152\u2666\u0080\u0101\U0001F600";
+  const std::string above = "&eacute;&OElig;&diams;&#128;&#257;&#55357;&#56832;";
+  EXPECT_EQ(encoded(text, false), "Tom &amp; Jerry&#39;s &lt;b&gt;&quot;\r\n" + above);
+  EXPECT_EQ(encoded(text, true), "Tom & Jerry's <b>\"\r\n" + above);
+}
+
+TEST(Html, EveryRoomGivesTheSameBytes) {
+  const std::u16string text = std::u16string(20, u'\u03D1') + u" <plain text in blocks\u00E9' \u4E2D\u03D1";
+  for (const bool keep_ascii : {false, true}) {
+    for (std::uint64_t room = 10; room <= 200; room += room < 40 ? 1 : 7) {
+      EXPECT_EQ(encoded(text, keep_ascii, room), slowly_encoded(text, keep_ascii)) << room;
+    }
+    EXPECT_EQ(encoded(u"a", keep_ascii, 9), "[stuck]");
+  }
+}
+
+TEST(Html, OneMarkIsDropped) {
+  Guarded in(bytes_of(u"\uFEFF\uFFFEa\uFEFF"));
+  UnitView text = units_of(in.bytes());
+  for (const unsigned left : {3U, 2U, 2U}) EXPECT_EQ((text = without_mark(text)).size(), left);
+  EXPECT_EQ(without_mark(text.last(0)).size(), 0U);
+}
+
+TEST(Html, ReadyTextHasNoSpecialByteAnywhere) {
+  for (std::size_t i = 0; i < 35 * std::size_t{256}; ++i) {
+    std::string text(35, 'a');
+    const char byte = text[i / 256] = static_cast<char>(i % 256);
+    Guarded in(text);
+    const bool ready = i % 256 > 0 && i % 256 < 128 && std::string("\"&'<>").find(byte) == std::string::npos;
+    EXPECT_EQ(is_html_ready(in.bytes()), ready) << i;
+  }
+}
+
+TEST(Html, NamesDecodeInTheirOwnCaseOnly) {
+  for (const Entity &entity : escapecodes) {
+    for (int flips = 0; flips < 1 << entity.name().size(); ++flips) {
+      std::string other(entity.name());
+      for (std::size_t i = 0; i < other.size(); ++i) other[i] = char(other[i] ^ (flips >> i & 1) << 5);
+      const auto *known = std::ranges::find(escapecodes, other, &Entity::name);
+      const std::u16string text = widened("&" + other + ";");
+      EXPECT_EQ(decoded(text), known == escapecodes.end() ? text : std::u16string(1, known->code_point));
+    }
+  }
+}
+
+TEST(Html, DecodedText) {
+  const std::initializer_list<std::pair<std::u16string_view, std::u16string_view>> rows = {
+      {u"&lt;b&gt;&amp;amp;\U0001F600&amp", u"<b>&amp;\U0001F600&"},  // one level
+      {u"&sup;&sup2;&sigma;&sigmaf;&or;&ordf;&not;", u"\u2283\u00B2\u03C3\u03C2\u2228\u00AA\u00AC"},
+      {u"&#65;&#x41;&#x0041;&#39;&apos;", u"AAA''"},
+      {u"&#65abc;&#x41zz;&#65a-;&#x4g;&#6", u"AAA\x04\x06"},  // the digits end, the rest is ignored
+      {u"&&amp;&#65&lt;&thetasym", u"&&A\u03D1"},  // the ";" or the end closes whatever "&" reaches it
+      {u"&#55357;&#56832;&#65535;&#65536;&#99999;&#xffFF;", u"\U0001F600\uFFFF\U00010000\U0001869F\uFFFF"},
+  };
+  for (const auto &[text, expected] : rows) EXPECT_EQ(decoded(text), expected);
+
+  const std::initializer_list<std::u16string_view> unchanged = {
+      u"&thetasyma;&foo;&#X41;&AMP;&;&#;&&;&a;&am;& amp;&#x;&#xg;",
+      u"&#x00041;&#000065;&#x12345;&#0;&#x0;&#-65;&#6-5;&#65-;&#x-41;&#x4-;",
+      {u"&lt\0;&\0lt;&\u0161mp;&am\u0170;&#\u0136;&amp\u013B;", 30},  // right in the low byte only
+  };
+  for (const auto &text : unchanged) EXPECT_EQ(decoded(text), text);
+  for (const auto *text : {u"a&", u"a&#", u"a&#x", u"a&amp ", u"a&thetasymx"}) EXPECT_EQ(decoded(text), text);
+}
+
+}  // namespace
+}  // namespace kzv::html

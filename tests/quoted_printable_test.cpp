@@ -1,0 +1,68 @@
+#include "transfer/quoted_printable.h"
+
+#include <gtest/gtest.h>
+#include <random>
+
+#include "support/kernels.h"
+
+namespace kzv::quoted_printable {
+namespace {
+
+// Encodes into exactly as many bytes as were announced.
+std::string encoded(const std::string &text, std::int32_t line_length = 72) {
+  const std::uint64_t size = encoded_size(Guarded(text).bytes(), line_length);
+  EXPECT_LE(size, max_encoded_size(text.size(), line_length)) << line_length;
+  return run_kernel(text, size, [&](ByteView in, ByteBuffer out) {
+    EXPECT_EQ(encode(in, line_length, out), size) << line_length;
+    return out.size();
+  });
+}
+std::string decoded(const std::string &text) { return run_kernel(text, text.size(), decode); }
+
+// Character by character: the encoded text, and what decoding should make of it.
+std::pair<std::string, std::string> slowly_encoded(const std::string &text, std::int64_t limit) {
+  const auto breaks = [](char c) { return c == '\r' || c == '\n'; };
+  std::string out;
+  std::string lines;
+  std::int64_t column = 0;
+  for (const char *c = text.c_str(); c < text.c_str() + text.size(); ++c) {
+    const bool kept = *c == ' ' || *c == '\t' ? !breaks(c[1]) : *c > 32 && *c < 127 && *c != '=';
+    std::string token = {'=', "0123456789ABCDEF"[(*c >> 4) & 15], "0123456789ABCDEF"[*c & 15]};
+    if (kept) token = *c;
+    if (breaks(*c)) token = "\r\n";
+    const bool full = !breaks(*c) && column + std::ssize(token) >= (limit < 2 ? 72 : limit) - 1;
+    column = breaks(*c) ? 0 : (full ? 0 : column) + std::ssize(token);
+    out += full ? "=\r\n" + token : token;
+    lines += breaks(*c) ? '\n' : *c;
+    if (breaks(*c) && breaks(c[1]) && *c != c[1]) ++c;
+  }
+  return {lines.find('\n') < lines.size() && column > 0 ? out + "=\r\n" : out, lines};
+}
+
+TEST(QuotedPrintable, RandomTextAgreesWithTheSlowEncoderAndDecodesAgain) {
+  std::mt19937 random(31);
+  for (std::size_t length = 0; length <= 300; ++length) {
+    std::string text(length, 'a');  // every other text has long runs of letters
+    for (char &c : text) c = random() % (length % 2 * 15 + 1) == 0 ? "a= \t\r\n\x80"[random() % 7] : 'a';
+    if (length > 0) text.back() = static_cast<char>(length);  // every byte has its turn
+    for (const std::int32_t limit : {-1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 72, 76, 0x7FFFFFFF}) {
+      const auto [expected, lines] = slowly_encoded(text, limit);
+      ASSERT_EQ(encoded(text, limit), expected) << limit;
+      ASSERT_EQ(decoded(expected), lines) << limit;
+    }
+  }
+}
+
+TEST(QuotedPrintable, ByHand) {
+  EXPECT_EQ(encoded("a  \r\n\n!~\x7F\x1F\xFF"), "a =20\r\n\r\n!~=7F=1F=FF=\r\n");
+  EXPECT_EQ(encoded("a=", 2), "=\r\na=\r\n=3D");  // no line is wide enough, not even the first
+  EXPECT_EQ(encoded(std::string(80, 'a')), std::string(70, 'a') + "=\r\n" + std::string(10, 'a'));
+  EXPECT_EQ(max_encoded_size(0x7FFFFFFF, 2), 12'884'901'885U);
+  EXPECT_EQ(decoded("=41=3d=fF|=G5|=5G1|===41|=A\r\n\v\f\x80"), "A=\xFF||1|41|\n\v\f\x80");
+  EXPECT_EQ(decoded("a=\r\nb= \t\r\nc= xy\r\nd=\n\ne= \r\n\nX"), "abcd\ne\nX");
+  EXPECT_EQ(decoded("a\r\n\r\nb\n\rc\r\rd  \r\n"), "a\n\nb\nc\n\nd  \n");
+  for (const char *cut : {"a=", "a=4", "a=G", "a=\r", "a=\t x"}) EXPECT_EQ(decoded(cut), "a") << cut;
+}
+
+}  // namespace
+}  // namespace kzv::quoted_printable

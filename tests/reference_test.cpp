@@ -1,0 +1,78 @@
+// The reference against the plugin: nothing forgotten, nothing misdescribed, every example run.
+#include "reference.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <map>
+
+#include "support/plugin.h"
+#include "support/shell.h"
+
+namespace kzv::runner {
+namespace {
+
+std::vector<Section> all_sections() {
+  std::vector<Section> sections;
+  for (const Group &group : reference())
+    sections.insert(sections.end(), group.sections.begin(), group.sections.end());
+  return sections;
+}
+
+TEST(Reference, DeclaresExactlyWhatThePluginRegisters) {
+  const host::Plugin plugin(KZV_PLUGIN);
+  std::vector<std::string> registered;
+  for (const host::Method &method : plugin.host.methods()) registered.push_back(method.declaration);
+  std::vector<std::string> declared;
+  for (const Section &section : all_sections()) {
+    for (const std::string_view declaration : section.declarations) {
+      EXPECT_TRUE(declaration.starts_with(std::string(section.name) + "(")) << declaration;
+      declared.emplace_back(declaration);
+    }
+  }
+  std::ranges::sort(registered);
+  std::ranges::sort(declared);
+  EXPECT_EQ(declared, registered);
+}
+
+TEST(Reference, SaysOfEveryFunctionWhatAPersonMustKnow) {
+  for (const Section &section : all_sections()) {
+    EXPECT_TRUE(section.sentence.ends_with('.')) << section.name << ": " << section.sentence;
+    EXPECT_GE(section.examples.size(), 2U) << section.name;
+    for (const char *const topic : {"- **Reads** ", "- **Gives** ", "- **Nil or empty** "}) {
+      EXPECT_NE(section.text.find(topic), section.text.npos) << section.name << " lacks " << topic;
+    }
+  }
+}
+
+TEST(Reference, ExamplesGiveWhatStandsBelowThem) {
+  for (const Section &section : all_sections()) {
+    for (const Example &example : section.examples) {
+      const Outcome outcome = shell("PATH=" KZV_FOLDER ":$PATH\n" + std::string(example.command));
+      std::string output = outcome.out + outcome.err;
+      if (!output.empty() && !output.ends_with('\n')) output += '\n';
+      EXPECT_EQ(output, example.output) << example.command;
+    }
+  }
+}
+
+TEST(Reference, IsWhatHelpListAndTourShow) {
+  const std::string path = "PATH=" KZV_FOLDER ":$PATH\n";
+  const Outcome list = shell(path + "kzv list");
+  const Outcome tour = shell(path + "kzv tour");
+  EXPECT_EQ(tour.exit_code, 0) << tour.err;
+  EXPECT_EQ(tour.err, "");
+  for (const Section &section : all_sections()) {
+    EXPECT_EQ(shell(path + "kzv help " + std::string(section.name)).out, section.text);
+    EXPECT_NE(list.out.find(section.sentence), std::string::npos) << section.name;
+    for (const std::string_view declaration : section.declarations) {
+      EXPECT_NE(list.out.find("  " + std::string(declaration) + "\n"), std::string::npos) << declaration;
+    }
+    const Example &first = section.examples.front();
+    const std::string first_line(first.output.substr(0, first.output.find('\n')));
+    EXPECT_NE(tour.out.find("  $ " + std::string(first.command) + "\n  " + first_line), std::string::npos)
+        << first.command;
+  }
+}
+
+}  // namespace
+}  // namespace kzv::runner
