@@ -5,6 +5,7 @@
 #include <bit>
 #include <cctype>
 #include <cerrno>
+#include <cstdint>
 #include <iconv.h>
 #include <map>
 #include <stdexcept>
@@ -33,7 +34,7 @@ constexpr std::array<Encoding, 8> kEncodings = {{
 class Converter {
  public:
   Converter(const char *to, const char *from) : handle_(iconv_open(to, from)) {
-    if (handle_ == reinterpret_cast<iconv_t>(-1)) {
+    if (std::bit_cast<std::intptr_t>(handle_) == -1) {
       throw std::runtime_error(std::string("iconv cannot convert ") + from + " to " + to);
     }
   }
@@ -102,10 +103,10 @@ const Encoding *find_encoding(REALencoding number) {
 }
 
 const Encoding *find_encoding(std::string_view name) {
-  const auto found = std::ranges::find(kEncodings, letters_and_digits(name), [](const Encoding &encoding) {
-    return letters_and_digits(encoding.name);
-  });
-  return found == kEncodings.end() ? nullptr : &*found;
+  const auto *const found =
+      std::ranges::find(kEncodings, letters_and_digits(name),
+                        [](const Encoding &encoding) { return letters_and_digits(encoding.name); });
+  return found == kEncodings.end() ? nullptr : found;
 }
 
 std::optional<std::string> convert(std::string_view text, REALencoding from, REALencoding to) {

@@ -81,9 +81,8 @@ class Host {
   template <typename Result, typename... Parameters, typename... Arguments>
   auto call(Result (*function)(Parameters...), Arguments... arguments) {
     const Scope scope(*this);
-    if constexpr (std::is_same_v<Result, REALstringStruct *>) {
-      return accept(function(arguments...));
-    } else if constexpr (std::is_same_v<Result, REALmemoryBlockStruct *>) {
+    if constexpr (std::is_same_v<Result, REALstringStruct *> ||
+                  std::is_same_v<Result, REALmemoryBlockStruct *>) {
       return accept(function(arguments...));
     } else {
       return function(arguments...);

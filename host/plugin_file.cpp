@@ -22,7 +22,6 @@ std::string name_of_machine(unsigned char width, std::uint16_t machine) {
     case EM_386:
       return bits + "x86";
     case EM_AARCH64:
-      return bits + "ARM";
     case EM_ARM:
       return bits + "ARM";
     default:

@@ -62,10 +62,13 @@ Value to_value(host::Host &host, Type type, const Slot &slot) {
 Value call(host::Host &host, void *function, const Declaration &declaration,
            const std::vector<Value> &arguments) {
   std::vector<ffi_type *> types;
+  types.reserve(arguments.size());
   for (const Parameter &parameter : declaration.parameters) types.push_back(ffi_type_of(parameter.type));
   std::vector<Slot> slots;
+  slots.reserve(arguments.size());
   for (const Value &argument : arguments) slots.push_back(to_slot(argument));
   std::vector<void *> addresses;
+  addresses.reserve(arguments.size());
   for (Slot &slot : slots) addresses.push_back(&slot);
 
   ffi_cif interface;

@@ -18,14 +18,14 @@ constexpr std::array<std::pair<std::string_view, Type>, 5> kTypes = {{
 
 std::string_view trimmed(std::string_view text) {
   const std::size_t first = text.find_first_not_of(' ');
-  if (first == text.npos) return {};
+  if (first == std::string_view::npos) return {};
   return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
 // Splits at the first `separator`; the second half is empty when there is none.
 std::pair<std::string_view, std::string_view> split(std::string_view text, std::string_view separator) {
   const std::size_t at = text.find(separator);
-  if (at == text.npos) return {trimmed(text), {}};
+  if (at == std::string_view::npos) return {trimmed(text), {}};
   return {trimmed(text.substr(0, at)), trimmed(text.substr(at + separator.size()))};
 }
 
@@ -56,7 +56,7 @@ std::size_t Declaration::required() const {
 Declaration parse_declaration(std::string_view text) {
   const std::size_t open = text.find('(');
   const std::size_t close = text.rfind(')');
-  if (open == text.npos || close == text.npos || close < open) {
+  if (open == std::string_view::npos || close == std::string_view::npos || close < open) {
     throw std::runtime_error("cannot read the declaration: " + std::string(text));
   }
   Declaration declaration{std::string(text), std::string(trimmed(text.substr(0, open))), {}, Type::kString};

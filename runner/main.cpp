@@ -150,12 +150,12 @@ int run_words(const std::vector<std::string> &words, const Output &output) {
 }  // namespace
 }  // namespace kzv::runner
 
-int main(int count, char **words) {
+int main(int count, char **words) try {
   const kzv::runner::Output output{std::cout, std::cerr};
   const int code = kzv::runner::run_words({std::next(words), std::next(words, count)}, output);
-  if (!std::cout.flush()) {
-    std::cerr << "kzv: cannot write the result to standard output\n";
-    return kzv::runner::kFailed;
-  }
-  return code;
+  if (std::cout.flush()) return code;
+  std::cerr << "kzv: cannot write the result to standard output\n";
+  return kzv::runner::kFailed;
+} catch (...) {
+  return kzv::runner::kFailed;
 }

@@ -9,7 +9,7 @@ constexpr std::string_view kPrompt = "$ ";
 std::string_view take_line(std::string_view &text) {
   const std::size_t end = text.find('\n');
   const std::string_view line = text.substr(0, end);
-  text.remove_prefix(end == text.npos ? text.size() : end + 1);
+  text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
   return line;
 }
 

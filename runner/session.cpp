@@ -37,7 +37,7 @@ std::size_t edit_distance(std::string_view a, std::string_view b) {
 
 // How far a typed word is from a name; a part of the name, such as one without its ending, is close.
 std::size_t distance_to_name(const std::string &word, const std::string &name) {
-  return name.find(word) != name.npos ? 0 : edit_distance(word, name);
+  return name.find(word) != std::string_view::npos ? 0 : edit_distance(word, name);
 }
 
 // Up to three of `names` that a person who typed `word` may have meant, the likeliest first.
@@ -46,7 +46,7 @@ std::vector<std::string> nearest_names(std::string_view word, std::vector<std::s
   const std::string typed = lower(word);
   const auto distance = [&](const std::string &name) { return distance_to_name(typed, lower(name)); };
   std::ranges::sort(names);
-  names.erase(std::ranges::unique(names).begin(), names.end());
+  names.erase(std::unique(names.begin(), names.end()), names.end());
   std::erase_if(names, [&](const std::string &name) { return distance(name) > name.size() / 2; });
   std::ranges::stable_sort(names, {}, distance);
   names.resize(std::min(names.size(), kMost));
@@ -59,7 +59,8 @@ UsageError no_such_function(const std::string &name, std::vector<std::string> kn
   std::string message = "there is no function " + name;
   for (const std::string &near : nearest_names(name, std::move(known)))
     message += "\n  did you mean " + near + "?";
-  return UsageError(message + "\n  kzv list shows all functions");
+  message += "\n  kzv list shows all functions";
+  return UsageError{message};
 }
 
 Session::Session(const Options &options) : plugin_(options.plugin), host_(settings_of(options)) {

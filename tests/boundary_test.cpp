@@ -351,6 +351,7 @@ TEST(Threads, MayMakeTheFirstCallTogether) {
   for (const auto &host_version : kVersions) {
     Plugin plugin(KZV_PLUGIN, version(host_version));
     std::vector<std::thread> threads;
+    threads.reserve(8);
     for (int i = 0; i < 8; ++i) {
       threads.emplace_back([&plugin] {
         for (int call = 0; call < 100; ++call) {

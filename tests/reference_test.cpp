@@ -39,7 +39,7 @@ TEST(Reference, SaysOfEveryFunctionWhatAPersonMustKnow) {
     EXPECT_TRUE(section.sentence.ends_with('.')) << section.name << ": " << section.sentence;
     EXPECT_GE(section.examples.size(), 2U) << section.name;
     for (const char *const topic : {"- **Reads** ", "- **Gives** ", "- **Nil or empty** "}) {
-      EXPECT_NE(section.text.find(topic), section.text.npos) << section.name << " lacks " << topic;
+      EXPECT_NE(section.text.find(topic), std::string_view::npos) << section.name << " lacks " << topic;
     }
   }
 }

@@ -56,7 +56,7 @@ constexpr std::string_view trimmed(std::string_view text) {
 constexpr DeclaredType type_named_in(std::string_view text) {
   constexpr std::string_view kAs = " as ";
   const std::size_t as = text.find(kAs);
-  if (as == text.npos) declaration_is_malformed();
+  if (as == std::string_view::npos) declaration_is_malformed();
   const std::string_view type = trimmed(text.substr(as + kAs.size(), text.find('=') - as - kAs.size()));
   if (type == "string") return DeclaredType::kString;
   if (type == "memoryblock") return DeclaredType::kMemoryBlock;
@@ -70,7 +70,8 @@ constexpr DeclaredType type_named_in(std::string_view text) {
 constexpr Signature signature_in(std::string_view declaration) {
   const std::size_t open = declaration.find('(');
   const std::size_t close = declaration.rfind(')');
-  if (open == declaration.npos || open == 0 || close == declaration.npos) declaration_is_malformed();
+  if (open == std::string_view::npos || open == 0 || close == std::string_view::npos)
+    declaration_is_malformed();
   Signature signature{.result = type_named_in(declaration.substr(close + 1))};
   std::string_view parameters = declaration.substr(open + 1, close - open - 1);
   while (!parameters.empty()) {

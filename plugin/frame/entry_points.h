@@ -48,7 +48,7 @@ class EntryPoint<Result(Arguments...)> {
 
  private:
   [[gnu::cold, gnu::noinline]] Function *look_up() {
-    Function *const found = ResolveEntryPoint<Function>(name_);
+    auto *const found = ResolveEntryPoint<Function>(name_);
     if (found != nullptr) address_.store(found, std::memory_order_relaxed);
     return found;
   }

@@ -30,15 +30,16 @@ constexpr std::array<Class, 256> kClasses = make_classes();
 constexpr bool is_hex_digit(std::uint8_t byte) { return byte == '0' || kDigitValues[byte] != 0; }
 
 // How many bytes from `start` on satisfy `belongs`: whole blocks first, for which one answer is enough.
+// Blocks of 32, for GCC unrolls a loop over fewer before it could become vector code.
 template <typename Predicate>
 std::size_t run_length(ByteView input, std::size_t start, Predicate belongs) {
-  constexpr std::size_t kBlock = 16;
+  constexpr std::size_t kBlock = 32;
   std::size_t at = start;
   for (; input.size() - at >= kBlock; at += kBlock) {
     const ByteView block = input.subspan(at, kBlock);
-    unsigned strangers = 0;
-    for (const std::uint8_t byte : block) strangers += belongs(byte) ? 0U : 1U;
-    if (strangers != 0) break;
+    std::uint8_t stranger = 0;
+    for (const std::uint8_t byte : block) stranger |= static_cast<std::uint8_t>(!belongs(byte));
+    if (stranger != 0) break;
   }
   while (at < input.size() && belongs(input[at])) ++at;
   return at - start;
@@ -172,7 +173,9 @@ std::size_t encode(ByteView input, std::int32_t line_length, ByteBuffer output) 
 
 std::size_t decode(ByteView input, ByteBuffer output) {
   assert(output.size() >= input.size());
-  const auto stays = [](std::uint8_t byte) { return byte != '=' && !is_line_break(byte); };
+  // One range test vectorises where two more equality tests do not. The two bytes between LF and CR end a run
+  // needlessly and begin the next.
+  const auto goes_on = [](std::uint8_t byte) { return (byte < '\n' || byte > '\r') && byte != '='; };
   std::size_t written = 0;
   std::size_t at = 0;
   while (at < input.size()) {
@@ -180,7 +183,7 @@ std::size_t decode(ByteView input, ByteBuffer output) {
       output[written++] = '\n';
       at = behind_line_break(input, at);
     } else if (input[at] != '=') {
-      const std::size_t length = run_length(input, at, stays);
+      const std::size_t length = 1 + run_length(input, at + 1, goes_on);
       std::memcpy(output.data() + written, input.data() + at, length);
       written += length;
       at += length;
