@@ -1,27 +1,24 @@
 #include "compare/numbers.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
+#include <cfloat>
+#include <cmath>
 #include <gtest/gtest.h>
-#include <limits>
 #include <random>
 #include <string>
 
 namespace kzv::numbers {
-namespace {
-
-constexpr double kGreatest = std::numeric_limits<double>::max();
-constexpr double kSmallest = std::numeric_limits<double>::denorm_min();
-
-std::string fixed_text(double value) {
+static std::string fixed_text(double value) {
   std::array<char, kFixedRoom> text;
   return {text.data(), fixed(value, text)};
 }
 
-// The text must equal what is kept of the formatted print.
-void expect_scientific(double value, int digits, int digits_printed) {
+// The text must equal what is kept of the formatted print; beyond 1200 digits that does not change.
+static void expect_scientific(double value, int digits) {
   std::array<char, kScientificRoom + 1> expected;
-  snprintf(expected.data(), expected.size(), "%.*e", digits_printed, value);
+  snprintf(expected.data(), expected.size(), "%.*e", digits < 0 ? 6 : std::min(digits, 1200), value);
   std::array<char, kScientificRoom> text;
   EXPECT_EQ(std::string(text.data(), scientific(value, digits, text)), expected.data()) << digits;
 }
@@ -33,33 +30,22 @@ TEST(Numbers, FixedNotation) {
         "inf", "-inf", "nan", "-nan"}) {
     EXPECT_EQ(fixed_text(strtod(text, nullptr)), text);
   }
-  // 99 digits, and what is rounded to them.
+  // 99 digits are enough, they are not, or they would all be zeros.
   EXPECT_EQ(fixed_text(1e-99), "0." + std::string(98, '0') + "1");
-  EXPECT_EQ(fixed_text(1.23e-98), "0." + std::string(97, '0') + "12");
   EXPECT_EQ(fixed_text(-9.96e-98), "-0." + std::string(96, '0') + "1");
-  EXPECT_EQ(fixed_text(-kSmallest), "-0.0");
-  EXPECT_EQ(fixed_text(-kGreatest).size(), 1 + 309 + 2U);
+  EXPECT_EQ(fixed_text(-DBL_TRUE_MIN), "-0.0");
+  EXPECT_EQ(fixed_text(-DBL_MAX).size(), 1 + 309 + 2U);
 }
 
-TEST(Numbers, RandomNumbers) {
+TEST(Numbers, ReadBackAndComparedWithTheFormattedPrint) {
   std::mt19937_64 random(1);
-  for (int round = 0; round < 1000000; ++round) {
-    // Exponents from 2^-270, where 17 digits still end before the 99th, to 2^200.
-    const std::uint64_t exponent = 1023 - 270 + random() % 470;
-    const auto value = std::bit_cast<double>((random() & ~(0x7FFULL << 52)) | exponent << 52);
+  for (int i = 0; i < 1000000; ++i) {  // above 2^-270 all 17 digits end before the 99th behind the point
+    const double value = std::ldexp(static_cast<double>(random()), static_cast<int>(random() % 470) - 300);
     ASSERT_EQ(strtod(fixed_text(value).c_str(), nullptr), value);
-    if (round < 20000) expect_scientific(std::bit_cast<double>(random()), round % 401, round % 401);
+    if (i < 20000) expect_scientific(std::bit_cast<double>(random()), i % 401);
   }
+  for (const double value : {0.0, -0.0, 2.5, 9.5, DBL_MAX, -DBL_TRUE_MIN})
+    for (const int digits : {-1, 0, 490, 497, 498, 766, 2147483647}) expect_scientific(value, digits);
 }
 
-TEST(Numbers, ScientificNotationIsThatOfTheFormattedPrint) {
-  for (const double value : {0.0, -0.0, 2.5, 9.5, 1234.5, kGreatest, -kSmallest}) {
-    for (const int digits : {0, 6, 490, 497, 498, 766, 1000}) expect_scientific(value, digits, digits);
-    expect_scientific(value, -1, 6);
-    expect_scientific(value, std::numeric_limits<int>::min(), 6);
-    expect_scientific(value, std::numeric_limits<int>::max(), 1200);
-  }
-}
-
-}  // namespace
 }  // namespace kzv::numbers

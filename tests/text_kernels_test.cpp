@@ -26,8 +26,10 @@ std::string run(std::string_view text) {
 constexpr Rewriting to_hex = run<hex::encode, hex::encode_room>;
 constexpr Rewriting from_hex = run<hex::decode, hex::decode_room>;
 std::string subject(std::string_view text) {
-  const bool needed = mail_subject::needs_encoding(Guarded(text).bytes());
-  return needed ? run<mail_subject::encode, mail_subject::encode_room>(text) : "as it is";
+  Guarded guarded(text);
+  if (!mail_subject::needs_encoding(guarded.bytes())) return "as it is";
+  EXPECT_LE(mail_subject::encoded_size(guarded.bytes()), mail_subject::max_encoded_size(text.size()));
+  return run_kernel(text, mail_subject::encoded_size(guarded.bytes()), mail_subject::encode);
 }
 std::string tags_replaced(std::string_view text) {
   Guarded in(text);

@@ -27,11 +27,13 @@ ByteView StoredBytes(const REALstringStruct *s) {
 rbData::rbData(REALstringStruct *s) {
   if (s == nullptr) return;
   if (rbversion() > kLastVersionReadDirectly) {
-    if (stringData.take(s, kEncodingBytes)) bytes_ = stringData.bytes();
+    present_ = stringData.take(s, kEncodingBytes);
+    if (present_) bytes_ = stringData.bytes();
     return;
   }
   if (REALLockString(s)) lockedString.reset(s);
   bytes_ = StoredBytes(s);
+  present_ = true;
 }
 
 rbData::rbData(REALmemoryBlockStruct *block) {
@@ -40,7 +42,8 @@ rbData::rbData(REALmemoryBlockStruct *block) {
   if (REALLockObject(object)) lockedObject.reset(object);
   const std::int32_t size = REALMemoryBlockGetSize(block);
   const auto *const data = static_cast<const std::uint8_t *>(REALMemoryBlockGetPtr(block));
-  if (data != nullptr && size > 0) bytes_ = {data, static_cast<std::size_t>(size)};
+  present_ = data != nullptr;
+  if (present_ && size > 0) bytes_ = {data, static_cast<std::size_t>(size)};
 }
 
 }  // namespace kzv

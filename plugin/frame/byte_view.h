@@ -19,12 +19,16 @@ class rbData {
 
   ByteView bytes() const { return bytes_; }
 
+  // Whether there are bytes, be there none of them: false for null and for bytes that are not to be had.
+  bool present() const { return present_; }
+
  private:
   // At most one of these holds something; what it holds is given back when the view ends.
   HostString lockedString;
   HostObject lockedObject;
   StringData stringData;
   ByteView bytes_;
+  bool present_ = false;
 };
 
 // The bytes in the string object of an older host, without taking anything. The object must be locked if the

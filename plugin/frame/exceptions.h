@@ -4,6 +4,7 @@
 namespace kzv {
 
 inline constexpr char kOutOfMemory[] = "OutOfMemoryException";
+inline constexpr char kNoMemoryForString[] = "Failed to allocate memory for a string.";
 
 // Raises a host exception of class `class_name`, or a "RuntimeException" when the host has no such class,
 // with `message` (ASCII; null for none) and error number 0. It returns: the caller releases what it holds and

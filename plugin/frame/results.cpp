@@ -1,11 +1,10 @@
 #include "frame/results.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <new>
 
+#include "ascii.h"
 #include "frame/exceptions.h"
 #include "frame/host_reference.h"
 #include "frame/work_buffer.h"
@@ -13,17 +12,22 @@
 namespace kzv {
 namespace {
 
-// Looked at in blocks, so that the compiler can use wide registers and a long text stops early.
-bool IsAscii(ByteView bytes) {
-  constexpr std::size_t kBlock = 256;
-  while (!bytes.empty()) {
-    const ByteView block = bytes.first(std::min(kBlock, bytes.size()));
-    std::uint8_t seen = 0;
-    for (const std::uint8_t byte : block) seen |= byte;
-    if (seen >= 0x80) return false;
-    bytes = bytes.subspan(block.size());
+// Runs `build`; memory that the host runs out of meanwhile becomes an exception of the host.
+template <typename Build>
+REALstringStruct *ReportingExhaustion(Build build) {
+  try {
+    return build();
+  } catch (const std::bad_alloc &) {
+    RaiseException(kOutOfMemory, kNoMemoryForString);
+    return nullptr;
   }
-  return true;
+}
+
+REALstringStruct *BuildLabelled(const std::uint8_t *bytes, std::size_t byte_count, REALencoding encoding) {
+  HostString result(originalREALBuildString(bytes, static_cast<std::int32_t>(byte_count)));
+  if (!result) return nullptr;
+  REALSetStringEncoding(result.get(), encoding);
+  return result.hand_over();
 }
 
 REALstringStruct *BuildUTF16(const void *bytes, std::int32_t length) {
@@ -67,24 +71,21 @@ REALstringStruct *BuildHostString(const void *bytes, std::int64_t length, REALen
     case kEncodingMacRoman:
     case kEncodingWindows1252:
     case kEncodingBytes:
-      if (IsAscii({data, byte_count})) encoding = kEncodingASCII;
+      if (is_all_ascii({data, byte_count})) encoding = kEncodingASCII;
       break;
     default:
       break;
   }
-  HostString result(originalREALBuildString(bytes, static_cast<std::int32_t>(length)));
-  if (!result) return nullptr;
-  REALSetStringEncoding(result.get(), encoding);
-  return result.hand_over();
+  return BuildLabelled(data, byte_count, encoding);
 }
 
 REALstringStruct *REALBuildUnicodeString(const void *bytes, std::int64_t length, REALencoding encoding) {
-  try {
-    return BuildHostString(bytes, length, encoding);
-  } catch (const std::bad_alloc &) {
-    RaiseException(kOutOfMemory, "Failed to allocate memory for a string.");
-    return nullptr;
-  }
+  return ReportingExhaustion([=] { return BuildHostString(bytes, length, encoding); });
+}
+
+REALstringStruct *BuildStoredString(ByteView bytes, REALencoding encoding) {
+  if (bytes.empty()) return nullptr;
+  return ReportingExhaustion([=] { return BuildLabelled(bytes.data(), bytes.size(), encoding); });
 }
 
 REALmemoryBlockStruct *BuildMemoryBlock(ByteView bytes) {

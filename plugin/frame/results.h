@@ -16,6 +16,10 @@ REALstringStruct *REALBuildUnicodeString(const void *bytes, std::int64_t length,
 // The same, but lets std::bad_alloc pass.
 REALstringStruct *BuildHostString(const void *bytes, std::int64_t length, REALencoding encoding);
 
+// Makes a host string of bytes that are already what they are labelled: nothing is converted or labelled
+// anew. Otherwise as REALBuildUnicodeString.
+REALstringStruct *BuildStoredString(ByteView bytes, REALencoding encoding);
+
 // Makes a memory block holding a copy of `bytes`. When the host cannot, or throws std::bad_alloc, an
 // "OutOfMemoryException" that tells the size is raised and the result is null.
 REALmemoryBlockStruct *BuildMemoryBlock(ByteView bytes);

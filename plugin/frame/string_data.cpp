@@ -2,9 +2,9 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
 #include "frame/host_reference.h"
+#include "heap_bytes.h"
 
 namespace kzv {
 namespace {
@@ -34,11 +34,8 @@ struct CopyServices {
   StringLength *length;
 };
 
-struct Free {
-  void operator()(std::uint8_t *copy) const { std::free(copy); }
-};
 struct Copy {
-  std::unique_ptr<std::uint8_t[], Free> bytes;  // null when the bytes cannot be had
+  HeapBytes bytes;  // null when they cannot be had
   std::int32_t length = 0;
 };
 
@@ -48,9 +45,7 @@ Copy CopyStoredBytes(const CopyServices &host, REALstringStruct *s) {
   const std::size_t length = told > 0 ? static_cast<std::size_t>(told) : 0;
   const void *const stored = host.get_c_string(s);
   if (stored == nullptr && length > 0) return {};
-  Copy copy{
-      std::unique_ptr<std::uint8_t[], Free>(static_cast<std::uint8_t *>(std::malloc(length + kTerminator))),
-      static_cast<std::int32_t>(length)};
+  Copy copy{allocate_bytes(length + kTerminator), static_cast<std::int32_t>(length)};
   if (copy.bytes == nullptr) return {};
   if (length > 0) std::memcpy(copy.bytes.get(), stored, length);
   std::memset(copy.bytes.get() + length, 0, kTerminator);

@@ -4,27 +4,11 @@
 #include <array>
 #include <cassert>
 
+#include "ascii.h"
+
 namespace kzv::classification {
 namespace {
 
-// Long enough for vector code to pay off, short enough that a wrong byte ends the search soon.
-constexpr std::size_t kBlockBytes = 256;
-
-// Whether no byte is `wrong`. Blocks are read whole, without a way out in the middle, which a compiler can
-// turn into vector code.
-template <typename Predicate>
-bool none_of_bytes(ByteView bytes, Predicate wrong) {
-  while (!bytes.empty()) {
-    const ByteView block = bytes.first(std::min(bytes.size(), kBlockBytes));
-    std::uint8_t any_wrong = 0;
-    for (const std::uint8_t byte : block) any_wrong |= static_cast<std::uint8_t>(wrong(byte));
-    if (any_wrong != 0) return false;
-    bytes = bytes.subspan(block.size());
-  }
-  return true;
-}
-
-constexpr bool is_high(std::uint8_t byte) { return byte >= 0x80; }
 constexpr bool is_control(std::uint8_t byte) { return byte < 0x20; }
 constexpr bool is_outside_printable(std::uint8_t byte) { return is_high(byte) || is_control(byte); }
 

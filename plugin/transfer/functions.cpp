@@ -1,12 +1,16 @@
 #include "transfer/functions.h"
 
+#include "frame/exceptions.h"
 #include "frame/transform.h"
+#include "transfer/hex.h"
+#include "transfer/hex_dump.h"
+#include "transfer/mail_subject.h"
+#include "transfer/quoted_printable.h"
 #include "transfer/url.h"
+#include "transfer/yenc.h"
 
 namespace kzv {
 namespace {
-
-constexpr auto kAsManyBytes = [](std::size_t byte_count) { return std::uint64_t{byte_count}; };
 
 REALstringStruct *EncodeURL(REALstringStruct *s, std::int32_t options) {
   return TransformBytes(s, kEncodingASCII, url::encode_room, [options](ByteView in, ByteBuffer out) {
@@ -15,16 +19,136 @@ REALstringStruct *EncodeURL(REALstringStruct *s, std::int32_t options) {
 }
 
 REALstringStruct *DecodeURL(REALstringStruct *s, std::int32_t options) {
-  return TransformBytes(s, kEncodingBytes, kAsManyBytes, [options](ByteView in, ByteBuffer out) {
+  return TransformBytes(s, kEncodingBytes, kOneByteEach, [options](ByteView in, ByteBuffer out) {
     return url::decode(in, static_cast<std::uint32_t>(options), out);
   });
 }
 
+// What an encoder left in its buffer, or why there is nothing.
+struct Encoded {
+  WorkBuffer buffer;
+  std::size_t length = 0;
+  bool no_memory = false;
+
+  // Has `encode(output) -> bytes written` fill `room` bytes; more than a string can hold is no text at all.
+  template <typename Encode>
+  void fill(std::uint64_t room, Encode encode) {
+    if (room > kMaxByteCount) return;
+    if (buffer.allocate(room)) {
+      length = encode(buffer.bytes());
+    } else {
+      no_memory = true;
+    }
+  }
+
+  REALstringStruct *finish() {
+    if (no_memory) RaiseException(kOutOfMemory, kNoMemoryForString);
+    return REALBuildUnicodeString(buffer.data(), static_cast<std::int64_t>(length), kEncodingASCII);
+  }
+};
+
+// The worst case, or where a string could not hold that, the size that the text really takes.
+std::uint64_t QuotedPrintableRoom(ByteView text, std::int32_t line_length) {
+  const std::uint64_t worst = quoted_printable::max_encoded_size(text.size(), line_length);
+  return worst <= kMaxByteCount ? worst : quoted_printable::encoded_size(text, line_length);
+}
+
+std::uint64_t SubjectRoom(ByteView text) {
+  const std::uint64_t worst = mail_subject::max_encoded_size(text.size());
+  return worst <= kMaxByteCount ? worst : mail_subject::encoded_size(text);
+}
+
 }  // namespace
+
+REALstringStruct *EncodingToQuotedPrintable(REALstringStruct *s, std::int32_t line_length) {
+  Encoded encoded;
+  {
+    const rbData argument(s);
+    const ByteView text = argument.bytes();
+    if (text.empty()) return nullptr;
+    encoded.fill(QuotedPrintableRoom(text, line_length),
+                 [=](ByteBuffer output) { return quoted_printable::encode(text, line_length, output); });
+  }
+  return encoded.finish();
+}
+
+REALstringStruct *DecodingFromQuotedPrintable(REALstringStruct *s) {
+  Encoded decoded;
+  {
+    const rbData argument(s);
+    const ByteView text = argument.bytes();
+    if (text.empty()) return nullptr;
+    decoded.fill(text.size(), [=](ByteBuffer output) { return quoted_printable::decode(text, output); });
+  }
+  return decoded.finish();
+}
+
+REALstringStruct *EncodeEmailSubject(REALstringStruct *s) {
+  if (s == nullptr) return nullptr;
+  Encoded encoded;
+  bool needed = false;
+  {
+    rbText argument(s);
+    const ByteView text = argument.utf8();
+    if (!argument.has_utf8()) return nullptr;
+    needed = mail_subject::needs_encoding(text);
+    if (needed) {
+      encoded.fill(SubjectRoom(text), [=](ByteBuffer output) { return mail_subject::encode(text, output); });
+    }
+  }
+  if (needed) return encoded.finish();
+  REALLockString(s);
+  return s;
+}
 
 REALstringStruct *EncodingToURL1(REALstringStruct *s) { return EncodeURL(s, 0); }
 REALstringStruct *EncodingToURL2(REALstringStruct *s, std::int32_t options) { return EncodeURL(s, options); }
 REALstringStruct *DecodingToURL1(REALstringStruct *s) { return DecodeURL(s, 0); }
 REALstringStruct *DecodingToURL2(REALstringStruct *s, std::int32_t options) { return DecodeURL(s, options); }
+
+REALstringStruct *EncodingToHex(REALstringStruct *s) {
+  return TransformBytes(s, kEncodingASCII, hex::encode_room, hex::encode);
+}
+
+REALstringStruct *DecodingFromHex(REALstringStruct *s) {
+  return Transform<rbText>(s, &rbText::ascii, kEncodingBytes, hex::decode_room, hex::decode);
+}
+
+REALstringStruct *Hexstring(REALstringStruct *input, std::int32_t hexlen, std::int32_t linelen,
+                            REALstringStruct *linestart, REALstringStruct *lineend, REALstringStruct *spacer,
+                            REALstringStruct *filler) {
+  if (hexlen < 1 || linelen < 1 || input == nullptr) return nullptr;
+  WorkBuffer output;
+  std::size_t written = 0;
+  {
+    const rbData bytes(input);
+    const rbData start(linestart);
+    const rbData end(lineend);
+    const rbData between(spacer);
+    const rbData padding(filler);
+    const hex_dump::Shape shape = {hexlen,      linelen,         start.bytes(),
+                                   end.bytes(), between.bytes(), padding.bytes()};
+    const std::optional<std::uint64_t> size = hex_dump::dump_size(bytes.bytes().size(), shape);
+    if (!size || !output.allocate(*size)) return nullptr;
+    written = hex_dump::dump(bytes.bytes(), shape, output.bytes());
+  }
+  return REALBuildUnicodeString(output.data(), static_cast<std::int64_t>(written), kEncodingASCII);
+}
+
+REALmemoryBlockStruct *yDecodeMemory(REALmemoryBlockStruct *data) {
+  WorkBuffer output;
+  std::size_t written = 0;
+  {
+    const rbData block(data);
+    const ByteView encoded = block.bytes();
+    if (encoded.empty() || !output.allocate(encoded.size())) return nullptr;
+    written = yenc::decode(encoded, output.bytes());
+  }
+  return BuildMemoryBlock(output.bytes().first(written));
+}
+
+REALstringStruct *yDecodeString(REALstringStruct *data) {
+  return TransformBytes(data, kEncodingBytes, kOneByteEach, yenc::decode);
+}
 
 }  // namespace kzv

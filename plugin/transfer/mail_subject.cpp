@@ -1,7 +1,6 @@
 #include "mail_subject.h"
 
 #include <algorithm>
-#include <cassert>
 #include <cstring>
 #include <string_view>
 
@@ -29,6 +28,13 @@ std::uint8_t *append(std::string_view text, std::uint8_t *next) {
   return next + text.size();
 }
 
+// The text ends at its first zero byte.
+ByteView until_zero(ByteView utf8) {
+  const void *const zero = utf8.empty() ? nullptr : std::memchr(utf8.data(), 0, utf8.size());
+  if (zero == nullptr) return utf8;
+  return {utf8.data(), static_cast<const std::uint8_t *>(zero)};
+}
+
 }  // namespace
 
 bool needs_encoding(ByteView utf8) {
@@ -37,14 +43,24 @@ bool needs_encoding(ByteView utf8) {
   return first != utf8.end() && *first != 0;
 }
 
+std::uint64_t encoded_size(ByteView utf8) {
+  std::uint64_t size = kOpening.size() + kClosing.size();
+  for (const std::uint8_t byte : until_zero(utf8)) size += kEscapes[byte].length;
+  return size;
+}
+
 std::size_t encode(ByteView utf8, ByteBuffer output) {
-  assert(output.size() >= encode_room(utf8.size()));
+  const ByteView text = until_zero(utf8);
   std::uint8_t *next = append(kOpening, output.data());
-  for (const std::uint8_t byte : utf8) {
-    if (byte == 0) break;
-    // One byte more than the longest escape is written; the room for the closing takes it.
-    std::memcpy(next, &kEscapes[byte], sizeof(Escape));
-    next += kEscapes[byte].length;
+  if (!text.empty()) {
+    // One store writes up to 3 bytes too many: the next byte and the closing take their place. The last byte
+    // has no next one.
+    for (const std::uint8_t byte : text.first(text.size() - 1)) {
+      std::memcpy(next, &kEscapes[byte], sizeof(Escape));
+      next += kEscapes[byte].length;
+    }
+    const Escape &last = kEscapes[text.back()];
+    next = append({last.text.data(), last.length}, next);
   }
   next = append(kClosing, next);
   return static_cast<std::size_t>(next - output.data());

@@ -10,8 +10,11 @@ namespace kzv::mail_subject {
 // looks like an encoded word is no reason to encode.
 bool needs_encoding(ByteView utf8);
 
-// Bytes that the output of `encode` must hold: 3 for each byte of text and 12 around them.
-constexpr std::uint64_t encode_room(std::size_t byte_count) { return std::uint64_t{byte_count} * 3 + 12; }
+// Bytes that the output of `encode` must hold: at most, and exactly.
+constexpr std::uint64_t max_encoded_size(std::size_t byte_count) {
+  return std::uint64_t{byte_count} * 3 + 12;
+}
+std::uint64_t encoded_size(ByteView utf8);
 
 // Writes the text up to its first zero byte (or its end) as one encoded word, however long: nothing is split
 // or folded. "=", "_" and bytes from 128 on become "=" and two upper-case hex digits, a space becomes "_";

@@ -1,0 +1,57 @@
+#include "numbers.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <string_view>
+
+namespace kzv::numbers {
+namespace {
+
+constexpr int kMaxFractionDigits = 99;
+
+// No number has more significant digits, so that whatever digits come after these are zeros.
+constexpr std::int32_t kSignificantDigits = 767;
+
+std::size_t write_word(double value, std::span<char> output) {
+  std::string_view word = std::isnan(value) ? "-nan" : "-inf";
+  if (!std::signbit(value)) word.remove_prefix(1);
+  std::ranges::copy(word, output.begin());
+  return word.size();
+}
+
+}  // namespace
+
+std::size_t fixed(double value, std::span<char, kFixedRoom> output) {
+  if (!std::isfinite(value)) return write_word(value, output);
+  char *const begin = output.data();
+  char *const limit = begin + output.size();
+  // Of several shortest texts the closest is taken. From 2^53 on all are as long as the integer, so that
+  // its exact digits win.
+  char *end = std::to_chars(begin, limit, value, std::chars_format::fixed).ptr;
+  const char *const point = std::find(begin, end, '.');
+  if (point == end) {
+    *end++ = '.';
+    *end++ = '0';
+  } else if (end - point - 1 > kMaxFractionDigits) {
+    end = std::to_chars(begin, limit, value, std::chars_format::fixed, kMaxFractionDigits).ptr;
+    while (end[-1] == '0' && end[-2] != '.') --end;
+  }
+  return static_cast<std::size_t>(end - begin);
+}
+
+std::size_t scientific(double value, std::int32_t digits, std::span<char, kScientificRoom> output) {
+  if (!std::isfinite(value)) return write_word(value, output);
+  const std::int32_t precision = digits < 0 ? 6 : std::min(digits, kSignificantDigits);
+  // Sign, digit, point, the digits behind it and an exponent of up to five characters.
+  std::array<char, 3 + kSignificantDigits + 5> text;
+  const char *const end =
+      std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::scientific, precision)
+          .ptr;
+  const auto length = std::min(static_cast<std::size_t>(end - text.data()), output.size());
+  std::copy_n(text.data(), length, output.data());
+  return length;
+}
+
+}  // namespace kzv::numbers

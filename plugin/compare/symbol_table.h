@@ -1,0 +1,49 @@
+// Numbers for the units that a text is made of, so that tables grow with its alphabet, not with 2^32.
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace kzv::distance {
+
+// Open addressing over slots that the owner provides; never more than half of them fill up.
+class SymbolTable {
+ public:
+  struct Slot {
+    std::uint32_t unit;
+    std::uint32_t number;  // 0 in a free slot
+  };
+
+  // Slots that a text of `unit_count` units, at least one, may need: a power of two.
+  static constexpr std::size_t slot_count(std::size_t unit_count) { return std::bit_ceil(unit_count * 2); }
+
+  explicit SymbolTable(std::span<Slot> zero_filled)
+      : slots_(zero_filled), shift_(32 - std::countr_zero(zero_filled.size())) {}
+
+  // The number of `unit`, which gets the next one of 1, 2, 3, ... if it has none yet.
+  std::uint32_t add(std::uint32_t unit) {
+    Slot &slot = slots_[slot_of(unit)];
+    if (slot.number == 0) slot = {unit, ++last_number_};
+    return slot.number;
+  }
+
+  // The number of `unit`, or 0 if it was never added.
+  [[nodiscard]] std::uint32_t find(std::uint32_t unit) const { return slots_[slot_of(unit)].number; }
+
+ private:
+  // Its own slot, or the free one where it would go. The multiplier is 2^32 divided by the golden ratio,
+  // which spreads neighbouring units over the upper bits.
+  [[nodiscard]] std::size_t slot_of(std::uint32_t unit) const {
+    std::size_t at = (unit * 0x9E3779B1U) >> shift_;
+    while (slots_[at].number != 0 && slots_[at].unit != unit) at = (at + 1) & (slots_.size() - 1);
+    return at;
+  }
+
+  std::span<Slot> slots_;
+  int shift_;
+  std::uint32_t last_number_ = 0;
+};
+
+}  // namespace kzv::distance

@@ -1,0 +1,24 @@
+// Relocatable blocks of memory, in six operations: all that the builders know of the memory they grow in.
+#pragma once
+
+#include <cstdint>
+
+namespace kzv {
+
+// Points at the block's address, which can change whenever the block is resized.
+using Handle = char **;
+
+// A new block, or null. Its bytes are not zero-filled.
+Handle NewHandle(std::int32_t byte_count);
+
+// Resizes the block and keeps its content; without memory it stays as it is.
+void SetHandleSize(Handle handle, std::int32_t byte_count);
+std::int32_t GetHandleSize(Handle handle);
+
+// Between the two the block's address stays valid.
+void HLock(Handle handle);
+void HUnlock(Handle handle);
+
+void DisposeHandle(Handle handle);
+
+}  // namespace kzv

@@ -1,0 +1,89 @@
+#include "frame/string_builders.h"
+
+#include <cstring>
+
+#include "frame/results.h"
+
+namespace kzv {
+namespace {
+
+// Growing leaves room for the appends to come.
+constexpr std::int64_t kSpare = 4096;
+
+}  // namespace
+
+bool StringBuilder::Create(std::uint64_t byte_count) {
+  if (byte_count > kMaxByteCount) return false;
+  handle = NewHandle(static_cast<std::int32_t>(byte_count));
+  if (handle != nullptr) capacity = static_cast<std::int32_t>(byte_count);
+  return handle != nullptr;
+}
+
+bool StringBuilder::Reserve(std::int64_t need, std::int64_t new_size) {
+  constexpr std::int64_t kLargestBlock = 0x7FFFFFF0;
+  if (handle == nullptr) return false;
+  if (need <= capacity) return true;
+  if (new_size <= kLargestBlock) {
+    SetHandleSize(handle, static_cast<std::int32_t>(new_size));
+    capacity = GetHandleSize(handle);
+    if (need <= capacity) return true;
+  }
+  Drop();
+  return false;
+}
+
+REALstringStruct *StringBuilder::Finish(std::int64_t byte_count, REALencoding encoding) {
+  if (handle == nullptr) return nullptr;
+  HLock(handle);
+  REALstringStruct *const result = REALBuildUnicodeString(*handle, byte_count, encoding);
+  HUnlock(handle);
+  Drop();
+  return result;
+}
+
+void StringBuilder::Drop() {
+  if (handle != nullptr) DisposeHandle(handle);
+  handle = nullptr;
+  length = 0;
+  capacity = 0;
+}
+
+void Add(AsciiStringHandle &builder, std::string_view name) {
+  const auto size = static_cast<std::int64_t>(name.size());
+  const std::int64_t need = size + builder.length + 4;
+  if (!builder.Reserve(need, size + need + kSpare)) return;
+  builder.AddInPlace([name](ByteBuffer room) {
+    room[0] = '&';
+    std::memcpy(&room[1], name.data(), name.size());
+    room[name.size() + 1] = ';';
+    return name.size() + 2;
+  });
+}
+
+void AddBinary(AsciiStringHandle &builder, const void *bytes, std::int32_t count) {
+  if (count <= 0) return;
+  const std::int64_t need = std::int64_t{count} + builder.length + 4;
+  if (!builder.Reserve(need, count + need + kSpare)) return;
+  builder.AddInPlace([=](ByteBuffer room) {
+    std::memcpy(room.data(), bytes, static_cast<std::size_t>(count));
+    return static_cast<std::size_t>(count);
+  });
+}
+
+void AddUnits(UnicodeStringHandle &builder, UnitView units) {
+  if (units.empty()) return;
+  // As much as that many single units would need, the last of them on its own.
+  const std::int64_t need = 2 * (builder.length + static_cast<std::int64_t>(units.size()) - 1) + 10;
+  if (!builder.Reserve(need, need + kSpare + 1)) return;
+  HLock(builder.handle);
+  std::memcpy(*builder.handle + std::ptrdiff_t{builder.length} * 2, units.data(), units.size_bytes());
+  builder.length += static_cast<std::int32_t>(units.size());
+  HUnlock(builder.handle);
+}
+
+void Add(UnicodeStringHandle &builder, std::uint16_t unit) {
+  const Unit one{unit};
+  AddUnits(builder, {&one, 1});
+}
+
+}  // namespace kzv
