@@ -42,7 +42,57 @@ TEST(Loading, TellsTheInterfaceVersionThatGoesWithTheHosts) {
 }
 
 TEST(Loading, RegistersItsTableInOrder) {
-  const char *const kTable[] = {kEncode, kEncodeWith, kDecode, kDecodeWith};
+  const char *const kTable[] = {
+      "EncodeEmailSubjectKZV(s as string) as string",
+      "_yDecodeMemoryKZV(data as memoryblock) as memoryblock",
+      "_yDecodeStringKZV(data as string) as string",
+      "JaroWinklerDistanceKZV(a as string, b as string) as double",
+      "LevenshteinDistanceKZV(a as string, b as string) as double",
+      "ScientificStrKZV(d as double, digits as integer) as string",
+      "StrKZV(d as double) as string",
+      "RandomBytesStringKZV(Length as integer, ASCII as boolean=false) as string",
+      "StrCompBytesKZV(a as string, b as string) as integer",
+      "StrCompCharactersKZV(a as string, b as string) as integer",
+      "CountOccurancesKZV(s as string, find as string) as integer",
+      "DetectUnicodeMarkersKZV(s as string) as integer",
+      "GetUnicodeMarkersKZV(kind as integer) as string",
+      "StringIsHTMLreadyKZV(s as string) as boolean",
+      "StringANDKZV(a as string,b as string) as string",
+      "StringORKZV(a as string,b as string) as string",
+      "StringXORKZV(data as string, XorMask as string, MaskOffset as integer = 0) as string",
+      "StringXOR2KZV(data as string, XorMask as string, MaskOffset as integer = 0) as string",
+      "UnicodeStringKZV(s as string) as string",
+      "NativeStringKZV(s as string) as string",
+      "DecodingFromMySQLKZV(s as string) as string",
+      "EncodingToHTMLKZV(s as string, options as integer = 0) as string",
+      "DecodingFromHTMLKZV(s as string) as string",
+      "EncodingToURLKZV(s as string) as string",
+      "EncodingToURLKZV(s as string, options as integer) as string",
+      "DecodingFromURLKZV(s as string) as string",
+      "DecodingFromURLKZV(s as string, options as integer) as string",
+      "EncodingToQuotedPrintableKZV(s as string, LineLen as integer = 72) as string",
+      "DecodingFromQuotedPrintableKZV(s as string) as string",
+      "HexstringKZV(input as string, hexlen as integer, linelen as integer, linestart as string, lineend as "
+      "string, spacer as string,filler as string) as string",
+      "EncodingToISO8859KZV(s as string) as string",
+      "DecodingFromISO8859KZV(s as string) as string",
+      "EncodingToCP1252KZV(s as string) as string",
+      "DecodingFromCP1252KZV(s as string) as string",
+      "EncodingToHexKZV(s as string) as string",
+      "DecodingFromHexKZV(s as string) as string",
+      "ReplaceNonPrintableCharactersKZV(s as string, replacevalue as integer=46) as string",
+      "IsASCIIStringKZV(s as string) as boolean",
+      "IsASCIIStringKZV(s as string, mode as integer) as boolean",
+      "RemoveHTMLTagsKZV(AsciiTextWithTags as string) as string",
+      "RemoveHTMLTagsWithKZV(AsciiTextWithTags as string, Replacement as string) as string",
+      "ConcatBinaryStringsKZV(a as string, b as string, c as string, d as string, e as string, f as string) "
+      "as string",
+      "ConcatBinaryStringsKZV(a as string, b as string, c as string, d as string, e as string) as string",
+      "ConcatBinaryStringsKZV(a as string, b as string, c as string, d as string) as string",
+      "ConcatBinaryStringsKZV(a as string, b as string, c as string) as string",
+      "ConcatBinaryStringsKZV(a as string, b as string) as string",
+      "SQLReplaceBooleanKZV(SQL as string) as string",
+  };
   const Plugin plugin(KZV_PLUGIN);
   ASSERT_EQ(plugin.host.methods().size(), std::size(kTable));
   for (std::size_t i = 0; i < std::size(kTable); ++i) {

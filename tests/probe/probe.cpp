@@ -1,9 +1,13 @@
-// A plugin that registers the frame's own tools, so that tests reach them as a host reaches any function.
+// A plugin that registers the frame's own tools, so that tests reach them as a host reaches any function,
+// and functions that grow their output, over memory that can be told to refuse.
 #include "frame/byte_view.h"
 #include "frame/declaration.h"
 #include "frame/exceptions.h"
 #include "frame/methods.h"
 #include "frame/results.h"
+#include "frame/string_builders.h"
+#include "handles_control.h"
+#include "markup/functions.h"
 
 namespace kzv {
 namespace {
@@ -34,6 +38,30 @@ KZV_CALLED_BY_HOST std::int32_t Raise(REALboolean with_message) {
   return 0;
 }
 
+KZV_CALLED_BY_HOST REALstringStruct *AddName(std::int32_t capacity, REALstringStruct *name) {
+  const rbData view(name);
+  AsciiStringHandle builder(kEncodingASCII);
+  if (!builder.Create(static_cast<std::uint64_t>(capacity))) return nullptr;
+  Add(builder, {reinterpret_cast<const char *>(view.bytes().data()), view.bytes().size()});
+  AddBinary(builder, "ignored", 0);
+  AddBinary(builder, "ignored", -1);
+  return builder.Finish();
+}
+
+KZV_CALLED_BY_HOST REALstringStruct *AddUnit(std::int32_t capacity, std::int32_t unit) {
+  UnicodeStringHandle builder;
+  if (!builder.Create(static_cast<std::uint64_t>(capacity))) return nullptr;
+  Add(builder, static_cast<std::uint16_t>(unit));
+  return builder.Finish();
+}
+
+KZV_CALLED_BY_HOST std::int32_t RefuseHandles(std::int32_t after) {
+  RefuseHandlesAfter(after);
+  return 0;
+}
+
+KZV_CALLED_BY_HOST std::int32_t AskLastHandleSize() { return LastHandleSize(); }
+
 #define METHOD(function, declaration)                                                                        \
   {                                                                                                          \
     reinterpret_cast<void *>(&(function)), nullptr, declares<decltype(function)>(declaration), kMethodFlags, \
@@ -45,6 +73,14 @@ const REALmethodDefinition kMethods[] = {
     METHOD(BuildOfLength, "BuildOfLength(length as double) as string"),
     METHOD(BuildOfNothing, "BuildOfNothing(length as double) as string"),
     METHOD(CopyBlock, "CopyBlock(block as memoryblock) as memoryblock"),
+    METHOD(AddName, "AddName(capacity as integer, name as string) as string"),
+    METHOD(AddUnit, "AddUnit(capacity as integer, unit as integer) as string"),
+    METHOD(RefuseHandles, "RefuseHandles(after as integer) as integer"),
+    METHOD(AskLastHandleSize, "LastHandleSize() as integer"),
+    METHOD(EncodingToHTML, "EncodingToHTMLKZV(s as string, options as integer = 0) as string"),
+    METHOD(DecodingToHTML, "DecodingFromHTMLKZV(s as string) as string"),
+    METHOD(RemoveHTMLTags, "RemoveHTMLTagsKZV(AsciiTextWithTags as string) as string"),
+    METHOD(SQLReplaceBoolean, "SQLReplaceBooleanKZV(SQL as string) as string"),
     METHOD(Raise, "Raise(withMessage as boolean) as integer"),
 };
 

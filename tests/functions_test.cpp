@@ -1,0 +1,303 @@
+// All registered functions, through hosts of every generation and hosts that let them down.
+#include <gtest/gtest.h>
+#include <set>
+
+#include "services.h"
+#include "support/guarded.h"
+#include "support/samples.h"
+
+namespace kzv::host {
+namespace {
+
+using std::string_literals::operator""s;
+
+constexpr REALencoding kUnknownEncoding = 0x1234;
+
+// On each side of every threshold.
+const std::optional<double> kVersions[] = {std::nullopt, 2011.5, 2012.0, 2012.5, 2013.0, 2013.01, 2013.03};
+
+TEST(Functions, AreAllCalledByTheSamples) {
+  const Plugin plugin(KZV_PLUGIN);
+  std::set<std::string> registered;
+  for (const Method &method : plugin.host.methods()) registered.insert(method.declaration);
+  std::set<std::string> called;
+  for (const Sample &sample : samples()) called.insert(sample.declaration);
+  EXPECT_EQ(called, registered);
+  EXPECT_EQ(plugin.host.methods().size(), 47U);
+}
+
+TEST(Functions, GiveTheSameOnEveryHost) {
+  for (const auto &host_version : kVersions) {
+    for (const bool copying : {false, true}) {
+      Plugin plugin(KZV_PLUGIN, version(host_version));
+      if (copying) plugin.host.settings.withheld = {"PluginGetStringData"};
+      for (const Sample &sample : samples()) {
+        EXPECT_EQ(sample.call(plugin), sample.expected) << sample.declaration;
+        EXPECT_TRUE(plugin.host.take_raised().empty()) << sample.declaration;
+        ASSERT_EQ(plugin.host.ledger.report(), "") << sample.declaration;
+      }
+    }
+  }
+}
+
+// A service that is missing from the start: the function answers in full, or with less where the table of
+// services says so, but never crashes and never keeps or gives back too much.
+TEST(Functions, GoOnWithoutAnyService) {
+  for (const auto &host_version : {kVersions[1], kVersions[6]}) {
+    for (const std::string_view service : Services::names()) {
+      if (service == "PluginRegisterMethod") continue;
+      for (const bool copying : {false, true}) {
+        Plugin plugin(KZV_PLUGIN, version(host_version, {std::string(service)}));
+        if (copying) plugin.host.settings.withheld.insert("PluginGetStringData");
+        for (const Sample &sample : samples()) {
+          sample.call(plugin);
+          ASSERT_EQ(plugin.host.ledger.report(), "") << sample.declaration << " without " << service;
+        }
+      }
+    }
+  }
+}
+
+// Every service throws at each of its calls in turn. std::bad_alloc is caught where a result is built;
+// anything else passes. Either way all references are given back, and at most one exception of the host is
+// raised.
+TEST(Functions, ReleaseEverythingWhenAServiceThrows) {
+  using Kind = Misbehaviour::Kind;
+  for (const auto &host_version : {kVersions[1], kVersions[2], kVersions[6]}) {
+    for (const Kind kind : {Kind::kThrowBadAlloc, Kind::kThrowOther}) {
+      for (const bool copying : {false, true}) {
+        Plugin plugin(KZV_PLUGIN, version(host_version));
+        if (copying) plugin.host.settings.withheld = {"PluginGetStringData"};
+        for (const Sample &sample : samples()) {
+          for (int k = 1, happened = 1; happened != 0; ++k) {
+            plugin.host.settings.misbehaviour = {"", kind, k};
+            bool passed = false;
+            std::string result;
+            try {
+              result = sample.call(plugin);
+            } catch (const std::bad_alloc &) {
+              passed = true;
+              EXPECT_EQ(kind, Kind::kThrowBadAlloc);
+            } catch (const HostFailure &) {
+              passed = true;
+              EXPECT_EQ(kind, Kind::kThrowOther);
+            }
+            happened = plugin.host.settings.misbehaviour->calls_left <= 0 ? 1 : 0;
+            plugin.host.settings.misbehaviour.reset();
+            const std::size_t raised = plugin.host.take_raised().size();
+            EXPECT_EQ(raised, happened != 0 && !passed ? 1U : 0U) << sample.declaration << " call " << k;
+            EXPECT_TRUE(happened != 0 || result == sample.expected) << sample.declaration << result;
+            ASSERT_EQ(plugin.host.ledger.report(), "") << sample.declaration << " call " << k;
+          }
+        }
+      }
+    }
+  }
+}
+
+constexpr char kToHTML[] = "EncodingToHTMLKZV(s as string, options as integer = 0) as string";
+constexpr char kFromHTML[] = "DecodingFromHTMLKZV(s as string) as string";
+constexpr char kRemoveTags[] = "RemoveHTMLTagsKZV(AsciiTextWithTags as string) as string";
+constexpr char kSubject[] = "EncodeEmailSubjectKZV(s as string) as string";
+constexpr char kToISO[] = "EncodingToISO8859KZV(s as string) as string";
+constexpr char kToCP1252[] = "EncodingToCP1252KZV(s as string) as string";
+constexpr char kFromHex[] = "DecodingFromHexKZV(s as string) as string";
+constexpr char kSQL[] = "SQLReplaceBooleanKZV(SQL as string) as string";
+
+Text call(Plugin &plugin, std::string_view declaration, const String &s) {
+  if (declaration == kToHTML) return plugin.call(declaration, s, 0);
+  return plugin.call(declaration, s);
+}
+
+TEST(Text, IsTheSameInEveryEncoding) {
+  const REALencoding encodings[] = {kEncodingUTF8,      kEncodingUTF16,       kEncodingUTF32,
+                                    kEncodingISO8859_1, kEncodingWindows1252, kEncodingMacRoman,
+                                    kEncodingBytes};
+  const struct {
+    const char *declaration;
+    std::string text;
+    Text result;
+  } rows[] = {
+      {kToHTML, "Tom & <é>", ascii("Tom &amp; &lt;&eacute;&gt;")},
+      {kFromHTML, "&lt;é&gt;&#x41", utf8("<é>A")},
+      {kRemoveTags, "<p>é</p>", utf8("é")},
+      {kSubject, "é?",
+       ascii("=?utf-8?Q?=C3=A9?"
+             "?=")},
+      {kToISO, "Tom é", raw("Tom \xE9")},
+      {kToCP1252, "Tom é", raw("Tom \xE9")},
+      {kFromHex, "41é142",
+       ascii("A\x01"
+             "B")},  // the é is one character that is no digit
+      {kSQL, "(é,true)", utf8("(?,1)")},
+  };
+  for (const auto &host_version : kVersions) {
+    Plugin plugin(KZV_PLUGIN, version(host_version));
+    for (const auto &row : rows) {
+      for (const REALencoding encoding : encodings) {
+        // Bytes without an encoding are taken for Mac OS Roman.
+        const REALencoding stored = encoding == kEncodingBytes ? kEncodingMacRoman : encoding;
+        const String s = new_string(*convert(row.text, kEncodingUTF8, stored), encoding);
+        EXPECT_EQ(call(plugin, row.declaration, s), row.result) << row.declaration << std::hex << encoding;
+      }
+      EXPECT_EQ(call(plugin, row.declaration, new_string("41", kUnknownEncoding)), kNil) << row.declaration;
+      EXPECT_EQ(call(plugin, row.declaration, nullptr), kNil) << row.declaration;
+    }
+    EXPECT_EQ(plugin.host.ledger.report(), "");
+  }
+}
+
+TEST(Text, LosesAByteOrderMarkAtItsStartOnly) {
+  for (const auto &host_version : kVersions) {
+    Plugin plugin(KZV_PLUGIN, version(host_version));
+    const auto to_html = [&](const char16_t *units, std::size_t count) {
+      const std::string_view bytes(reinterpret_cast<const char *>(units), count * 2);
+      return plugin.call(kToHTML, new_string(bytes, kEncodingUTF16), 0);
+    };
+    EXPECT_EQ(to_html(u"\uFEFFa\uFEFF", 3), ascii("a&#65279;"));
+    EXPECT_EQ(to_html(u"\uFEFF\uFFFEa", 3), ascii("a"));
+    EXPECT_EQ(to_html(u"\uFFFE\uFEFFa", 3), ascii("a"));  // the view drops one, the encoder the other
+    EXPECT_EQ(to_html(u"\uFEFF", 1), kNil);
+    EXPECT_EQ(plugin.call(kToISO, new_string("\xFF\xFE\xFE\xFF"
+                                             "a\0b"s,
+                                             kEncodingUTF16)),
+              ascii("a"));
+  }
+}
+
+TEST(Text, ThatNeedsNoEncodingComesBackAsTheSameObject) {
+  for (const auto &host_version : kVersions) {
+    Plugin plugin(KZV_PLUGIN, version(host_version));
+    auto *const subject = plugin.function<REALstringStruct *(REALstringStruct *)>(kSubject);
+    for (const Text &text : {utf16("Hello ~\x7F"), utf8(""), raw("plain"), utf8("a\0\x01"s)}) {
+      const String s = owned(text);
+      EXPECT_EQ(plugin.host.call(subject, s.get()).get(), s.get());
+    }
+    EXPECT_EQ(plugin.call(kSubject, new_string("a\t\0\xC3"s, kEncodingUTF8)), ascii("=?utf-8?Q?a\t?="));
+    EXPECT_EQ(plugin.host.ledger.report(), "");
+  }
+}
+
+// Text that a host delivers ends where one unit behind it can still be read; bytes end where nothing can.
+// What stands in that unit must not matter.
+TEST(Text, IsNotReadBehindItsEnd) {
+  const struct {
+    const char *declaration;
+    REALencoding encoding;
+    std::size_t unit;
+  } rows[] = {
+      {kToHTML, kEncodingUTF16, 2},
+      {kFromHTML, kEncodingUTF16, 2},
+      {kRemoveTags, kEncodingUTF8, 1},
+      {kSubject, kEncodingUTF8, 1},
+      {kToISO, kEncodingUTF16, 2},
+      {kToCP1252, kEncodingUTF16, 2},
+      {kFromHex, kEncodingASCII, 1},
+      {kSQL, kEncodingASCII, 1},
+      {kRemoveTags, kEncodingBytes, 1},
+      {"DecodingFromMySQLKZV(s as string) as string", kEncodingUTF8, 0},
+      {"DecodingFromISO8859KZV(s as string) as string", kEncodingUTF8, 0},
+      {"EncodingToHexKZV(s as string) as string", kEncodingUTF8, 0},
+      {"EncodingToURLKZV(s as string) as string", kEncodingUTF8, 0},
+      {"DecodingFromURLKZV(s as string) as string", kEncodingUTF8, 0},
+      {"DecodingFromQuotedPrintableKZV(s as string) as string", kEncodingUTF8, 0},
+      {"_yDecodeStringKZV(data as string) as string", kEncodingUTF8, 0},
+  };
+  const std::string pattern = "&<a4>true %=\\n'\x01 &#x41; =\r\n &amp";
+  std::string endless;
+  while (endless.size() < 500) endless += pattern;
+  for (const auto &host_version : {kVersions[1], kVersions[6]}) {
+    Plugin plugin(KZV_PLUGIN, version(host_version));
+    for (const auto &row : rows) {
+      for (std::size_t length = 0; length <= 200; ++length) {
+        const std::size_t units = row.unit == 2 ? length / 2 * 2 : length;
+        std::string text = endless.substr(length, units);
+        if (row.unit == 2) {
+          for (std::size_t i = 1; i < text.size(); i += 2) text[i] = '\0';
+        }
+        Guarded guarded(text + std::string(row.unit, '&'));
+        const String lent(
+            make_string_of_lent({reinterpret_cast<char *>(guarded.data()), text.size()}, row.encoding));
+        EXPECT_EQ(call(plugin, row.declaration, lent),
+                  call(plugin, row.declaration, new_string(text, row.encoding)))
+            << row.declaration << " at " << length;
+      }
+    }
+    EXPECT_EQ(plugin.host.ledger.report(), "");
+  }
+}
+
+TEST(RandomBytes, AreDrawnFromTheRuntimeLibraryInOrder) {
+  constexpr char kRandom[] = "RandomBytesStringKZV(Length as integer, ASCII as boolean=false) as string";
+  Plugin plugin(KZV_PLUGIN);
+  auto *const random = plugin.function<REALstringStruct *(std::int32_t, REALboolean)>(kRandom);
+  for (const bool printable : {false, true}) {
+    std::string expected;
+    std::srand(7);
+    for (int i = 0; i < 1000; ++i) {
+      const int drawn = std::rand();
+      expected += static_cast<char>(printable ? 32 + drawn % 96 : drawn & 0xFF);
+    }
+    std::srand(7);
+    const String result = plugin.host.call(random, 1000, ToREALboolean(printable));
+    EXPECT_EQ(text_of(result), (printable ? ascii(expected) : raw(expected)));
+  }
+}
+
+TEST(Distances, RefuseTextsWhoseMatrixWouldBeTooLarge) {
+  constexpr char kLevenshtein[] = "LevenshteinDistanceKZV(a as string, b as string) as double";
+  Plugin plugin(KZV_PLUGIN);
+  auto *const distance = plugin.function<double(REALstringStruct *, REALstringStruct *)>(kLevenshtein);
+  const auto of_length = [&](std::size_t a, std::size_t b) {
+    const String first = new_string(std::string(a, 'x'), kEncodingASCII);
+    const String second = new_string(std::string(b, 'y'), kEncodingASCII);
+    return plugin.host.call(distance, first.get(), second.get());
+  };
+  EXPECT_EQ(of_length(23169, 23169), 1.0);
+  EXPECT_TRUE(plugin.host.take_raised().empty());
+  EXPECT_EQ(of_length(23170, 23170), 1.0);
+  const auto raised = plugin.host.take_raised();
+  ASSERT_EQ(raised.size(), 1U);
+  EXPECT_EQ(raised[0].class_name, "OutOfMemoryException");
+  EXPECT_EQ(raised[0].message, "Failed to allocate 2147580964 bytes of memory.");
+  EXPECT_EQ(of_length(200000, 200000), 1.0);
+  EXPECT_EQ(plugin.host.take_raised().at(0).message, "Failed to allocate 160001600004 bytes of memory.");
+}
+
+TEST(Builders, GrowByTheirRulesAndDropEverythingWhenTheyCannot) {
+  constexpr char kAddName[] = "AddName(capacity as integer, name as string) as string";
+  constexpr char kAddUnit[] = "AddUnit(capacity as integer, unit as integer) as string";
+  Plugin probe(KZV_PROBE);
+  auto *const refuse =
+      probe.function<std::int32_t(std::int32_t)>("RefuseHandles(after as integer) as integer");
+  auto *const last_size = probe.function<std::int32_t()>("LastHandleSize() as integer");
+  auto *const add_name = probe.function<REALstringStruct *(std::int32_t, REALstringStruct *)>(kAddName);
+  auto *const add_unit = probe.function<REALstringStruct *(std::int32_t, std::int32_t)>(kAddUnit);
+
+  EXPECT_EQ(text_of(probe.host.call(add_name, 0, new_string("amp", kEncodingASCII).get())), ascii("&amp;"));
+  EXPECT_EQ(probe.host.call(last_size), 4106);
+  EXPECT_EQ(text_of(probe.host.call(add_unit, 8, 'x')), utf8("x"));
+  EXPECT_EQ(probe.host.call(last_size), 4107);
+
+  // 3,000 units of which each becomes 9 bytes do not fit into the first block. Refusing the operations one
+  // after the other gives nil until none is refused.
+  const String text = new_string(
+      *convert(std::string(3000, '&') + "\u03D1\u2666"s, kEncodingUTF8, kEncodingUTF16), kEncodingUTF16);
+  const Text whole = probe.call(kToHTML, text, 0);
+  EXPECT_EQ(whole.bytes.size(), 3000 * 5 + 10 + 7U);
+  int after = 0;
+  for (; probe.host.call(refuse, after), probe.call(kToHTML, text, 0) != whole; ++after) {
+    probe.host.call(refuse, after);
+    EXPECT_EQ(probe.call(kToHTML, text, 0), kNil) << after;
+  }
+  EXPECT_GT(after, 1);
+  probe.host.call(refuse, 0);
+  for (const char *const declaration : {kFromHTML, kRemoveTags, kSQL}) {
+    probe.host.call(refuse, 0);
+    EXPECT_EQ(probe.call(declaration, text), kNil) << declaration;
+  }
+  EXPECT_EQ(probe.host.ledger.report(), "");
+}
+
+}  // namespace
+}  // namespace kzv::host
