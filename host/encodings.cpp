@@ -5,7 +5,6 @@
 #include <bit>
 #include <cctype>
 #include <cerrno>
-#include <cstdint>
 #include <iconv.h>
 #include <map>
 #include <stdexcept>
@@ -34,7 +33,8 @@ constexpr std::array<Encoding, 8> kEncodings = {{
 class Converter {
  public:
   Converter(const char *to, const char *from) : handle_(iconv_open(to, from)) {
-    if (std::bit_cast<std::intptr_t>(handle_) == -1) {
+    if (handle_ ==
+        reinterpret_cast<iconv_t>(-1)) {  // NOLINT(performance-no-int-to-ptr): iconv's own sign of failure
       throw std::runtime_error(std::string("iconv cannot convert ") + from + " to " + to);
     }
   }

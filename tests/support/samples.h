@@ -73,7 +73,8 @@ inline Text utf16(std::string_view text) {
 inline Text ascii(std::string bytes) { return {std::move(bytes), kEncodingASCII}; }
 inline Text raw(std::string bytes) { return {std::move(bytes), kEncodingBytes}; }
 
-// At least one call of each registered function. Results are the same on every host.
+// At least one call of each registered function, in the order of registration. Results are the same on every
+// host.
 const std::vector<Sample> &samples();
 
 }  // namespace kzv::host
