@@ -42,8 +42,10 @@ class Converter {
   Converter &operator=(const Converter &) = delete;
   ~Converter() { iconv_close(handle_); }
 
-  // Converts `text`, and puts `substitute` in the place of each `unit` bytes that iconv refuses.
-  std::string run(std::string_view text, std::size_t unit, std::string_view substitute) {
+  // Converts `text`. In the place of each `unit` bytes that iconv refuses it puts `substitute`; without one
+  // there is no result then.
+  std::optional<std::string> run(std::string_view text, std::size_t unit,
+                                 std::optional<std::string_view> substitute) {
     std::string output;
     auto *input = const_cast<char *>(text.data());
     std::size_t left = text.size();
@@ -51,7 +53,8 @@ class Converter {
     while (left > 0) {
       const int error = step(input, left, output);
       if (error != EILSEQ && error != EINVAL) continue;
-      output += substitute;
+      if (!substitute) return std::nullopt;
+      output += *substitute;
       const std::size_t skipped = std::min(unit, left);
       input += skipped;
       left -= skipped;
@@ -114,12 +117,14 @@ std::optional<std::string> convert(std::string_view text, REALencoding from, REA
   const Encoding *const target = find_encoding(to);
   if (source == nullptr || target == nullptr) return std::nullopt;
   if (source->charset == nullptr || target->charset == nullptr) return std::string(text);
+  // Most text needs no substitutes.
+  auto straight = converter(target->charset, source->charset).run(text, source->unit, std::nullopt);
+  if (straight) return straight;
   // By way of UTF-32, so that what is malformed and what cannot be held are told apart.
   const std::string_view replacement(reinterpret_cast<const char *>(&kReplacementCharacter),
                                      sizeof kReplacementCharacter);
-  const std::string characters = converter(kUTF32, source->charset).run(text, source->unit, replacement);
-  if (target->number == kEncodingUTF32) return characters;
-  return converter(target->charset, kUTF32).run(characters, sizeof(char32_t), "?");
+  const auto characters = converter(kUTF32, source->charset).run(text, source->unit, replacement);
+  return converter(target->charset, kUTF32).run(*characters, sizeof(char32_t), "?");
 }
 
 }  // namespace kzv::host
