@@ -1,6 +1,7 @@
 #include "compare/bitwise.h"
 
 #include <gtest/gtest.h>
+#include <random>
 
 #include "support/kernels.h"
 
@@ -31,6 +32,22 @@ TEST(Bitwise, EveryMaskLengthAndOffset) {
         ASSERT_EQ(xored2.at(k), static_cast<char>(xored[k] ^ place)) << length << " " << start;
       }
     }
+  }
+}
+
+TEST(Bitwise, XorTwiceGivesTheDataBack) {
+  std::mt19937 random(1);
+  for (std::size_t size = 0; size <= 300; ++size) {
+    std::string data;
+    while (data.size() < size) data += static_cast<char>(random());
+    Guarded mask(data.substr(0, random() % (size + 1)));
+    const auto offset = static_cast<std::int32_t>(random());
+    const auto twice = [&](auto combine) {
+      const auto once = [&](ByteView in, ByteBuffer out) { return combine(in, mask.bytes(), offset, out); };
+      return run_kernel(run_kernel(data, size, once), size, once);
+    };
+    EXPECT_EQ(twice(xor_bytes), data) << size;
+    EXPECT_EQ(twice(xor_bytes_and_positions), data) << size;
   }
 }
 

@@ -1,10 +1,14 @@
 // All registered functions, through hosts of every generation and hosts that let them down.
+#include <clocale>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <set>
+#include <unistd.h>
 
 #include "services.h"
 #include "support/guarded.h"
 #include "support/samples.h"
+#include "support/shell.h"
 
 namespace kzv::host {
 namespace {
@@ -247,6 +251,26 @@ TEST(RandomBytes, AreDrawnFromTheRuntimeLibraryInOrder) {
     const String result = plugin.host.call(random, 1000, ToREALboolean(printable));
     EXPECT_EQ(text_of(result), (printable ? ascii(expected) : raw(expected)));
   }
+}
+
+TEST(Numbers, HaveAPointUnderALocaleThatWritesAComma) {
+  const std::string folder = testing::TempDir() + "kzv-locale-" + std::to_string(getpid());
+  ASSERT_EQ(shell("mkdir " + folder + " && localedef -i de_DE -f UTF-8 " + folder + "/de_DE.UTF-8").exit_code,
+            0);
+  setenv("LOCPATH", folder.c_str(), 1);
+  ASSERT_STREQ(setlocale(LC_ALL, "de_DE.UTF-8"), "de_DE.UTF-8");
+  Plugin plugin(KZV_PLUGIN);
+  const auto of = [&]<typename... Digits>(const char *declaration, Digits... digits) {
+    return text_of(plugin.host.call(plugin.function<REALstringStruct *(double, Digits...)>(declaration), 1.5,
+                                    digits...));
+  };
+  EXPECT_EQ(of("StrKZV(d as double) as string"), ascii("1.5"));
+  EXPECT_EQ(of("ScientificStrKZV(d as double, digits as integer) as string", 3), ascii("1.500e+00"));
+  EXPECT_STREQ(setlocale(LC_ALL, nullptr), "de_DE.UTF-8");
+  EXPECT_STREQ(localeconv()->decimal_point, ",");
+  setlocale(LC_ALL, "C");
+  unsetenv("LOCPATH");
+  std::filesystem::remove_all(folder);
 }
 
 TEST(Distances, RefuseTextsWhoseMatrixWouldBeTooLarge) {

@@ -62,16 +62,17 @@ Vertical run_strip(std::span<const std::uint32_t> columns, const std::uint64_t *
 std::optional<std::uint64_t> edit_count(WideView rows, WideView columns) {
   if (rows.empty()) return columns.size();
   const std::size_t slot_count = SymbolTable::slot_count(rows.size());
+  const std::size_t symbol_count = SymbolTable::most_symbols(rows.size());
   WorkMemory memory;
   if (!memory.reserve(
-          WorkMemory::room<SymbolTable::Slot>(slot_count) + WorkMemory::room<std::uint64_t>(rows.size() + 1) +
-          WorkMemory::room<std::uint32_t>(rows.size()) + WorkMemory::room<std::uint32_t>(columns.size()) +
-          WorkMemory::room<std::uint8_t>(columns.size()))) {
+          WorkMemory::room<SymbolTable::Slot>(slot_count) +
+          WorkMemory::room<std::uint64_t>(symbol_count + 1) + WorkMemory::room<std::uint32_t>(rows.size()) +
+          WorkMemory::room<std::uint32_t>(columns.size()) + WorkMemory::room<std::uint8_t>(columns.size()))) {
     return std::nullopt;
   }
   SymbolTable symbols(memory.take<SymbolTable::Slot>(slot_count));
   // Number 0, the symbols that `rows` has not, stands in no row.
-  const auto rows_with = memory.take<std::uint64_t>(rows.size() + 1);
+  const auto rows_with = memory.take<std::uint64_t>(symbol_count + 1);
   const auto row_numbers = memory.take<std::uint32_t>(rows.size());
   const auto column_numbers = memory.take<std::uint32_t>(columns.size());
   const auto border = memory.take<std::uint8_t>(columns.size());

@@ -20,16 +20,18 @@ struct Matches {
 // cursor over its positions in `b` stands at the lowest one that may still be taken.
 std::optional<Matches> find_matches(WideView a, WideView b) {
   const std::size_t slot_count = SymbolTable::slot_count(b.size());
+  const std::size_t symbol_count = SymbolTable::most_symbols(b.size());
   const std::size_t matched_count = std::min(a.size(), b.size());
   WorkMemory memory;
-  if (!memory.reserve(
-          WorkMemory::room<SymbolTable::Slot>(slot_count) + WorkMemory::room<std::uint32_t>(b.size() + 1) +
-          WorkMemory::room<std::uint32_t>(b.size()) + WorkMemory::room<std::uint32_t>(matched_count))) {
+  if (!memory.reserve(WorkMemory::room<SymbolTable::Slot>(slot_count) +
+                      WorkMemory::room<std::uint32_t>(symbol_count + 1) +
+                      WorkMemory::room<std::uint32_t>(b.size()) +
+                      WorkMemory::room<std::uint32_t>(matched_count))) {
     return std::nullopt;
   }
   SymbolTable symbols(memory.take<SymbolTable::Slot>(slot_count));
   // Number 0, the symbols that `b` has not, keeps a cursor without positions.
-  const auto cursors = memory.take<std::uint32_t>(b.size() + 1);
+  const auto cursors = memory.take<std::uint32_t>(symbol_count + 1);
   const auto following = memory.take<std::uint32_t>(b.size());
   const auto matched = memory.take<std::uint32_t>(matched_count);
 

@@ -119,8 +119,8 @@ std::size_t count_filtered(ByteView text, ByteView needle) {
   const std::size_t glance = std::min(needle.size(), std::size_t{16});
 
   std::size_t total = 0;
-  std::size_t wasted = 0;
-  std::size_t next = 0;  // the first position that no match covers
+  std::uint64_t wasted = 0;  // in 64 bits: a long needle can waste more than memory has bytes
+  std::size_t next = 0;      // the first position that no match covers
   for (std::size_t block = 0; block < positions;) {
     const std::uint8_t *const data = text.data() + block;
     const std::size_t size = std::min(kBlock, positions - block);
@@ -139,7 +139,7 @@ std::size_t count_filtered(ByteView text, ByteView needle) {
       }
     }
     block = std::max(block + size, next);
-    if (wasted / kWastePerByte > block + kWasteAtStart && block < positions) {
+    if (wasted / kWastePerByte > std::uint64_t{block} + kWasteAtStart && block < positions) {
       return total + count_two_way(text.subspan(block), needle);
     }
   }

@@ -1,6 +1,7 @@
 // Numbers for the units that a text is made of, so that tables grow with its alphabet, not with 2^32.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -16,8 +17,15 @@ class SymbolTable {
     std::uint32_t number;  // 0 in a free slot
   };
 
-  // Slots that a text of `unit_count` units, at least one, may need: a power of two.
-  static constexpr std::size_t slot_count(std::size_t unit_count) { return std::bit_ceil(unit_count * 2); }
+  // Symbols that a text of `unit_count` units may have, all UTF-16 units at most.
+  static constexpr std::size_t most_symbols(std::size_t unit_count) {
+    return std::min(unit_count, std::size_t{0x10000});
+  }
+
+  // Slots that such a text, of at least one unit, may need: a power of two.
+  static constexpr std::size_t slot_count(std::size_t unit_count) {
+    return std::bit_ceil(most_symbols(unit_count) * 2);
+  }
 
   explicit SymbolTable(std::span<Slot> zero_filled)
       : slots_(zero_filled), shift_(32 - std::countr_zero(zero_filled.size())) {}

@@ -16,7 +16,7 @@ class WorkBuffer {
   WorkBuffer &operator=(const WorkBuffer &) = delete;
   ~WorkBuffer() { std::free(heap_); }
 
-  // Provides `byte_count` bytes, once in the life of the buffer; false when that is more than 2,147,483,647
+  // Provides `byte_count` bytes, once; false when that is more than 2,147,483,647
   // or the memory is not to be had.
   [[nodiscard]] bool allocate(std::uint64_t byte_count) {
     if (byte_count > kMaxByteCount) return false;

@@ -30,15 +30,16 @@ struct Encoded {
   std::size_t length = 0;
   bool no_memory = false;
 
-  // Has `encode(output) -> bytes written` fill `room` bytes; more than a string can hold is no text at all.
-  template <typename Encode>
-  void fill(std::uint64_t room, Encode encode) {
-    if (room > kMaxByteCount) return;
-    if (buffer.allocate(room)) {
-      length = encode(buffer.bytes());
-    } else {
-      no_memory = true;
+  // Has `encode(output) -> bytes written` fill as many bytes as the worst case takes or, where there is no
+  // memory for that, as `exact_room()` finds necessary. More than a string can hold is no text at all.
+  template <typename ExactRoom, typename Encode>
+  void fill(std::uint64_t worst_room, ExactRoom exact_room, Encode encode) {
+    if (!buffer.allocate(worst_room)) {
+      const std::uint64_t room = exact_room();
+      if (room > kMaxByteCount) return;
+      no_memory = !buffer.allocate(room);
     }
+    if (!no_memory) length = encode(buffer.bytes());
   }
 
   REALstringStruct *finish() {
@@ -46,17 +47,6 @@ struct Encoded {
     return REALBuildUnicodeString(buffer.data(), static_cast<std::int64_t>(length), kEncodingASCII);
   }
 };
-
-// The worst case, or where a string could not hold that, the size that the text really takes.
-std::uint64_t QuotedPrintableRoom(ByteView text, std::int32_t line_length) {
-  const std::uint64_t worst = quoted_printable::max_encoded_size(text.size(), line_length);
-  return worst <= kMaxByteCount ? worst : quoted_printable::encoded_size(text, line_length);
-}
-
-std::uint64_t SubjectRoom(ByteView text) {
-  const std::uint64_t worst = mail_subject::max_encoded_size(text.size());
-  return worst <= kMaxByteCount ? worst : mail_subject::encoded_size(text);
-}
 
 }  // namespace
 
@@ -66,8 +56,10 @@ REALstringStruct *EncodingToQuotedPrintable(REALstringStruct *s, std::int32_t li
     const rbData argument(s);
     const ByteView text = argument.bytes();
     if (text.empty()) return nullptr;
-    encoded.fill(QuotedPrintableRoom(text, line_length),
-                 [=](ByteBuffer output) { return quoted_printable::encode(text, line_length, output); });
+    encoded.fill(
+        quoted_printable::max_encoded_size(text.size(), line_length),
+        [=] { return quoted_printable::encoded_size(text, line_length); },
+        [=](ByteBuffer output) { return quoted_printable::encode(text, line_length, output); });
   }
   return encoded.finish();
 }
@@ -78,7 +70,9 @@ REALstringStruct *DecodingFromQuotedPrintable(REALstringStruct *s) {
     const rbData argument(s);
     const ByteView text = argument.bytes();
     if (text.empty()) return nullptr;
-    decoded.fill(text.size(), [=](ByteBuffer output) { return quoted_printable::decode(text, output); });
+    decoded.fill(
+        text.size(), [=] { return std::uint64_t{text.size()}; },
+        [=](ByteBuffer output) { return quoted_printable::decode(text, output); });
   }
   return decoded.finish();
 }
@@ -93,7 +87,9 @@ REALstringStruct *EncodeEmailSubject(REALstringStruct *s) {
     if (!argument.has_utf8()) return nullptr;
     needed = mail_subject::needs_encoding(text);
     if (needed) {
-      encoded.fill(SubjectRoom(text), [=](ByteBuffer output) { return mail_subject::encode(text, output); });
+      encoded.fill(
+          mail_subject::max_encoded_size(text.size()), [=] { return mail_subject::encoded_size(text); },
+          [=](ByteBuffer output) { return mail_subject::encode(text, output); });
     }
   }
   if (needed) return encoded.finish();
