@@ -1,9 +1,9 @@
 #include "compare/bitwise.h"
 
 #include <gtest/gtest.h>
-#include <random>
 
 #include "support/kernels.h"
+#include "support/random.h"
 
 namespace kzv::bitwise {
 
@@ -36,7 +36,7 @@ TEST(Bitwise, EveryMaskLengthAndOffset) {
 }
 
 TEST(Bitwise, XorTwiceGivesTheDataBack) {
-  std::mt19937 random(1);
+  auto random = seeded_random();
   for (std::size_t size = 0; size <= 300; ++size) {
     std::string data;
     while (data.size() < size) data += static_cast<char>(random());

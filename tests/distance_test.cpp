@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <bit>
 #include <gtest/gtest.h>
-#include <random>
 #include <string>
 #include <vector>
+
+#include "support/random.h"
 
 namespace kzv::distance {
 namespace {
@@ -72,7 +73,7 @@ TEST(Distance, KnownPairs) {
 }
 
 TEST(Distance, RandomTextsAsTheDefinitionsGiveThem) {
-  std::mt19937 random(1);
+  auto random = seeded_random();
   const auto bits = [](double value) { return std::bit_cast<std::uint64_t>(value); };
   for (int round = 0; round < 12000; ++round) {
     const std::size_t longest = round % 200 < 2 ? 700 : round % 20 < 2 ? 200 : 20;

@@ -1,10 +1,10 @@
 #include "transfer/hex_dump.h"
 
 #include <gtest/gtest.h>
-#include <random>
 #include <vector>
 
 #include "support/kernels.h"
+#include "support/random.h"
 
 namespace kzv::hex_dump {
 namespace {
@@ -38,7 +38,7 @@ TEST(HexDump, RandomShapesAgreeWithTheSlowDump) {
   EXPECT_EQ(dumped("ABC", {2, 2, xy, xy, xy, {}}), "xy41xy42xyxy43xy00xy");
   EXPECT_EQ(dumped("\xFE", {5, 1, {}, {}, xy, xy}), "FExyx");
   EXPECT_EQ(dumped("A", {0, 2, xy, xy, xy, xy}) + dumped("A", {2, -1, xy, xy, xy, xy}), "");
-  std::mt19937 random(35);
+  auto random = seeded_random();
   const auto below = [&](int bound) { return std::uniform_int_distribution(0, bound - 1)(random); };
   for (int round = 0; round < 9000; ++round) {
     std::string input;

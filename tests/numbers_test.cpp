@@ -6,8 +6,9 @@
 #include <cfloat>
 #include <cmath>
 #include <gtest/gtest.h>
-#include <random>
 #include <string>
+
+#include "support/random.h"
 
 namespace kzv::numbers {
 static std::string fixed_text(double value) {
@@ -38,7 +39,7 @@ TEST(Numbers, FixedNotation) {
 }
 
 TEST(Numbers, ReadBackAndComparedWithTheFormattedPrint) {
-  std::mt19937_64 random(1);
+  auto random = seeded_random<std::mt19937_64>();
   for (int i = 0; i < 1000000; ++i) {
     const auto value = std::bit_cast<double>(random());
     if (i < 20000) expect_scientific(value, i % 401);

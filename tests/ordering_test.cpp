@@ -1,10 +1,10 @@
 #include "compare/ordering.h"
 
 #include <gtest/gtest.h>
-#include <random>
 #include <string>
 
 #include "support/guarded.h"
+#include "support/random.h"
 
 namespace kzv::ordering {
 using namespace std::string_literals;
@@ -24,7 +24,7 @@ TEST(Ordering, CompareGivesTheSignOfTheFirstDifference) {
 }
 
 TEST(Ordering, CountEqualsTheSearchOneByOne) {
-  std::mt19937 random(1);
+  auto random = seeded_random();
   for (int round = 0; round < 10000; ++round) {
     const auto letters = 1 + random() % 3;
     const auto word = [&](std::size_t length) {

@@ -65,7 +65,7 @@ TEST(Runner, SaysOnStandardErrorWhatIsWrongAndWhatToDo) {
   } rows[] = {
       {"kzv EncodingToURL x", 2, {"there is no function EncodingToURL\n", "did you mean EncodingToURLKZV?"}},
       {"kzv DecodngFromURLKZV x", 2, {"did you mean DecodingFromURLKZV?"}},
-      {"kzv help Encoding", 2, {"there is no function Encoding\n", "EncodingToURLKZV?"}},
+      {"kzv help EncodingToURL", 2, {"there is no function EncodingToURL\n", "EncodingToURLKZV?"}},
       {"kzv EncodingToURLKZV",
        2,
        {"0 arguments", "EncodingToURLKZV(s as string, options as integer) as string"}},

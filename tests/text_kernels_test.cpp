@@ -1,12 +1,12 @@
 #include <array>
 #include <gtest/gtest.h>
 #include <map>
-#include <random>
 
 #include "markup/classification.h"
 #include "markup/sql.h"
 #include "markup/tags.h"
 #include "support/kernels.h"
+#include "support/random.h"
 #include "transfer/hex.h"
 #include "transfer/mail_subject.h"
 #include "transfer/yenc.h"
@@ -155,15 +155,14 @@ TEST(TextKernels, Markers) {
 }
 
 TEST(TextKernels, RandomTextsAgainstTheSlowTwins) {
-  constexpr unsigned kSeed = 20240607;
   const auto pieces = std::to_array({"true", "FALSE", "e", "'", "\"", "\\", " ", "(", "\x80", "n", "<", ">"});
-  std::mt19937 random(kSeed);
+  auto random = seeded_random();
   for (int round = 0; round < 20000; ++round) {
     std::string text;
     for (auto count = random() % 12; count > 0; --count) text += pieces.at(random() % pieces.size());
-    ASSERT_EQ(run<sql::decode_mysql>(text), slow_decode_mysql(text)) << text << " seed " << kSeed;
-    ASSERT_EQ(run<sql::replace_booleans>(text), slow_replace_booleans(text)) << text << " seed " << kSeed;
-    ASSERT_EQ(tags_replaced(text), slow_tags_replaced(text)) << text << " seed " << kSeed;
+    ASSERT_EQ(run<sql::decode_mysql>(text), slow_decode_mysql(text)) << text;
+    ASSERT_EQ(run<sql::replace_booleans>(text), slow_replace_booleans(text)) << text;
+    ASSERT_EQ(tags_replaced(text), slow_tags_replaced(text)) << text;
   }
 }
 

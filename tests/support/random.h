@@ -1,0 +1,18 @@
+// Random numbers for tests: the same at every run, or from the seed in the environment variable KZV_SEED.
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+
+namespace kzv {
+
+template <typename Engine = std::mt19937>
+Engine seeded_random() {
+  const char *const wanted = std::getenv("KZV_SEED");
+  const unsigned long seed = wanted != nullptr ? std::strtoul(wanted, nullptr, 10) : 1;
+  std::printf("KZV_SEED=%lu\n", seed);
+  return Engine(static_cast<typename Engine::result_type>(seed));
+}
+
+}  // namespace kzv
