@@ -94,6 +94,48 @@ std::string letters_and_digits(std::string_view name) {
 
 constexpr char32_t kReplacementCharacter = 0xFFFD;
 
+// iconv has two characters of Mac OS Roman as older revisions of that set had them.
+struct Revised {
+  char32_t iconvs;
+  char32_t actual;
+};
+constexpr std::array<Revised, 2> kRevisedMacRoman = {{{0x394, 0x2206}, {0xE01E, 0xF8FF}}};
+
+// iconv drops tag characters on the way to an 8-bit set, as if they were none.
+constexpr bool is_tag(char32_t character) { return character >= 0xE0000 && character <= 0xE007F; }
+
+// Characters as iconv has to see them to write `target`: what it would get wrong is replaced, by U+FFFD where
+// the target does not hold it.
+void prepare_for(const Encoding &target, std::u32string &characters) {
+  for (char32_t &character : characters) {
+    if (target.unit == 1 && target.number != kEncodingUTF8 && is_tag(character))
+      character = kReplacementCharacter;
+    if (target.number != kEncodingMacRoman) continue;
+    for (const Revised &revised : kRevisedMacRoman) {
+      if (character == revised.actual) {
+        character = revised.iconvs;
+      } else if (character == revised.iconvs) {
+        character = kReplacementCharacter;
+      }
+    }
+  }
+}
+
+// Characters as they are, of those that iconv read from `source`.
+void correct_from(const Encoding &source, std::u32string &characters) {
+  if (source.number != kEncodingMacRoman) return;
+  for (char32_t &character : characters) {
+    for (const Revised &revised : kRevisedMacRoman) {
+      if (character == revised.iconvs) character = revised.actual;
+    }
+  }
+}
+
+bool is_unicode(const Encoding &encoding) {
+  return encoding.number == kEncodingUTF8 || encoding.number == kEncodingUTF16 ||
+         encoding.number == kEncodingUTF32;
+}
+
 }  // namespace
 
 std::span<const Encoding> encodings() { return kEncodings; }
@@ -117,14 +159,22 @@ std::optional<std::string> convert(std::string_view text, REALencoding from, REA
   const Encoding *const target = find_encoding(to);
   if (source == nullptr || target == nullptr) return std::nullopt;
   if (source->charset == nullptr || target->charset == nullptr) return std::string(text);
-  // Most text needs no substitutes.
-  auto straight = converter(target->charset, source->charset).run(text, source->unit, std::nullopt);
-  if (straight) return straight;
+  // Most text needs neither corrections nor substitutes.
+  if (is_unicode(*target) && source->number != kEncodingMacRoman) {
+    auto straight = converter(target->charset, source->charset).run(text, source->unit, std::nullopt);
+    if (straight) return straight;
+  }
   // By way of UTF-32, so that what is malformed and what cannot be held are told apart.
   const std::string_view replacement(reinterpret_cast<const char *>(&kReplacementCharacter),
                                      sizeof kReplacementCharacter);
-  const auto characters = converter(kUTF32, source->charset).run(text, source->unit, replacement);
-  return converter(target->charset, kUTF32).run(*characters, sizeof(char32_t), "?");
+  const auto read = converter(kUTF32, source->charset).run(text, source->unit, replacement);
+  std::u32string characters(read->size() / sizeof(char32_t), U'\0');
+  read->copy(reinterpret_cast<char *>(characters.data()), read->size());
+  correct_from(*source, characters);
+  prepare_for(*target, characters);
+  return converter(target->charset, kUTF32)
+      .run({reinterpret_cast<const char *>(characters.data()), characters.size() * sizeof(char32_t)},
+           sizeof(char32_t), "?");
 }
 
 }  // namespace kzv::host

@@ -73,7 +73,8 @@ void Host::misbehave_in_turn(const char *service) {
   if (!settings.misbehaviour) return;
   Misbehaviour &misbehaviour = *settings.misbehaviour;
   if (!misbehaviour.service.empty() && misbehaviour.service != service) return;
-  if (--misbehaviour.calls_left != 0) return;
+  --misbehaviour.calls_left;
+  if (misbehaviour.calls_left > 0 || (misbehaviour.calls_left < 0 && !misbehaviour.for_good)) return;
   if (misbehaviour.kind == Misbehaviour::Kind::kThrowBadAlloc) throw std::bad_alloc();
   throw HostFailure{service};
 }

@@ -17,13 +17,14 @@
 
 namespace kzv::host {
 
-// What one service does wrong, once. A service that takes something back does so first.
+// What one service does wrong. A service that takes something back does so first.
 struct Misbehaviour {
   enum class Kind : std::uint8_t { kThrowBadAlloc, kThrowOther };
 
   std::string service;  // empty: any
   Kind kind = Kind::kThrowBadAlloc;
-  int calls_left = 1;  // it happens at the call that brings this to 0
+  int calls_left = 1;     // it happens at the call that brings this to 0
+  bool for_good = false;  // and at every one behind it
 };
 
 // What a misbehaving service throws that is no std::bad_alloc. It has nothing to do with the standard

@@ -1,6 +1,6 @@
 #include "commands.h"
 
-#include <iomanip>
+#include <algorithm>
 #include <iterator>
 #include <memory>
 #include <sstream>
@@ -17,6 +17,7 @@ namespace {
 
 std::vector<Value> read_arguments(const Options &options, const Declaration &declaration,
                                   const std::vector<std::string> &words) {
+  if (std::ranges::count(words, "-") > 1) throw UsageError("standard input (-) can be read once only");
   std::vector<Value> values;
   for (std::size_t i = 0; i < declaration.parameters.size(); ++i) {
     const Parameter &parameter = declaration.parameters[i];

@@ -67,39 +67,89 @@ TEST(Functions, GoOnWithoutAnyService) {
   }
 }
 
-// Every service throws at each of its calls in turn. std::bad_alloc is caught where a result is built;
-// anything else passes. Either way all references are given back, and at most one exception of the host is
-// raised.
+// Makes one call while a service throws. Everything is given back, and at most one exception of the host is
+// raised. Tells whether the service came to throw.
+bool call_while_throwing(Plugin &plugin, const Sample &sample, const Misbehaviour &misbehaviour) {
+  plugin.host.settings.misbehaviour = misbehaviour;
+  bool passed = false;
+  std::string result;
+  try {
+    result = sample.call(plugin);
+  } catch (const std::bad_alloc &) {
+    passed = true;
+    EXPECT_EQ(misbehaviour.kind, Misbehaviour::Kind::kThrowBadAlloc);
+  } catch (const HostFailure &) {
+    passed = true;
+    EXPECT_EQ(misbehaviour.kind, Misbehaviour::Kind::kThrowOther);
+  }
+  const bool happened = plugin.host.settings.misbehaviour->calls_left <= 0;
+  plugin.host.settings.misbehaviour.reset();
+  EXPECT_EQ(plugin.host.take_raised().size(), happened && !passed ? 1U : 0U) << sample.declaration;
+  EXPECT_TRUE(happened || result == sample.expected) << sample.declaration << result;
+  EXPECT_EQ(plugin.host.ledger.report(), "") << sample.declaration << " at call " << misbehaviour.calls_left;
+  return happened;
+}
+
+// Every service throws at each of its calls in turn, once or from then on. std::bad_alloc is caught where a
+// result is built; anything else passes.
 TEST(Functions, ReleaseEverythingWhenAServiceThrows) {
   using Kind = Misbehaviour::Kind;
   for (const auto &host_version : {kVersions[1], kVersions[2], kVersions[6]}) {
-    for (const Kind kind : {Kind::kThrowBadAlloc, Kind::kThrowOther}) {
-      for (const bool copying : {false, true}) {
-        Plugin plugin(KZV_PLUGIN, version(host_version));
-        if (copying) plugin.host.settings.withheld = {"PluginGetStringData"};
-        for (const Sample &sample : samples()) {
-          for (int k = 1, happened = 1; happened != 0; ++k) {
-            plugin.host.settings.misbehaviour = {"", kind, k};
-            bool passed = false;
-            std::string result;
-            try {
-              result = sample.call(plugin);
-            } catch (const std::bad_alloc &) {
-              passed = true;
-              EXPECT_EQ(kind, Kind::kThrowBadAlloc);
-            } catch (const HostFailure &) {
-              passed = true;
-              EXPECT_EQ(kind, Kind::kThrowOther);
-            }
-            happened = plugin.host.settings.misbehaviour->calls_left <= 0 ? 1 : 0;
-            plugin.host.settings.misbehaviour.reset();
-            const std::size_t raised = plugin.host.take_raised().size();
-            EXPECT_EQ(raised, happened != 0 && !passed ? 1U : 0U) << sample.declaration << " call " << k;
-            EXPECT_TRUE(happened != 0 || result == sample.expected) << sample.declaration << result;
-            ASSERT_EQ(plugin.host.ledger.report(), "") << sample.declaration << " call " << k;
+    for (const bool copying : {false, true}) {
+      Plugin plugin(KZV_PLUGIN, version(host_version));
+      if (copying) plugin.host.settings.withheld = {"PluginGetStringData"};
+      for (const Sample &sample : samples()) {
+        for (const Kind kind : {Kind::kThrowBadAlloc, Kind::kThrowOther}) {
+          for (const bool for_good : {false, true}) {
+            int k = 1;
+            while (call_while_throwing(plugin, sample, {"", kind, k, for_good})) ++k;
+            ASSERT_FALSE(HasFailure());
           }
         }
       }
+    }
+  }
+}
+
+// The resolver itself throws at the first look-up of each service: on a fresh plugin, for found services are
+// kept.
+TEST(Functions, ReleaseEverythingWhenALookUpThrows) {
+  for (const auto &host_version : {kVersions[1], kVersions[6]}) {
+    for (const Sample &sample : samples()) {
+      for (int k = 1;; ++k) {
+        Plugin plugin(KZV_PLUGIN, version(host_version));
+        if (!call_while_throwing(plugin, sample, {"resolver", Misbehaviour::Kind::kThrowOther, k, false}))
+          break;
+      }
+    }
+  }
+}
+
+// A host's destructor calls while an exception of the host is on its way.
+struct CallWhileUnwinding {
+  Plugin &plugin;
+  const Sample &sample;
+  bool &passed;
+  ~CallWhileUnwinding() {
+    try {
+      sample.call(plugin);
+    } catch (const HostFailure &) {
+      passed = true;
+    }
+  }
+};
+
+TEST(Functions, PassAnExceptionOnWhileTheHostUnwinds) {
+  for (const auto &[host_version, service] :
+       {std::pair(kVersions[1], "REALUnlockString"), std::pair(kVersions[6], "PluginDisposeStringData")}) {
+    Plugin plugin(KZV_PLUGIN, version(host_version));
+    bool passed = false;
+    try {
+      plugin.host.settings.misbehaviour = {service, Misbehaviour::Kind::kThrowOther};
+      const CallWhileUnwinding call{plugin, samples().back(), passed};
+      throw std::runtime_error("the host's own");
+    } catch (const std::runtime_error &) {
+      EXPECT_TRUE(passed) << service;
     }
   }
 }
@@ -153,6 +203,21 @@ TEST(Text, IsTheSameInEveryEncoding) {
       EXPECT_EQ(call(plugin, row.declaration, nullptr), kNil) << row.declaration;
     }
     EXPECT_EQ(plugin.host.ledger.report(), "");
+  }
+}
+
+TEST(Text, IsConvertedOrDeliveredAsTheVersionSays) {
+  const struct {
+    double version;
+    const char *declaration;
+    bool delivered;
+  } rows[] = {{2011.5, kRemoveTags, false}, {2012.0, kRemoveTags, true}, {2012.5, kToISO, false},
+              {2013.0, kToISO, true},       {2011.5, kFromHex, false},   {2012.0, kFromHex, true}};
+  for (const auto &row : rows) {
+    Plugin plugin(KZV_PLUGIN, version(row.version));
+    plugin.call(row.declaration, new_string("41", kEncodingISO8859_1));
+    EXPECT_EQ(plugin.host.times_asked_for("PluginGetStringData"), row.delivered ? 1 : 0) << row.version;
+    EXPECT_EQ(plugin.host.times_asked_for("REALConvertString"), row.delivered ? 0 : 1) << row.version;
   }
 }
 

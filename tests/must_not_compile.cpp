@@ -1,7 +1,7 @@
 // Only row 0 compiles: in every other the declaration is wrong about the function. A test compiles each.
 #include "frame/declaration.h"
 
-#if ROW <= 7
+#if ROW != 8
 double Function(REALstringStruct *, std::int32_t, REALboolean, REALmemoryBlockStruct *);
 #else
 long double Function(REALstringStruct *, std::int32_t, REALboolean, REALmemoryBlockStruct *);
@@ -17,6 +17,12 @@ constexpr const char *kDeclarations[] = {
     "F(s as string, i as integer, b as boolean, m as memoryblock) as Double",
     "F(s as string, i, b as boolean, m as memoryblock) as double",
     "F(s as string, i as integer, b as boolean, m as memoryblock) as double",
+    "F(s as string, i as integer, b as boolean, m as memoryblock,) as double",
+    "F( as string, i as integer, b as boolean, m as memoryblock) as double",
+    "F G(s as string, i as integer, b as boolean, m as memoryblock) as double",
+    "F(s as string, i as integer = , b as boolean, m as memoryblock) as double",
+    "F(s as string, i as integer, b as boolean, m as memoryblock)x as double",
+    "F(s as string, i as integer, b as boolean, m as memoryblock) as double = 3",
 };
 
 constexpr const char *kChecked = kzv::declares<decltype(Function)>(kDeclarations[ROW]);

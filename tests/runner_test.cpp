@@ -85,6 +85,7 @@ TEST(Runner, SaysOnStandardErrorWhatIsWrongAndWhatToDo) {
       {"kzv EncodingToURLKZV -a", 2, {"unknown option -a", "--"}},
       {"kzv --json --hex EncodingToURLKZV a", 2, {"--hex", "--json"}},
       {"kzv --as", 2, {"--as"}},
+      {"kzv StrCompBytesKZV - -", 2, {"once only"}},
       {"kzv list EncodingToURLKZV", 2, {"list takes no arguments"}},
       {"kzv --plugin /no/such/file.so list", 1, {"/no/such/file.so", "No such file"}},
       {"kzv --plugin / list", 1, {"directory"}},

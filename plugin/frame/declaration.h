@@ -52,32 +52,51 @@ constexpr std::string_view trimmed(std::string_view text) {
   return text;
 }
 
-// The type in "name as type = default"; the name of a result is empty.
-constexpr DeclaredType type_named_in(std::string_view text) {
-  constexpr std::string_view kAs = " as ";
-  const std::size_t as = text.find(kAs);
-  if (as == std::string_view::npos) declaration_is_malformed();
-  const std::string_view type = trimmed(text.substr(as + kAs.size(), text.find('=') - as - kAs.size()));
-  if (type == "string") return DeclaredType::kString;
-  if (type == "memoryblock") return DeclaredType::kMemoryBlock;
-  if (type == "integer") return DeclaredType::kInteger;
-  if (type == "double") return DeclaredType::kDouble;
-  if (type == "boolean") return DeclaredType::kBoolean;
+constexpr DeclaredType type_named(std::string_view name) {
+  if (name == "string") return DeclaredType::kString;
+  if (name == "memoryblock") return DeclaredType::kMemoryBlock;
+  if (name == "integer") return DeclaredType::kInteger;
+  if (name == "double") return DeclaredType::kDouble;
+  if (name == "boolean") return DeclaredType::kBoolean;
   declaration_names_an_unknown_type();
 }
 
-// Reads "Name(name as type, name as type = default) as type".
-constexpr Signature signature_in(std::string_view declaration) {
-  const std::size_t open = declaration.find('(');
-  const std::size_t close = declaration.rfind(')');
-  if (open == std::string_view::npos || open == 0 || close == std::string_view::npos)
+constexpr void check_name(std::string_view name) {
+  if (name.empty()) declaration_is_malformed();
+  for (const char c : name) {
+    const bool fits = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';
+    if (!fits) declaration_is_malformed();
+  }
+}
+
+// Reads "name as type" or "name as type = default".
+constexpr DeclaredType type_of_parameter(std::string_view text) {
+  constexpr std::string_view kAs = " as ";
+  const std::size_t equals = text.find('=');
+  if (equals != std::string_view::npos && trimmed(text.substr(equals + 1)).empty())
     declaration_is_malformed();
-  Signature signature{.result = type_named_in(declaration.substr(close + 1))};
+  const std::string_view name_and_type = trimmed(text.substr(0, equals));
+  const std::size_t as = name_and_type.find(kAs);
+  if (as == std::string_view::npos) declaration_is_malformed();
+  check_name(name_and_type.substr(0, as));
+  return type_named(name_and_type.substr(as + kAs.size()));
+}
+
+// Reads "Name(parameter, parameter) as type".
+constexpr Signature signature_in(std::string_view declaration) {
+  constexpr std::string_view kBeforeResult = ") as ";
+  const std::size_t open = declaration.find('(');
+  const std::size_t close = declaration.rfind(kBeforeResult);
+  if (open == std::string_view::npos || close == std::string_view::npos) declaration_is_malformed();
+  check_name(declaration.substr(0, open));
+  Signature signature{.result = type_named(declaration.substr(close + kBeforeResult.size()))};
   std::string_view parameters = declaration.substr(open + 1, close - open - 1);
   while (!parameters.empty()) {
-    const std::string_view parameter = parameters.substr(0, parameters.find(','));
-    signature.add(type_named_in(parameter));
-    parameters.remove_prefix(parameter.size() == parameters.size() ? parameter.size() : parameter.size() + 1);
+    const std::size_t comma = parameters.find(',');
+    signature.add(type_of_parameter(parameters.substr(0, comma)));
+    if (comma == std::string_view::npos) break;
+    parameters.remove_prefix(comma + 1);
+    if (parameters.empty()) declaration_is_malformed();
   }
   return signature;
 }

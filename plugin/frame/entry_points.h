@@ -18,11 +18,8 @@ extern double rbversion_rbversion;
 // The host's version number, such as 2013.03; 0.0 when the host does not tell one.
 inline double rbversion() { return rbversion_rbversion; }
 
-// Address of a host service that is used once; null when the host lacks it.
-template <typename Signature>
-Signature *ResolveEntryPoint(const char *name) {
-  return gResolver == nullptr ? nullptr : reinterpret_cast<Signature *>(gResolver(name));
-}
+// Address of a host service; null when the host lacks it.
+inline void *ResolveEntryPoint(const char *name) { return gResolver == nullptr ? nullptr : gResolver(name); }
 
 template <typename Signature>
 class EntryPoint;
@@ -34,7 +31,9 @@ class EntryPoint<Result(Arguments...)> {
  public:
   using Function = Result(Arguments...);
 
-  explicit constexpr EntryPoint(const char *name) : name_(name) {}
+  using Find = void *(*)(const char *name);
+
+  explicit constexpr EntryPoint(const char *name, Find find = ResolveEntryPoint) : name_(name), find_(find) {}
 
   Function *address() {
     Function *const known = address_.load(std::memory_order_relaxed);
@@ -48,12 +47,13 @@ class EntryPoint<Result(Arguments...)> {
 
  private:
   [[gnu::cold, gnu::noinline]] Function *look_up() {
-    auto *const found = ResolveEntryPoint<Function>(name_);
+    auto *const found = reinterpret_cast<Function *>(find_(name_));
     if (found != nullptr) address_.store(found, std::memory_order_relaxed);
     return found;
   }
 
   const char *name_;
+  Find find_;
   std::atomic<Function *> address_{nullptr};
 };
 
@@ -67,13 +67,30 @@ inline bool REALinRuntime() {
   return IsTrue(pInRuntime());
 }
 
+// The services that take something back. Whatever is to be given back later has its service looked up before
+// it is taken: a look-up that fails with an exception afterwards would leave nobody to give it back.
+inline EntryPoint<void(REALstringData *)> &DisposeStringDataService() {
+  static constinit EntryPoint<void(REALstringData *)> pDisposeStringData("PluginDisposeStringData");
+  return pDisposeStringData;
+}
+inline EntryPoint<void(REALstringStruct *)> &UnlockStringService() {
+  static constinit EntryPoint<void(REALstringStruct *)> pUnlockString("REALUnlockString");
+  return pUnlockString;
+}
+inline EntryPoint<void(REALobjectStruct *)> &UnlockObjectService() {
+  static constinit EntryPoint<void(REALobjectStruct *)> pUnlockObject("REALUnlockObject");
+  return pUnlockObject;
+}
+
 // What "PluginGetStringData" put in the record goes back to the host; false when the host takes nothing back.
 inline bool REALDisposeStringData(REALstringData *data) {
-  static constinit EntryPoint<void(REALstringData *)> pDisposeStringData("PluginDisposeStringData");
-  auto *const dispose = pDisposeStringData.address();
+  auto *const dispose = DisposeStringDataService().address();
   if (dispose != nullptr) dispose(data);
   return dispose != nullptr;
 }
+
+inline void REALUnlockString(REALstringStruct *s) { UnlockStringService()(s); }
+inline void REALUnlockObject(REALobjectStruct *object) { UnlockObjectService()(object); }
 
 inline REALencoding REALGetStringEncoding(REALstringStruct *s) {
   static constinit EntryPoint<REALencoding(REALstringStruct *)> pGetStringEncoding("REALGetStringEncoding");
@@ -84,6 +101,7 @@ inline REALencoding REALGetStringEncoding(REALstringStruct *s) {
 inline REALstringStruct *REALConvertString(REALstringStruct *s, REALencoding encoding) {
   static constinit EntryPoint<REALstringStruct *(REALstringStruct *, REALencoding)> pConvertString(
       "REALConvertString");
+  UnlockStringService().address();
   return pConvertString(s, encoding);
 }
 
@@ -97,6 +115,7 @@ inline void REALSetStringEncoding(REALstringStruct *s, REALencoding encoding) {
 // A new string with a copy of the bytes, owned by the caller; null on failure.
 inline REALstringStruct *originalREALBuildString(const void *bytes, std::int32_t length) {
   static constinit EntryPoint<REALstringStruct *(const void *, std::int32_t)> pBuildString("REALBuildString");
+  UnlockStringService().address();
   return pBuildString(bytes, length);
 }
 
@@ -104,32 +123,25 @@ inline REALstringStruct *originalREALBuildString(const void *bytes, std::int32_t
 // nothing was taken.
 inline bool REALLockString(REALstringStruct *s) {
   static constinit EntryPoint<void(REALstringStruct *)> pLockString("REALLockString");
+  UnlockStringService().address();
   auto *const lock = pLockString.address();
   if (lock != nullptr) lock(s);
   return lock != nullptr;
 }
 
-inline void REALUnlockString(REALstringStruct *s) {
-  static constinit EntryPoint<void(REALstringStruct *)> pUnlockString("REALUnlockString");
-  pUnlockString(s);
-}
-
 // As REALLockString, for objects and memory blocks.
 inline bool REALLockObject(REALobjectStruct *object) {
   static constinit EntryPoint<void(REALobjectStruct *)> pLockObject("REALLockObject");
+  UnlockObjectService().address();
   auto *const lock = pLockObject.address();
   if (lock != nullptr) lock(object);
   return lock != nullptr;
 }
 
-inline void REALUnlockObject(REALobjectStruct *object) {
-  static constinit EntryPoint<void(REALobjectStruct *)> pUnlockObject("REALUnlockObject");
-  pUnlockObject(object);
-}
-
 // A new instance of a host class, owned by the caller; null when there is no such class.
 inline REALobjectStruct *REALnewInstance(const char *class_name) {
   static constinit EntryPoint<REALobjectStruct *(const char *)> pNewInstance("PluginNewInstance");
+  UnlockObjectService().address();
   return pNewInstance(class_name);
 }
 
@@ -153,6 +165,7 @@ inline void REALRaiseException(REALobjectStruct *exception) {
 
 inline REALmemoryBlockStruct *REALNewMemoryBlockOriginal(std::int32_t byte_count) {
   static constinit EntryPoint<REALmemoryBlockStruct *(std::int32_t)> pNewMemoryBlock("newMemoryBlock");
+  UnlockObjectService().address();
   return pNewMemoryBlock(byte_count);
 }
 

@@ -9,13 +9,15 @@
 namespace kzv {
 
 // Runs `give_back` at the end of a scope. What the host throws then goes on to the caller of the registered
-// function, except when another exception is already on its way there: a second one would end the process.
+// function, except when an exception is already leaving the scope: a second one would end the process. That
+// is so when there are more than `exceptions_before`, when the scope began; a host may call while it is
+// itself unwinding.
 template <typename Action>
-void GiveBack(Action give_back) {
+void GiveBack(int exceptions_before, Action give_back) {
   try {
     give_back();
   } catch (...) {
-    if (std::uncaught_exceptions() == 0) throw;
+    if (std::uncaught_exceptions() <= exceptions_before) throw;
   }
 }
 
@@ -24,7 +26,7 @@ template <typename Object, void (*Unlock)(Object *)>
 class HostReference {
  public:
   HostReference() = default;
-  explicit HostReference(Object *owned) : object_(owned) {}
+  explicit HostReference(Object *owned) { reset(owned); }
   HostReference(const HostReference &) = delete;
   HostReference &operator=(const HostReference &) = delete;
   ~HostReference() noexcept(false) { reset(); }
@@ -35,7 +37,9 @@ class HostReference {
   // Gives back what it owns, then owns `owned`.
   void reset(Object *owned = nullptr) {
     Object *const old = std::exchange(object_, owned);
-    if (old != nullptr) GiveBack([old] { Unlock(old); });
+    const int before = exceptions_before_;
+    if (owned != nullptr) exceptions_before_ = std::uncaught_exceptions();
+    if (old != nullptr) GiveBack(before, [old] { Unlock(old); });
   }
 
   // Ownership passes to the caller.
@@ -43,6 +47,7 @@ class HostReference {
 
  private:
   Object *object_ = nullptr;
+  int exceptions_before_ = 0;
 };
 
 using HostString = HostReference<REALstringStruct, REALUnlockString>;

@@ -18,8 +18,9 @@ std::int32_t InterfaceVersion(double host_version) {
 }
 
 void TellVersions() {
-  auto *const register_version = ResolveEntryPoint<void(std::int32_t)>("RegisterPluginVersion");
-  auto *const host_version = ResolveEntryPoint<double()>("REALGetRBVersion");
+  auto *const register_version =
+      reinterpret_cast<void (*)(std::int32_t)>(ResolveEntryPoint("RegisterPluginVersion"));
+  auto *const host_version = reinterpret_cast<double (*)()>(ResolveEntryPoint("REALGetRBVersion"));
   if (host_version != nullptr) rbversion_rbversion = host_version();
   if (register_version != nullptr) register_version(InterfaceVersion(rbversion()));
 }

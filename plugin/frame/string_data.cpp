@@ -16,16 +16,10 @@ void *REALLoadFrameworkMethod(const char *declaration) {
   return pLoadGlobalMethod(nullptr, declaration);
 }
 
-// The host language's LenB. It is a method of the host's framework rather than an entry point, so it is found
-// through "REALLoadGlobalMethod", but kept in the same way.
+// The host language's LenB: a method of the host's framework rather than an entry point, but kept like one.
 StringLength *LenB() {
-  static constinit std::atomic<StringLength *> pLenB{nullptr};
-  StringLength *length = pLenB.load(std::memory_order_relaxed);
-  if (length == nullptr) {
-    length = reinterpret_cast<StringLength *>(REALLoadFrameworkMethod("LenB( s as string ) as integer"));
-    if (length != nullptr) pLenB.store(length, std::memory_order_relaxed);
-  }
-  return length;
+  static constinit EntryPoint<StringLength> pLenB("LenB( s as string ) as integer", REALLoadFrameworkMethod);
+  return pLenB.address();
 }
 
 // The two services that the copying road needs.
@@ -80,6 +74,7 @@ StringDataOwner REALGetStringData(REALstringStruct *s, REALencoding encoding, RE
   using GetStringData = REALboolean(REALstringStruct *, REALencoding, REALstringData *);
   static constinit EntryPoint<GetStringData> pGetStringData("PluginGetStringData");
   if (auto *const get_string_data = pGetStringData.address()) {
+    DisposeStringDataService().address();
     const bool filled = IsTrue(get_string_data(s, encoding, &record));
     return filled ? StringDataOwner::kHost : StringDataOwner::kNobody;
   }
@@ -93,7 +88,7 @@ ByteView BytesOf(const REALstringData &record) {
 
 StringData::~StringData() noexcept(false) {
   if (owner_ != StringDataOwner::kNobody) {
-    GiveBack([this] { ReleaseStringData(owner_, record_); });
+    GiveBack(exceptions_before_, [this] { ReleaseStringData(owner_, record_); });
   }
 }
 

@@ -1,6 +1,8 @@
 // A string's bytes in a wanted encoding: asked of newer hosts, copied out of older ones.
 #pragma once
 
+#include <exception>
+
 #include "bytes.h"
 #include "frame/entry_points.h"
 
@@ -27,6 +29,7 @@ class StringData {
 
   // Takes the bytes of `s`, once in the life of the object; false when they are not to be had.
   bool take(REALstringStruct *s, REALencoding encoding) {
+    exceptions_before_ = std::uncaught_exceptions();
     owner_ = REALGetStringData(s, encoding, record_);
     return owner_ != StringDataOwner::kNobody;
   }
@@ -35,6 +38,7 @@ class StringData {
  private:
   REALstringData record_{};
   StringDataOwner owner_ = StringDataOwner::kNobody;
+  int exceptions_before_ = 0;
 };
 
 }  // namespace kzv

@@ -43,36 +43,53 @@ consteval std::array<std::int16_t, 256> make_unescaped() {
 }
 constexpr std::array<std::int16_t, 256> kUnescaped = make_unescaped();
 
-enum class Kind : std::uint8_t { kWord, kDelimiter, kQuote };
-
-consteval std::array<Kind, 256> make_kinds() {
-  std::array<Kind, 256> table{};
-  for (std::size_t byte = 0; byte < table.size(); ++byte) {
-    if (byte <= 0x20 || byte >= 0x80) table[byte] = Kind::kDelimiter;
-  }
-  table['('] = table[')'] = table[','] = table[';'] = Kind::kDelimiter;
-  table['\''] = table['"'] = Kind::kQuote;
-  return table;
+constexpr bool is_delimiter(std::uint8_t byte) {
+  return byte <= 0x20 || byte >= 0x80 || byte == '(' || byte == ')' || byte == ',' || byte == ';';
 }
-constexpr std::array<Kind, 256> kKinds = make_kinds();
 
-// Whether `text` begins with `word`, in letters of either case, and a delimiter or its end behind them.
-bool begins_with_word(ByteView text, std::string_view word) {
-  if (text.size() < word.size()) return false;
-  const bool same = std::equal(word.begin(), word.end(), text.begin(), [](char letter, std::uint8_t byte) {
-    return static_cast<std::uint8_t>(letter) == (byte | 0x20);  // the bit that lower case adds
+constexpr bool is_quote(std::uint8_t byte) { return byte == '"' || byte == '\''; }
+
+// The letter that `byte` is in lower case. Other bytes become others that are no letters.
+constexpr std::uint8_t lower(std::uint8_t byte) { return byte | 0x20; }
+
+// Whether `bytes` begin with four letters in either case. Without branches, as all of `is_stop`, so that many
+// places are looked at together.
+constexpr bool begins_with(const std::uint8_t *bytes, const char (&letters)[5]) {
+  unsigned differing = 0;
+  for (std::size_t i = 0; i < 4; ++i) differing |= lower(bytes[i]) ^ static_cast<unsigned>(letters[i]);
+  return differing == 0;
+}
+
+// Whether the scan stops at `bytes`: at a quote or at the first four letters of a keyword.
+constexpr unsigned is_stop(const std::uint8_t *bytes) {
+  return static_cast<unsigned>(bytes[0] == '"') | static_cast<unsigned>(bytes[0] == '\'') |
+         static_cast<unsigned>(begins_with(bytes, "true")) |
+         static_cast<unsigned>(begins_with(bytes, "fals"));
+}
+
+// Where the first quote or the first four letters of a keyword stand from `at` on, or the end. Whether the
+// letters begin a word is for the caller to find out.
+std::size_t next_stop(ByteView sql, std::size_t at) {
+  constexpr std::size_t kBlock = 32;
+  constexpr std::size_t kAhead = 3;  // bytes behind a place that are looked at
+  for (; sql.size() - at >= kBlock + kAhead; at += kBlock) {
+    const std::uint8_t *const block = sql.data() + at;
+    unsigned stops = 0;
+    for (std::size_t i = 0; i < kBlock; ++i) stops |= is_stop(block + i);
+    if (stops != 0) break;
+  }
+  while (at < sql.size() && (sql.size() - at > kAhead ? is_stop(&sql[at]) == 0 : !is_quote(sql[at]))) ++at;
+  return at;
+}
+
+// Whether the word at `at` is `word`, in letters of either case, between delimiters or the ends of the text.
+bool is_word(ByteView sql, std::size_t at, std::string_view word) {
+  const ByteView rest = sql.subspan(at);
+  if (rest.size() < word.size() || (at > 0 && !is_delimiter(sql[at - 1]))) return false;
+  const bool same = std::equal(word.begin(), word.end(), rest.begin(), [](char letter, std::uint8_t byte) {
+    return static_cast<std::uint8_t>(letter) == lower(byte);
   });
-  return same && (text.size() == word.size() || kKinds[text[word.size()]] == Kind::kDelimiter);
-}
-
-// The place behind the next delimiter outside quotes, where a word can begin; the end if there is none.
-std::size_t next_word(ByteView sql, std::size_t at) {
-  for (; at < sql.size(); ++at) {
-    const Kind kind = kKinds[sql[at]];
-    if (kind == Kind::kDelimiter) return at + 1;
-    if (kind == Kind::kQuote) at = find(sql[at], sql, at + 1);
-  }
-  return sql.size();
+  return same && (rest.size() == word.size() || is_delimiter(rest[word.size()]));
 }
 
 }  // namespace
@@ -100,14 +117,22 @@ std::size_t replace_booleans(ByteView sql, ByteBuffer output) {
   assert(output.size() >= sql.size());
   std::uint8_t *next = output.data();
   std::size_t copied = 0;  // what stands before is in the output already
-  for (std::size_t at = 0; at < sql.size(); at = next_word(sql, at)) {
-    const ByteView rest = sql.subspan(at);
-    const bool is_true = begins_with_word(rest, "true");
-    if (!is_true && !begins_with_word(rest, "false")) continue;
+  const auto replace = [&](std::size_t at, std::size_t length, std::uint8_t digit) {
     next = append(sql.subspan(copied, at - copied), next);
-    *next++ = is_true ? '1' : '0';
-    at += is_true ? 4 : 5;
-    copied = at;
+    *next++ = digit;
+    copied = at + length;
+    return copied;
+  };
+  for (std::size_t at = next_stop(sql, 0); at < sql.size(); at = next_stop(sql, at)) {
+    if (is_quote(sql[at])) {
+      at = std::min(find(sql[at], sql, at + 1) + 1, sql.size());
+    } else if (is_word(sql, at, "true")) {
+      at = replace(at, 4, '1');
+    } else if (is_word(sql, at, "false")) {
+      at = replace(at, 5, '0');
+    } else {
+      ++at;
+    }
   }
   next = append(sql.subspan(copied), next);
   return static_cast<std::size_t>(next - output.data());
