@@ -158,7 +158,7 @@ std::optional<std::string> convert(std::string_view text, REALencoding from, REA
   const Encoding *const source = find_encoding(from);
   const Encoding *const target = find_encoding(to);
   if (source == nullptr || target == nullptr) return std::nullopt;
-  if (source->charset == nullptr || target->charset == nullptr) return std::string(text);
+  if (from == to || source->charset == nullptr || target->charset == nullptr) return std::string(text);
   // Most text needs neither corrections nor substitutes.
   if (is_unicode(*target) && source->number != kEncodingMacRoman) {
     auto straight = converter(target->charset, source->charset).run(text, source->unit, std::nullopt);

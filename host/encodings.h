@@ -25,8 +25,8 @@ const Encoding *find_encoding(REALencoding number);
 const Encoding *find_encoding(std::string_view name);  // only its letters and digits count
 
 // Converts text. What is malformed becomes U+FFFD, unit by unit; a character that `to` cannot hold becomes
-// "?"; a byte-order mark is a character like any other. Bytes without an encoding pass as they stand, in both
-// directions. Nothing when either encoding is unknown.
+// "?"; a byte-order mark is a character like any other. What is in `to` already stays as it is. Bytes without
+// an encoding pass as they stand, in both directions. Nothing when either encoding is unknown.
 std::optional<std::string> convert(std::string_view text, REALencoding from, REALencoding to);
 
 }  // namespace kzv::host

@@ -31,7 +31,8 @@ class StringData {
   bool take(REALstringStruct *s, REALencoding encoding) {
     exceptions_before_ = std::uncaught_exceptions();
     owner_ = REALGetStringData(s, encoding, record_);
-    return owner_ != StringDataOwner::kNobody;
+    const bool announced_without_bytes = record_.data == nullptr && record_.length > 0;
+    return owner_ != StringDataOwner::kNobody && !announced_without_bytes;
   }
   ByteView bytes() const { return BytesOf(record_); }
 
