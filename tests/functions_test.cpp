@@ -151,7 +151,7 @@ TEST(Functions, PassAnExceptionOnWhileTheHostUnwinds) {
     bool passed = false;
     try {
       plugin.host.settings.misbehaviour = {service, Misbehaviour::Kind::kThrowOther};
-      const CallWhileUnwinding call{plugin, samples().back(), passed};
+      [[maybe_unused]] const CallWhileUnwinding call{plugin, samples().back(), passed};
       throw std::runtime_error("the host's own");
     } catch (const std::runtime_error &) {
       EXPECT_TRUE(passed) << service;
