@@ -1,8 +1,5 @@
 # A target that analyses every source with clang-tidy, and again only those that changed.
-find_program(KZV_CLANG_TIDY clang-tidy)
-if(NOT KZV_CLANG_TIDY)
-  return()
-endif()
+find_program(KZV_CLANG_TIDY clang-tidy REQUIRED)
 
 set(folders plugin host runner tests)
 set(sources)
