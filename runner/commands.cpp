@@ -39,11 +39,11 @@ std::vector<std::string> words_of(std::string_view command) {
   return result;
 }
 
-void show_live(const Example &example, RunWords run, const Output &output) {
+void show_live(const Example &example, const Options &options, RunWords run, const Output &output) {
   std::vector<std::string> words = words_of(example.command);
   words.erase(words.begin());  // the runner's own name
   std::ostringstream result;
-  run(words, {result, output.err});
+  run(words, options, {result, output.err});
   output.out << "  $ " << example.command << "\n  " << result.str() << '\n';
 }
 
@@ -107,7 +107,7 @@ int tour(const Options &options, RunWords run, const Output &output) {
   for (const Group &group : reference()) {
     output.out << '\n' << group.title << '\n';
     for (const Section &section : group.sections) {
-      if (!section.examples.empty()) show_live(section.examples.front(), run, output);
+      if (!section.examples.empty()) show_live(section.examples.front(), options, run, output);
     }
   }
   output.out << "\nkzv list tells what each does, kzv help NAME all about one.\n";

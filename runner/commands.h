@@ -23,7 +23,7 @@ struct Options {
   REALencoding label = kEncodingUTF8;
   Format format = Format::kBytes;
   bool newline_at_end = false;  // behind a result in bytes
-  std::optional<double> host_version;
+  std::optional<double> host_version = 2013.03;
 };
 
 struct Output {
@@ -35,8 +35,9 @@ int call_function(const Options &options, const std::vector<std::string> &words,
 int list_functions(const Options &options, const Output &output);
 int help_on(const std::vector<std::string> &names, const Output &output);
 
-// Runs `command` for the tour: the words of an example, as the shell would cut them.
-using RunWords = int (*)(const std::vector<std::string> &words, const Output &output);
+// Runs a command line for the tour: the words of an example, with the tour's own options where it names none.
+using RunWords = int (*)(const std::vector<std::string> &words, const Options &defaults,
+                         const Output &output);
 int tour(const Options &options, RunWords run, const Output &output);
 
 }  // namespace kzv::runner

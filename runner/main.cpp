@@ -69,7 +69,7 @@ std::filesystem::path plugin_beside_the_runner() {
   return std::filesystem::read_symlink("/proc/self/exe").parent_path() / "kzvstrings.so";
 }
 
-int run_words(const std::vector<std::string> &words, const Output &output);
+int run_words(const std::vector<std::string> &words, const Options &defaults, const Output &output);
 
 int dispatch(const Options &options, const std::vector<std::string> &words, const Output &output) {
   const std::string &command = words.front();
@@ -82,16 +82,18 @@ int dispatch(const Options &options, const std::vector<std::string> &words, cons
 }
 
 // The command line without the runner's own name.
-int parse_and_run(const std::vector<std::string> &all, const Output &output) {
+int parse_and_run(const std::vector<std::string> &all, const Options &defaults, const Output &output) {
   CLI::App app("kzv: calls the functions of the kzvstrings plugin from the command line, as a host would.",
                "kzv");
   app.formatter(std::make_shared<UsageFormatter>());
   app.allow_extras();
-  std::string plugin = plugin_beside_the_runner().string();
-  std::string label = "UTF-8";
-  std::string host_version = "2013.03";
-  app.add_option("--plugin", plugin, "the plugin file (default: kzvstrings.so beside kzv)")
-      ->type_name("FILE");
+  Options options = defaults;
+  std::string plugin;
+  std::string label;
+  std::string host_version;
+  const auto *const plugin_option =
+      app.add_option("--plugin", plugin, "the plugin file (default: kzvstrings.so beside kzv)")
+          ->type_name("FILE");
   app.add_option(
          "--as", label,
          "encoding that text arguments get (default UTF-8): typed text is converted to it, bytes from "
@@ -102,8 +104,9 @@ int parse_and_run(const std::vector<std::string> &all, const Output &output) {
   auto *const hex_flag = app.add_flag("--hex", hex, "show the result's bytes as hex digits");
   app.add_flag("--json", json, "show type, encoding, length, text, hex and exception as JSON")
       ->excludes(hex_flag);
-  app.add_option("--host-version", host_version, "version that the host tells, or none (default 2013.03)")
-      ->type_name("VERSION");
+  const auto *const version_option =
+      app.add_option("--host-version", host_version, "version that the host tells, or none (default 2013.03)")
+          ->type_name("VERSION");
 
   CommandLine line = split_at_dashes(all);
   std::ranges::reverse(line.before);  // as CLI11 takes a vector
@@ -122,19 +125,20 @@ int parse_and_run(const std::vector<std::string> &all, const Output &output) {
     return kDone;
   }
 
-  Options options{
-      .plugin = plugin, .label = read_label(label), .host_version = read_host_version(host_version)};
+  if (*plugin_option) options.plugin = plugin;
+  if (*label_option) options.label = read_label(label);
+  if (*version_option) options.host_version = read_host_version(host_version);
   if (hex) options.format = Format::kHex;
   if (json) options.format = Format::kJson;
   options.newline_at_end = &output.out == &std::cout && isatty(STDOUT_FILENO) != 0;
   return dispatch(options, words, output);
 }
 
-int run_words(const std::vector<std::string> &words, const Output &output) {
+int run_words(const std::vector<std::string> &words, const Options &defaults, const Output &output) {
   try {
-    return parse_and_run(words, output);
+    return parse_and_run(words, defaults, output);
   } catch (const CLI::CallForHelp &) {
-    return parse_and_run({}, output);
+    return parse_and_run({}, defaults, output);
   } catch (const CLI::ParseError &error) {
     output.err << "kzv: " << error.what() << "; kzv --help shows the options\n";
     return kWrongUse;
@@ -152,7 +156,8 @@ int run_words(const std::vector<std::string> &words, const Output &output) {
 
 int main(int count, char **words) try {
   const kzv::runner::Output output{std::cout, std::cerr};
-  const int code = kzv::runner::run_words({std::next(words), std::next(words, count)}, output);
+  const kzv::runner::Options defaults{.plugin = kzv::runner::plugin_beside_the_runner()};
+  const int code = kzv::runner::run_words({std::next(words), std::next(words, count)}, defaults, output);
   if (std::cout.flush()) return code;
   std::cerr << "kzv: cannot write the result to standard output\n";
   return kzv::runner::kFailed;

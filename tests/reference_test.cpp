@@ -61,6 +61,8 @@ TEST(Reference, IsWhatHelpListAndTourShow) {
   const Outcome tour = shell(path + "kzv tour");
   EXPECT_EQ(tour.exit_code, 0) << tour.err;
   EXPECT_EQ(tour.err, "");
+  EXPECT_NE(shell(path + "kzv --host-version none tour").out.find("told interface version 9"),
+            std::string::npos);
   for (const Section &section : all_sections()) {
     EXPECT_EQ(shell(path + "kzv help " + std::string(section.name)).out, section.text);
     EXPECT_NE(list.out.find(section.sentence), std::string::npos) << section.name;
