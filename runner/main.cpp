@@ -94,11 +94,12 @@ int parse_and_run(const std::vector<std::string> &all, const Options &defaults, 
   const auto *const plugin_option =
       app.add_option("--plugin", plugin, "the plugin file (default: kzvstrings.so beside kzv)")
           ->type_name("FILE");
-  app.add_option(
-         "--as", label,
-         "encoding that text arguments get (default UTF-8): typed text is converted to it, bytes from "
-         "file:, - and hex: get its label; \"bytes\" for none")
-      ->type_name("ENCODING");
+  const auto *const label_option =
+      app.add_option(
+             "--as", label,
+             "encoding that text arguments get (default UTF-8): typed text is converted to it, bytes from "
+             "file:, - and hex: get its label; \"bytes\" for none")
+          ->type_name("ENCODING");
   bool hex = false;
   bool json = false;
   auto *const hex_flag = app.add_flag("--hex", hex, "show the result's bytes as hex digits");
