@@ -52,19 +52,20 @@ constexpr bool is_quote(std::uint8_t byte) { return byte == '"' || byte == '\'';
 // The letter that `byte` is in lower case. Other bytes become others that are no letters.
 constexpr std::uint8_t lower(std::uint8_t byte) { return byte | 0x20; }
 
-// Whether `bytes` begin with four letters in either case. Without branches, as all of `is_stop`, so that many
-// places are looked at together.
-constexpr bool begins_with(const std::uint8_t *bytes, const char (&letters)[5]) {
-  unsigned differing = 0;
-  for (std::size_t i = 0; i < 4; ++i) differing |= lower(bytes[i]) ^ static_cast<unsigned>(letters[i]);
-  return differing == 0;
+// 1 if `bytes` begin with four letters in either case, else 0. Without branches and all in bytes, as
+// `is_stop`, so that many places are looked at together.
+constexpr std::uint8_t begins_with(const std::uint8_t *bytes, const char (&letters)[5]) {
+  std::uint8_t differing = 0;
+  for (std::size_t i = 0; i < 4; ++i) {
+    differing |= static_cast<std::uint8_t>(lower(bytes[i]) ^ static_cast<std::uint8_t>(letters[i]));
+  }
+  return differing == 0 ? 1 : 0;
 }
 
-// Whether the scan stops at `bytes`: at a quote or at the first four letters of a keyword.
-constexpr unsigned is_stop(const std::uint8_t *bytes) {
-  return static_cast<unsigned>(bytes[0] == '"') | static_cast<unsigned>(bytes[0] == '\'') |
-         static_cast<unsigned>(begins_with(bytes, "true")) |
-         static_cast<unsigned>(begins_with(bytes, "fals"));
+// 1 if the scan stops at `bytes`: at a quote or at the first four letters of a keyword.
+constexpr std::uint8_t is_stop(const std::uint8_t *bytes) {
+  const std::uint8_t quote = is_quote(bytes[0]) ? 1 : 0;
+  return static_cast<std::uint8_t>(quote | begins_with(bytes, "true") | begins_with(bytes, "fals"));
 }
 
 // Where the first quote or the first four letters of a keyword stand from `at` on, or the end. Whether the
@@ -74,7 +75,7 @@ std::size_t next_stop(ByteView sql, std::size_t at) {
   constexpr std::size_t kAhead = 3;  // bytes behind a place that are looked at
   for (; sql.size() - at >= kBlock + kAhead; at += kBlock) {
     const std::uint8_t *const block = sql.data() + at;
-    unsigned stops = 0;
+    std::uint8_t stops = 0;
     for (std::size_t i = 0; i < kBlock; ++i) stops |= is_stop(block + i);
     if (stops != 0) break;
   }
