@@ -5,6 +5,7 @@
 #include <dlfcn.h>
 #include <elf.h>
 #include <fstream>
+#include <link.h>
 #include <string>
 #include <unistd.h>
 
@@ -52,6 +53,18 @@ void check_architecture(const fs::path &path) {
   }
 }
 
+// The dynamic linker would crash on a file that ends too early. The table of sections stands at the end of a
+// file.
+void check_complete(const fs::path &path) {
+  ElfW(Ehdr) header{};
+  std::ifstream stream(path, std::ios::binary);
+  stream.read(reinterpret_cast<char *>(&header), sizeof header);
+  const std::uint64_t end = header.e_shoff + std::uint64_t{header.e_shnum} * header.e_shentsize;
+  if (!stream || fs::file_size(path) < end) {
+    throw LoadError("cannot load " + path.string() + ": the file is cut short; copy it again");
+  }
+}
+
 void *open_library(const fs::path &path) {
   // A bare name would be searched for in the system's folders.
   return dlopen(fs::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -88,6 +101,7 @@ std::string architecture_of_this_process() { return architecture_of("/proc/self/
 PluginFile::PluginFile(const fs::path &path, Instance instance) : path_(path) {
   check_readable(path);
   check_architecture(path);
+  check_complete(path);
   handle_.reset(instance == Instance::kOwn ? open_copy(path) : open_library(path));
   if (handle_ == nullptr) throw LoadError("cannot load " + path.string() + ": " + last_dl_error());
   main_ = reinterpret_cast<Main>(dlsym(handle_.get(), kEntryName));

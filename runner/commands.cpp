@@ -83,6 +83,7 @@ int list_functions(const Options &options, const Output &output) {
 }
 
 int help_on(const std::vector<std::string> &names, const Output &output) {
+  std::string sections;
   for (const std::string &name : names) {
     const Section *const section = find_section(name);
     if (section == nullptr) {
@@ -92,8 +93,9 @@ int help_on(const std::vector<std::string> &names, const Output &output) {
       }
       throw no_such_function(name, std::move(known));
     }
-    output.out << section->text;
+    sections += section->text;
   }
+  output.out << sections;
   return kDone;
 }
 

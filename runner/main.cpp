@@ -28,7 +28,9 @@ An ARG for a string or a memory block is text as typed, file:PATH, - for standar
 none, or text:... for text that looks like one of these. Integers are decimal or 0x2A, doubles as usual,
 booleans true or false. "--" ends the options: put it before an argument that begins with "-".
 
-Standard output receives the bytes of the result and nothing else.
+Standard output receives the bytes of the result and nothing else; a nil result has none. The exit code is 0,
+1 when the function raised an exception or the plugin cannot be loaded, or 2 for wrong use. Encodings are UTF-8,
+UTF-16, UTF-32, ASCII, ISO-8859-1, Windows-1252, MacRoman and bytes.
 )";
   }
 };
@@ -146,6 +148,9 @@ int run_words(const std::vector<std::string> &words, const Options &defaults, co
   } catch (const UsageError &error) {
     output.err << "kzv: " << error.what() << '\n';
     return kWrongUse;
+  } catch (const std::bad_alloc &) {
+    output.err << "kzv: there is not enough memory for the arguments and the result\n";
+    return kFailed;
   } catch (const std::exception &error) {
     output.err << "kzv: " << error.what() << '\n';
     return kFailed;

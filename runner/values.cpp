@@ -27,6 +27,7 @@ std::string read_all(const Parameter &parameter, const std::string &word, std::F
   std::array<char, 65536> chunk{};
   for (std::size_t read = 0; (read = std::fread(chunk.data(), 1, chunk.size(), file)) > 0;) {
     bytes.append(chunk.data(), read);
+    if (bytes.size() > kMaxByteCount) refuse(parameter, word, "is longer than 2147483647 bytes");
   }
   if (std::ferror(file) != 0)
     refuse(parameter, word, "cannot be read: " + std::generic_category().message(errno));

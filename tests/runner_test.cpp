@@ -65,7 +65,7 @@ TEST(Runner, SaysOnStandardErrorWhatIsWrongAndWhatToDo) {
   } rows[] = {
       {"kzv EncodingToURL x", 2, {"there is no function EncodingToURL\n", "did you mean EncodingToURLKZV?"}},
       {"kzv DecodngFromURLKZV x", 2, {"did you mean DecodingFromURLKZV?"}},
-      {"kzv help EncodingToURL", 2, {"there is no function EncodingToURL\n", "EncodingToURLKZV?"}},
+      {"kzv help StrKZV EncodingToURL", 2, {"there is no function EncodingToURL\n", "EncodingToURLKZV?"}},
       {"kzv EncodingToURLKZV",
        2,
        {"0 arguments", "EncodingToURLKZV(s as string, options as integer) as string"}},
@@ -88,6 +88,10 @@ TEST(Runner, SaysOnStandardErrorWhatIsWrongAndWhatToDo) {
       {"kzv StrCompBytesKZV - -", 2, {"once only"}},
       {"kzv list EncodingToURLKZV", 2, {"list takes no arguments"}},
       {"kzv --plugin /no/such/file.so list", 1, {"/no/such/file.so", "No such file"}},
+      {"head -c 9000 " KZV_FOLDER "/kzvstrings.so >" KZV_FOLDER "/cut.so; kzv --plugin " KZV_FOLDER
+       "/cut.so list",
+       1,
+       {"cut short"}},
       {"kzv --plugin / list", 1, {"directory"}},
       {"kzv --plugin /etc/passwd list", 1, {"/etc/passwd", "no ELF file"}},
       {"kzv --plugin \"$(ldd " KZV_FOLDER "/kzv | awk '/libstdc/ { print $3 }')\" list",
