@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "ascii.h"
 #include "entities.h"
 
 namespace kzv::html {
@@ -154,13 +155,7 @@ Progress encode(UnitView text, bool keep_ascii, ByteBuffer output) {
 }
 
 bool is_html_ready(ByteView bytes) {
-  for (; bytes.size() >= kBlock; bytes = bytes.subspan(kBlock)) {
-    std::uint8_t special = 0;
-    for (std::size_t i = 0; i < kBlock; ++i)
-      special |= is_ready(bytes[i]) ? std::uint8_t{0} : std::uint8_t{1};
-    if (special != 0) return false;
-  }
-  return std::ranges::all_of(bytes, is_ready);
+  return none_of_bytes(bytes, [](std::uint8_t byte) { return !is_ready(byte); });
 }
 
 Reference next_reference(UnitView text) {

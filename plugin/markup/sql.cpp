@@ -6,16 +6,10 @@
 #include <cstring>
 #include <string_view>
 
+#include "find_byte.h"
+
 namespace kzv::sql {
 namespace {
-
-// Where `wanted` first stands in `text` from `at` on, or the end of the text.
-std::size_t find(std::uint8_t wanted, ByteView text, std::size_t at) {
-  if (at >= text.size()) return text.size();
-  const void *const found = std::memchr(text.data() + at, wanted, text.size() - at);
-  if (found == nullptr) return text.size();
-  return static_cast<std::size_t>(static_cast<const std::uint8_t *>(found) - text.data());
-}
 
 std::uint8_t *append(ByteView run, std::uint8_t *next) {
   if (!run.empty()) std::memcpy(next, run.data(), run.size());
@@ -99,7 +93,7 @@ std::size_t decode_mysql(ByteView input, ByteBuffer output) {
   assert(output.size() >= input.size());
   std::uint8_t *next = output.data();
   for (std::size_t at = 0; at < input.size();) {
-    const std::size_t backslash = find('\\', input, at);
+    const std::size_t backslash = find_byte(input, '\\', at);
     next = append(input.subspan(at, backslash - at), next);
     // At the end of the text there is only one byte left, or none.
     const ByteView pair = input.subspan(backslash, std::min<std::size_t>(2, input.size() - backslash));
@@ -126,7 +120,7 @@ std::size_t replace_booleans(ByteView sql, ByteBuffer output) {
   };
   for (std::size_t at = next_stop(sql, 0); at < sql.size(); at = next_stop(sql, at)) {
     if (is_quote(sql[at])) {
-      at = std::min(find(sql[at], sql, at + 1) + 1, sql.size());
+      at = std::min(find_byte(sql, sql[at], at + 1) + 1, sql.size());
     } else if (is_word(sql, at, "true")) {
       at = replace(at, 4, '1');
     } else if (is_word(sql, at, "false")) {

@@ -1,14 +1,12 @@
 #include "tags.h"
 
-#include <cstring>
+#include "find_byte.h"
 
 namespace kzv::tags {
 namespace {
 
-const std::uint8_t *find(char wanted, const std::uint8_t *begin, const std::uint8_t *end) {
-  if (begin == end) return end;
-  const void *const found = std::memchr(begin, wanted, static_cast<std::size_t>(end - begin));
-  return found != nullptr ? static_cast<const std::uint8_t *>(found) : end;
+const std::uint8_t *find(std::uint8_t wanted, const std::uint8_t *begin, const std::uint8_t *end) {
+  return begin + find_byte({begin, end}, wanted);
 }
 
 }  // namespace
@@ -46,9 +44,6 @@ bool TagScanner::next() {
   return true;
 }
 
-ByteView replacement_of(ByteView text) {
-  const std::uint8_t *const end = text.data() + text.size();
-  return {text.data(), find('\0', text.data(), end)};
-}
+ByteView replacement_of(ByteView text) { return until_zero(text); }
 
 }  // namespace kzv::tags

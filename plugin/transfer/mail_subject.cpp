@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "find_byte.h"
 #include "hex_digits.h"
 
 namespace kzv::mail_subject {
@@ -26,13 +27,6 @@ constexpr EscapeTable kEscapes = make_escapes();
 std::uint8_t *append(std::string_view text, std::uint8_t *next) {
   std::memcpy(next, text.data(), text.size());
   return next + text.size();
-}
-
-// The text ends at its first zero byte.
-ByteView until_zero(ByteView utf8) {
-  const void *const zero = utf8.empty() ? nullptr : std::memchr(utf8.data(), 0, utf8.size());
-  if (zero == nullptr) return utf8;
-  return {utf8.data(), static_cast<const std::uint8_t *>(zero)};
 }
 
 }  // namespace

@@ -1,7 +1,8 @@
 #include "yenc.h"
 
 #include <cassert>
-#include <cstring>
+
+#include "find_byte.h"
 
 namespace kzv::yenc {
 namespace {
@@ -10,21 +11,13 @@ constexpr std::uint8_t kEscape = '=';
 constexpr unsigned kOffset = 42;
 constexpr unsigned kEscapedOffset = kOffset + 64;
 
-// The bytes in front of the next escape.
-ByteView plain_run(ByteView input) {
-  if (input.empty()) return input;
-  const void *const found = std::memchr(input.data(), kEscape, input.size());
-  if (found == nullptr) return input;
-  return input.first(static_cast<std::size_t>(static_cast<const std::uint8_t *>(found) - input.data()));
-}
-
 }  // namespace
 
 std::size_t decode(ByteView input, ByteBuffer output) {
   assert(output.size() >= input.size());
   std::uint8_t *next = output.data();
   while (!input.empty()) {
-    const ByteView run = plain_run(input);
+    const ByteView run = input.first(find_byte(input, kEscape));
     for (std::size_t i = 0; i < run.size(); ++i) next[i] = static_cast<std::uint8_t>(run[i] - kOffset);
     next += run.size();
     input = input.subspan(run.size());

@@ -1,0 +1,21 @@
+// Finding one byte, at the speed at which memory is read.
+#pragma once
+
+#include <cstring>
+
+#include "bytes.h"
+
+namespace kzv {
+
+// Where `wanted` first stands in `text` from `at` on, or the end of the text.
+inline std::size_t find_byte(ByteView text, std::uint8_t wanted, std::size_t at = 0) {
+  if (at >= text.size()) return text.size();
+  const void *const found = std::memchr(text.data() + at, wanted, text.size() - at);
+  if (found == nullptr) return text.size();
+  return static_cast<std::size_t>(static_cast<const std::uint8_t *>(found) - text.data());
+}
+
+// The text up to its first zero byte, or all of it.
+inline ByteView until_zero(ByteView text) { return text.first(find_byte(text, 0)); }
+
+}  // namespace kzv
