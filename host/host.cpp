@@ -1,5 +1,6 @@
 #include "host.h"
 
+#include <algorithm>
 #include <cassert>
 #include <new>
 
@@ -33,7 +34,7 @@ void Host::start(void (*plugin_main)(REALresolver)) {
 String Host::accept(REALstringStruct *result) {
   if (result == nullptr || result->references.pass_to_host(ledger.strings)) return String(result);
   // A plugin that cannot lock strings hands back its argument without a reference: that is the host's doing.
-  if (!keeps_strings() && !settings.withheld.contains("REALLockString")) {
+  if (!keeps_strings() && !withholds("REALLockString")) {
     ledger.add_fault("the plugin returned a string it did not hold");
   }
   result->references.take_for_host();
@@ -65,18 +66,23 @@ Host &Host::serving() {
 
 Host &Host::serving(const char *service) {
   Host &host = serving();
-  host.misbehave_in_turn(service);
+  host.misbehaves(service);
   return host;
 }
 
-void Host::misbehave_in_turn(const char *service) {
-  if (!settings.misbehaviour) return;
+std::optional<Misbehaviour::Kind> Host::misbehaves(const char *service, Kinds able) {
+  if (!settings.misbehaviour) return std::nullopt;
   Misbehaviour &misbehaviour = *settings.misbehaviour;
-  if (!misbehaviour.service.empty() && misbehaviour.service != service) return;
+  if (!misbehaviour.service.empty() && misbehaviour.service != service) return std::nullopt;
+  const Misbehaviour::Kind kind = misbehaviour.kind;
+  const bool throws = kind == Misbehaviour::Kind::kThrowBadAlloc || kind == Misbehaviour::Kind::kThrowOther;
+  if (!throws && std::ranges::find(able, kind) == able.end()) return std::nullopt;
   --misbehaviour.calls_left;
-  if (misbehaviour.calls_left > 0 || (misbehaviour.calls_left < 0 && !misbehaviour.for_good)) return;
-  if (misbehaviour.kind == Misbehaviour::Kind::kThrowBadAlloc) throw std::bad_alloc();
-  throw HostFailure{service};
+  if (misbehaviour.calls_left > 0 || (misbehaviour.calls_left < 0 && !misbehaviour.for_good))
+    return std::nullopt;
+  if (kind == Misbehaviour::Kind::kThrowBadAlloc) throw std::bad_alloc();
+  if (kind == Misbehaviour::Kind::kThrowOther) throw HostFailure{service};
+  return kind;
 }
 
 }  // namespace kzv::host

@@ -1,6 +1,7 @@
 // The in-process host: stands in the host's place for the runner, the tests and the benchmarks.
 #pragma once
 
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -17,9 +18,18 @@
 
 namespace kzv::host {
 
-// What one service does wrong. A service that takes something back does so first.
+// What one service does wrong.
 struct Misbehaviour {
-  enum class Kind : std::uint8_t { kThrowBadAlloc, kThrowOther };
+  enum class Kind : std::uint8_t {
+    // Any service can throw; one that takes something back does so first.
+    kThrowBadAlloc,
+    kThrowOther,
+    // Only those services can do these that give an answer, a length or bytes.
+    kRefuse,          // null, false or 0
+    kNegativeLength,  // -1
+    kHugeLength,      // 2^31, for whoever takes lengths to be unsigned
+    kNoBytes,         // a null pointer in place of bytes, with a length
+  };
 
   std::string service;  // empty: any
   Kind kind = Kind::kThrowBadAlloc;
@@ -38,6 +48,7 @@ struct Settings {
   bool in_runtime = false;
   std::set<std::string, std::less<>> withheld;  // services and classes that the host does not have, by name
   std::optional<Misbehaviour> misbehaviour;
+  int silent_look_ups = 0;  // so many questions for a service are answered with null, whatever they ask for
 };
 
 // One registered function.
@@ -120,13 +131,20 @@ class Host {
 
   // The host that serves this thread.
   static Host &serving();
-  // The same; the service misbehaves here if it is its turn.
+  // The same; the service throws here if it is its turn.
   static Host &serving(const char *service);
-  void misbehave_in_turn(const char *service);
 
+  // What a service that is `able` to do more than throw does wrong in this call; it throws here if that is
+  // it.
+  using Kinds = std::initializer_list<Misbehaviour::Kind>;
+  std::optional<Misbehaviour::Kind> misbehaves(const char *service, Kinds able = {});
+
+  bool withholds(std::string_view service) const {
+    return !settings.withheld.empty() && settings.withheld.contains(service);
+  }
   // A host that takes no references back keeps what it hands out until its own end.
-  bool keeps_strings() const { return settings.withheld.contains("REALUnlockString"); }
-  bool keeps_objects() const { return settings.withheld.contains("REALUnlockObject"); }
+  bool keeps_strings() const { return withholds("REALUnlockString"); }
+  bool keeps_objects() const { return withholds("REALUnlockObject"); }
 
   std::vector<Method> methods_;
   std::optional<std::int32_t> interface_version_;

@@ -50,9 +50,14 @@ struct REALstringStruct {
   REALencoding encoding;
   kzv::host::References references;
 
+  // Null where the object tells of no bytes.
+  const std::uint8_t *text() const {
+    return head.buffer == nullptr ? nullptr : head.buffer + kStringTextOffset;
+  }
+  // Nothing where the object tells a length that cannot be.
   std::string_view bytes() const {
-    return {reinterpret_cast<const char *>(head.buffer) + kStringTextOffset,
-            static_cast<std::size_t>(head.length)};
+    if (head.buffer == nullptr || head.length < 0) return {};
+    return {reinterpret_cast<const char *>(text()), static_cast<std::size_t>(head.length)};
   }
 };
 

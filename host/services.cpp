@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <string>
 
 #include "encodings.h"
@@ -25,18 +26,21 @@ struct Services::Functions {
   static REALboolean REALinRuntime() { return boolean(Host::serving("REALinRuntime").settings.in_runtime); }
 
   static REALboolean PluginGetStringData(REALstringStruct *s, REALencoding encoding, REALstringData *record) {
-    Host &host = Host::serving("PluginGetStringData");
+    Host &host = Host::serving();
+    const auto wrong =
+        host.misbehaves("PluginGetStringData", {kRefuse, kNegativeLength, kHugeLength, kNoBytes});
     String text = s == nullptr ? new_string({}, encoding) : in_encoding(s, encoding);
-    if (text == nullptr) return boolean(false);
-    record->length = text->head.length;
+    if (text == nullptr || wrong == kRefuse) return boolean(false);
+    record->length = length_told(text->head.length, wrong);
     record->encoding = encoding;
-    if (host.settings.withheld.contains("PluginDisposeStringData")) {
+    record->data = wrong == kNoBytes ? nullptr : text->text();
+    if (host.withholds("PluginDisposeStringData")) {
       // Nobody will tell this host when the bytes are no longer needed: it gives a copy away for good.
-      record->data = copy_given_away(text->bytes());
+      if (record->data != nullptr) record->data = copy_given_away(text->bytes());
       return boolean(true);
     }
-    record->data = text->head.buffer + kStringTextOffset;
     record->reserved[0] = text.release();
+    record->reserved[1] = const_cast<std::uint8_t *>(record->data);
     ++host.ledger.records.taken;
     return boolean(true);
   }
@@ -44,40 +48,45 @@ struct Services::Functions {
   static void PluginDisposeStringData(REALstringData *record) {
     Host &host = Host::serving();
     const String text(static_cast<REALstringStruct *>(std::exchange(record->reserved[0], nullptr)));
-    if (text != nullptr && record->data == text->head.buffer + kStringTextOffset) {
+    if (text != nullptr && record->data == record->reserved[1]) {
       ++host.ledger.records.given_back;
     } else {
       host.ledger.add_fault("the plugin disposed a string-data record that the host had not filled");
     }
-    host.misbehave_in_turn("PluginDisposeStringData");
+    host.misbehaves("PluginDisposeStringData");
   }
 
   static const void *StringGetCString(REALstringStruct *s) {
-    Host::serving("StringGetCString");
-    return s->head.buffer + kStringTextOffset;
+    return Host::serving().misbehaves("StringGetCString", {kRefuse, kNoBytes}) ? nullptr : s->text();
   }
 
   static std::int32_t LenB(REALstringStruct *s) {
-    Host::serving("LenB");
-    return s == nullptr ? 0 : s->head.length;
+    const auto wrong = Host::serving().misbehaves("LenB", {kNegativeLength, kHugeLength});
+    return length_told(s == nullptr ? 0 : s->head.length, wrong);
   }
 
   static void *REALLoadGlobalMethod(void *, const char *declaration) {
-    Host::serving("REALLoadGlobalMethod");
+    if (Host::serving().misbehaves("REALLoadGlobalMethod", {kRefuse})) return nullptr;
     const bool known = std::strcmp(declaration, "LenB( s as string ) as integer") == 0;
     return known ? reinterpret_cast<void *>(&LenB) : nullptr;
   }
 
   static REALencoding REALGetStringEncoding(REALstringStruct *s) {
-    Host::serving("REALGetStringEncoding");
-    return s == nullptr ? 0 : s->encoding;
+    const auto wrong = Host::serving().misbehaves("REALGetStringEncoding", {kRefuse});
+    return s == nullptr || wrong ? 0 : s->encoding;
   }
 
   static REALstringStruct *REALConvertString(REALstringStruct *s, REALencoding encoding) {
-    Host &host = Host::serving("REALConvertString");
-    if (s == nullptr) return nullptr;
+    Host &host = Host::serving();
+    const auto wrong =
+        host.misbehaves("REALConvertString", {kRefuse, kNegativeLength, kHugeLength, kNoBytes});
+    if (s == nullptr || wrong == kRefuse) return nullptr;
     const std::optional<std::string> text = convert(s->bytes(), s->encoding, encoding);
-    return text ? handed_out(host, new_string(*text, encoding)) : nullptr;
+    if (!text) return nullptr;
+    String converted = new_string(*text, encoding);
+    converted->head.length = length_told(converted->head.length, wrong);
+    if (wrong == kNoBytes) converted->head.buffer = nullptr;
+    return handed_out(host, std::move(converted));
   }
 
   static void REALSetStringEncoding(REALstringStruct *s, REALencoding encoding) {
@@ -86,8 +95,8 @@ struct Services::Functions {
   }
 
   static REALstringStruct *REALBuildString(const void *bytes, std::int32_t length) {
-    Host &host = Host::serving("REALBuildString");
-    if (length < 0) return nullptr;
+    Host &host = Host::serving();
+    if (host.misbehaves("REALBuildString", {kRefuse}) || length < 0) return nullptr;
     return handed_out(host, new_string({static_cast<const char *>(bytes), static_cast<std::size_t>(length)},
                                        kEncodingBytes));
   }
@@ -100,7 +109,7 @@ struct Services::Functions {
   static void REALUnlockString(REALstringStruct *s) {
     Host &host = Host::serving();
     if (s->references.drop_for_plugin(host.ledger, host.ledger.strings)) destroy(s);
-    host.misbehave_in_turn("REALUnlockString");
+    host.misbehaves("REALUnlockString");
   }
 
   static void REALLockObject(REALobjectStruct *object) {
@@ -111,14 +120,15 @@ struct Services::Functions {
   static void REALUnlockObject(REALobjectStruct *object) {
     Host &host = Host::serving();
     if (object->references.drop_for_plugin(host.ledger, host.ledger.objects)) delete object;
-    host.misbehave_in_turn("REALUnlockObject");
+    host.misbehaves("REALUnlockObject");
   }
 
   static REALobjectStruct *PluginNewInstance(const char *class_name) {
-    Host &host = Host::serving("PluginNewInstance");
+    Host &host = Host::serving();
+    if (host.misbehaves("PluginNewInstance", {kRefuse})) return nullptr;
     const std::string_view name = class_name;
     if (name != "OutOfMemoryException" && name != "RuntimeException") return nullptr;
-    if (host.settings.withheld.contains(name)) return nullptr;
+    if (host.withholds(name)) return nullptr;
     return handed_out(host, new REALobjectStruct(name));
   }
 
@@ -140,22 +150,34 @@ struct Services::Functions {
   }
 
   static REALmemoryBlockStruct *newMemoryBlock(std::int32_t size) {
-    Host &host = Host::serving("newMemoryBlock");
-    if (size < 0) return nullptr;
+    Host &host = Host::serving();
+    if (host.misbehaves("newMemoryBlock", {kRefuse}) || size < 0) return nullptr;
     return handed_out(host, new REALmemoryBlockStruct(std::string(static_cast<std::size_t>(size), '\0')));
   }
 
   static void *memoryBlockGetPtr(REALmemoryBlockStruct *block) {
-    Host::serving("memoryBlockGetPtr");
-    return block->bytes.data();
+    const auto wrong = Host::serving().misbehaves("memoryBlockGetPtr", {kRefuse, kNoBytes});
+    return wrong ? nullptr : block->bytes.data();
   }
 
   static std::int32_t memoryBlockGetSize(REALmemoryBlockStruct *block) {
-    Host::serving("memoryBlockGetSize");
-    return static_cast<std::int32_t>(block->bytes.size());
+    const auto wrong =
+        Host::serving().misbehaves("memoryBlockGetSize", {kRefuse, kNegativeLength, kHugeLength});
+    return wrong == kRefuse ? 0 : length_told(static_cast<std::int32_t>(block->bytes.size()), wrong);
   }
 
  private:
+  using Kind = Misbehaviour::Kind;
+  static constexpr Kind kRefuse = Kind::kRefuse;
+  static constexpr Kind kNegativeLength = Kind::kNegativeLength;
+  static constexpr Kind kHugeLength = Kind::kHugeLength;
+  static constexpr Kind kNoBytes = Kind::kNoBytes;
+
+  static std::int32_t length_told(std::int32_t length, std::optional<Kind> wrong) {
+    if (wrong == kNegativeLength) return -1;
+    return wrong == kHugeLength ? std::numeric_limits<std::int32_t>::min() : length;
+  }
+
   // The bits above the low byte are not promised to a plugin, so they hold rubbish.
   static REALboolean boolean(bool value) { return static_cast<REALboolean>(0x5A5A5A00U | (value ? 1U : 0U)); }
 
@@ -226,7 +248,11 @@ void *Services::resolve(const char *name) {
     const std::lock_guard lock(host.mutex_);
     ++host.asked_for_[name];
   }
-  if (host.settings.withheld.contains(std::string_view(name))) return nullptr;
+  if (host.settings.silent_look_ups > 0) {
+    --host.settings.silent_look_ups;
+    return nullptr;
+  }
+  if (host.withholds(name)) return nullptr;
   // A host that does not tell its version has no service that would.
   if (!host.settings.version && std::strcmp(name, "REALGetRBVersion") == 0) return nullptr;
   for (const Entry &entry : kTable) {
