@@ -2,8 +2,11 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <sstream>
 #include <string>
+#include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "support/plugin.h"
@@ -15,11 +18,36 @@ struct Block {
   std::string bytes;
 };
 
-// One call, ready to be made on any plugin; the result as text that names type, label and bytes.
+// What a test does to the arguments of a call before it makes it.
+struct Change {
+  enum class Kind : std::uint8_t { kMissing, kEmpty, kLabelled };
+
+  std::size_t times = 1;  // every text and block that often
+  // The texts and blocks among the arguments from `first` to before `last` also become something else.
+  std::size_t first = 0;
+  std::size_t last = 0;
+  Kind kind = Kind::kMissing;
+  REALencoding label = 0;
+};
+
+// What a call gave: as words that name type, label and bytes and, if it is a text, as such.
+struct Answer {
+  std::string words;
+  std::optional<Text> text;
+
+  bool operator==(const Answer &) const = default;
+};
+inline std::ostream &operator<<(std::ostream &out, const Answer &answer) { return out << answer.words; }
+
+// One call, ready to be made on any plugin.
 struct Sample {
   std::string declaration;
-  std::function<std::string(Plugin &)> call;
-  std::string expected;
+  std::size_t argument_count;
+  std::optional<Text> first_text;  // the first argument, if it is a text
+  std::function<Answer(Plugin &, const Change &)> make;
+  Answer expected;
+
+  Answer call(Plugin &plugin, const Change &change = {}) const { return make(plugin, change); }
 };
 
 inline std::string shown(const Text &text) { return (std::ostringstream() << text).str(); }
@@ -50,20 +78,49 @@ Plain returned(Plain value) {
   return value;
 }
 
+inline std::string repeated(std::string_view bytes, std::size_t times) {
+  std::string all;
+  for (std::size_t i = 0; i < times; ++i) all += bytes;
+  return all;
+}
+
+inline Text changed(const Text &text, const Change &change, std::size_t index) {
+  const bool also = index >= change.first && index < change.last;
+  if (also && change.kind == Change::Kind::kMissing) return kNil;
+  if (also && change.kind == Change::Kind::kEmpty) return text.nil ? text : Text{"", text.encoding};
+  const REALencoding label = also && !text.nil ? change.label : text.encoding;
+  return {repeated(text.bytes, change.times), label, text.nil};
+}
+inline Block changed(const Block &block, const Change &change, std::size_t index) {
+  const bool emptied = index >= change.first && index < change.last && change.kind != Change::Kind::kLabelled;
+  return {emptied ? "" : repeated(block.bytes, change.times)};
+}
+template <typename Plain>
+Plain changed(Plain value, const Change &, std::size_t) {
+  return value;
+}
+
 template <typename Value>
 using Crossing = decltype(passed(owned(std::declval<Value>())));
 
+template <typename Result>
+Answer answer(const Result &result) {
+  if constexpr (std::is_same_v<Result, Text>) return {shown(result), result};
+  return {shown(result), std::nullopt};
+}
+
 template <typename Result, typename... Values>
 Sample sample(const char *declaration, const Result &expected, const Values &...values) {
-  const auto call = [declaration, values...](Plugin &plugin) {
+  const auto make = [declaration, values = std::tuple(values...)](Plugin &plugin, const Change &change) {
     auto *const function = plugin.function<Crossing<Result>(Crossing<Values>...)>(declaration);
-    return std::apply(
-        [&](const auto &...arguments) {
-          return shown(Result(returned(plugin.host.call(function, passed(arguments)...))));
-        },
-        std::make_tuple(owned(values)...));
+    const auto call = [&]<std::size_t... index>(std::index_sequence<index...>) {
+      const std::tuple arguments(owned(changed(std::get<index>(values), change, index))...);
+      return plugin.host.call(function, passed(std::get<index>(arguments))...);
+    };
+    return answer(Result(returned(call(std::index_sequence_for<Values...>()))));
   };
-  return {declaration, call, shown(expected)};
+  return {declaration, sizeof...(Values), answer(std::get<0>(std::tuple(values...))).text, make,
+          answer(expected)};
 }
 
 inline Text utf8(std::string bytes) { return {std::move(bytes), kEncodingUTF8}; }

@@ -1,0 +1,23 @@
+// The memory of the plugin "kzvfaulty", which is the library linked to an allocator that can be told to
+// refuse.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <set>
+
+namespace kzv {
+
+struct Memory {
+  int calls_left = 0;                   // the request that brings this to 0 is refused; 0: none
+  bool for_good = false;                // so are all behind it
+  std::size_t refused_from = SIZE_MAX;  // requests of so many bytes and more are refused, too
+
+  std::size_t last_refused = 0;  // bytes; 0 if nothing was
+  std::set<void *> blocks;       // what the library holds
+};
+
+// Not for tests in which several threads call.
+Memory &memory();
+
+}  // namespace kzv
