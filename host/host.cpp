@@ -4,8 +4,6 @@
 #include <cassert>
 #include <new>
 
-#include "services.h"
-
 namespace kzv::host {
 namespace {
 
@@ -26,9 +24,9 @@ MemoryBlock new_memory_block(std::string_view bytes) {
 Host::Scope::Scope(Host &host) : outer_(std::exchange(current, &host)) {}
 Host::Scope::~Scope() { current = outer_; }
 
-void Host::start(void (*plugin_main)(REALresolver)) {
+void Host::start(void (*plugin_main)(REALresolver), REALresolver resolver) {
   const Scope scope(*this);
-  plugin_main(Services::resolve);
+  plugin_main(resolver);
 }
 
 String Host::accept(REALstringStruct *result) {

@@ -15,6 +15,7 @@
 #include "abi.h"
 #include "ledger.h"
 #include "objects.h"
+#include "services.h"
 
 namespace kzv::host {
 
@@ -86,8 +87,8 @@ class Host {
   Host(const Host &) = delete;
   Host &operator=(const Host &) = delete;
 
-  // Does what a host does right after loading a library.
-  void start(void (*plugin_main)(REALresolver));
+  // Does what a host does right after loading a library. The resolver is the services' own, or one around it.
+  void start(void (*plugin_main)(REALresolver), REALresolver resolver = Services::resolve);
 
   // Calls a registered function. A string or memory block comes back as a reference of the host's own.
   template <typename Result, typename... Parameters, typename... Arguments>

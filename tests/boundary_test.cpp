@@ -3,7 +3,6 @@
 #include <ctime>
 #include <gtest/gtest.h>
 #include <limits>
-#include <thread>
 #include <vector>
 
 #include "services.h"
@@ -94,6 +93,22 @@ TEST(Loading, AsksForAServiceUntilTheHostHasItAndThenNeverAgain) {
   EXPECT_EQ(plugin.host.times_asked_for("REALBuildString"), 4);
   EXPECT_EQ(plugin.host.times_asked_for("PluginGetStringData"), 1);
   EXPECT_EQ(plugin.host.ledger.report(), "");
+
+  // The host language's own function is a service of its own kind.
+  Plugin copying(KZV_PLUGIN, version(2013.03, {"PluginGetStringData"}));
+  copying.host.settings.misbehaviour = {"REALLoadGlobalMethod", Misbehaviour::Kind::kRefuse, 1};
+  EXPECT_EQ(copying.call(kEncode, s), kNil);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(copying.call(kEncode, s), ascii("a%20b"));
+  EXPECT_EQ(copying.host.settings.misbehaviour->calls_left, -1);
+}
+
+TEST(Loading, RegistersWhatItCanWhenTheHostIsLate) {
+  Settings settings;
+  settings.silent_look_ups = 5;  // two versions, the runtime, and the registration of two functions
+  const Plugin plugin(KZV_PLUGIN, settings);
+  EXPECT_EQ(plugin.host.interface_version(), std::nullopt);
+  EXPECT_EQ(plugin.host.methods().size(), 45U);
+  EXPECT_EQ(plugin.host.methods().front().declaration, "_yDecodeStringKZV(data as string) as string");
 }
 
 TEST(Arguments, AreReadByTheRoadThatTheVersionNames) {
@@ -107,17 +122,6 @@ TEST(Arguments, AreReadByTheRoadThatTheVersionNames) {
     const bool newer = host_version.value_or(0) > 2013.0;
     EXPECT_EQ(plugin.host.times_asked_for("PluginGetStringData"), newer ? 1 : 0);
     EXPECT_EQ(plugin.host.times_asked_for("REALLockString"), newer ? 0 : 1);
-    EXPECT_EQ(plugin.host.ledger.report(), "");
-  }
-}
-
-TEST(Arguments, WithALengthThatCannotBeAreEmpty) {
-  for (const auto &host_version : kVersions) {
-    Plugin plugin(KZV_PLUGIN, version(host_version));
-    const String s = new_string("abc", kEncodingUTF8);
-    s->head.length = std::numeric_limits<std::int32_t>::min();
-    EXPECT_EQ(plugin.call(kEncode, s), kNil);
-    s->head.length = 3;
     EXPECT_EQ(plugin.host.ledger.report(), "");
   }
 }
@@ -149,16 +153,6 @@ TEST(MissingServices, EndInTheDocumentedOutcome) {
     EXPECT_EQ(plugin.host.ledger.report(), "") << *row.withheld.begin();
     EXPECT_TRUE(plugin.host.take_raised().empty());
   }
-}
-
-TEST(MissingServices, AllOfThemLeaveNothingButEmptyResults) {
-  std::set<std::string, std::less<>> all;
-  for (const std::string_view service : Services::names()) all.emplace(service);
-  EXPECT_TRUE(Plugin(KZV_PLUGIN, version(2013.03, all)).host.methods().empty());
-  Plugin plugin(KZV_PLUGIN);
-  plugin.host.settings.withheld = all;  // after the functions were registered
-  EXPECT_EQ(plugin.call(kEncode, new_string("a b", kEncodingUTF8)), kNil);
-  EXPECT_EQ(plugin.host.ledger.report(), "");
 }
 
 TEST(Results, AreLabelledAndConverted) {
@@ -207,6 +201,46 @@ TEST(Results, OfUTF32MayBeLong) {
     EXPECT_EQ(probe.call("Build(s as string, encoding as integer) as string",
                          new_string(bytes, kEncodingBytes), static_cast<std::int32_t>(kEncodingUTF32)),
               (Text{std::string(units, 'z'), kEncodingUTF8}));
+  }
+}
+
+// The one road to a result that no function takes.
+TEST(Results, OfUTF32AreReleasedWhenTheHostFails) {
+  using enum Misbehaviour::Kind;
+  Plugin probe(KZV_PROBE);
+  const String s = new_string("a\0\0\0"sv, kEncodingBytes);
+  for (const char *const service :
+       {"REALBuildString", "REALSetStringEncoding", "REALConvertString", "REALUnlockString"}) {
+    for (const auto kind : {kThrowBadAlloc, kThrowOther, kRefuse}) {
+      probe.host.settings.misbehaviour = {service, kind};
+      bool passed = false;
+      Text result;
+      try {
+        result = probe.call("Build(s as string, encoding as integer) as string", s,
+                            static_cast<std::int32_t>(kEncodingUTF32));
+      } catch (const HostFailure &) {
+        passed = true;
+      }
+      const bool happened = probe.host.settings.misbehaviour->calls_left <= 0;
+      EXPECT_EQ(passed, kind == kThrowOther) << service;
+      EXPECT_EQ(result, passed ? Text() : happened ? kNil : (Text{"a", kEncodingUTF8})) << service;
+      EXPECT_EQ(probe.host.take_raised().size(), kind == kThrowBadAlloc ? 1U : 0U) << service;
+      EXPECT_EQ(probe.host.ledger.report(), "") << service;
+    }
+  }
+}
+
+TEST(Views, HaveAZeroUnitBehindThem) {
+  constexpr char kBehind[] = "UnitBehind(s as string, bitsPerUnit as integer) as integer";
+  const std::string bytes = "abcdefgh";  // of which the host delivers four
+  for (const double host_version : {2011.5, 2013.03}) {
+    Plugin probe(KZV_PROBE, version(host_version));
+    auto *const behind = probe.function<std::int32_t(REALstringStruct *, std::int32_t)>(kBehind);
+    for (const auto &[encoding, bits] : {std::pair(kEncodingASCII, 7), std::pair(kEncodingUTF8, 8),
+                                         std::pair(kEncodingUTF16, 16), std::pair(kEncodingUTF16, 32)}) {
+      const String s(make_string_of_lent({bytes.data(), 4}, encoding));
+      EXPECT_EQ(probe.host.call(behind, s.get(), bits), 0) << bits;
+    }
   }
 }
 
@@ -293,35 +327,6 @@ TEST(RaisedExceptions, AreRaisedWithoutAMessageWhenThereIsNoMemoryForOne) {
   ASSERT_EQ(raised.size(), 1U);
   EXPECT_EQ(raised[0].message, "");
   EXPECT_EQ(probe.host.ledger.report(), "");
-}
-
-TEST(Threads, MayMakeTheFirstCallTogether) {
-  for (const auto &host_version : kVersions) {
-    Plugin plugin(KZV_PLUGIN, version(host_version));
-    std::vector<std::thread> threads;
-    threads.reserve(8);
-    for (int i = 0; i < 8; ++i) {
-      threads.emplace_back([&plugin] {
-        for (int call = 0; call < 100; ++call) {
-          EXPECT_EQ(plugin.call(kEncodeWith, new_string("a b+", kEncodingUTF8), 1), ascii("a+b%2B"));
-          EXPECT_EQ(plugin.call(kDecodeWith, new_string("a+b%20+", kEncodingUTF8), 0), ascii("a+b +"));
-        }
-      });
-    }
-    for (std::thread &thread : threads) thread.join();
-    EXPECT_EQ(plugin.host.ledger.report(), "");
-  }
-}
-
-TEST(Instances, LiveSideBySideAndCanBeUnloaded) {
-  Plugin older(KZV_PLUGIN, version(2011.5));
-  for (int i = 0; i < 20; ++i) {
-    Plugin newer(KZV_PLUGIN, version(2013.03, {"REALLockString"}));
-    EXPECT_EQ(newer.call(kEncode, new_string(" ", kEncodingUTF8)), ascii("%20"));
-    EXPECT_EQ(older.call(kEncode, new_string("%", kEncodingUTF8)), ascii("%25"));
-    EXPECT_EQ(older.host.interface_version(), 9);
-    EXPECT_EQ(newer.host.interface_version(), 12);
-  }
 }
 
 #if defined(__i386__)

@@ -6,6 +6,7 @@
 #include "frame/methods.h"
 #include "frame/results.h"
 #include "frame/string_builders.h"
+#include "frame/text_view.h"
 #include "handles_control.h"
 #include "markup/functions.h"
 
@@ -26,6 +27,14 @@ KZV_CALLED_BY_HOST REALstringStruct *BuildOfLength(double length) {
 
 KZV_CALLED_BY_HOST REALstringStruct *BuildOfNothing(double length) {
   return REALBuildUnicodeString(nullptr, static_cast<std::int64_t>(length), kEncodingBytes);
+}
+
+KZV_CALLED_BY_HOST std::int32_t UnitBehind(REALstringStruct *s, std::int32_t bits_per_unit) {
+  rbText text(s);
+  if (bits_per_unit == 32) return static_cast<std::int32_t>(text.GetWChar()[text.LengthWChar()]);
+  if (bits_per_unit == 16) return text.utf16().data()[text.utf16().size()].value;
+  const ByteView narrow = bits_per_unit == 8 ? text.utf8() : text.ascii();
+  return narrow.data()[narrow.size()];
 }
 
 KZV_CALLED_BY_HOST REALmemoryBlockStruct *CopyBlock(REALmemoryBlockStruct *block) {
@@ -72,6 +81,7 @@ const REALmethodDefinition kMethods[] = {
     METHOD(Build, "Build(s as string, encoding as integer) as string"),
     METHOD(BuildOfLength, "BuildOfLength(length as double) as string"),
     METHOD(BuildOfNothing, "BuildOfNothing(length as double) as string"),
+    METHOD(UnitBehind, "UnitBehind(s as string, bitsPerUnit as integer) as integer"),
     METHOD(CopyBlock, "CopyBlock(block as memoryblock) as memoryblock"),
     METHOD(AddName, "AddName(capacity as integer, name as string) as string"),
     METHOD(AddUnit, "AddUnit(capacity as integer, unit as integer) as string"),

@@ -11,6 +11,7 @@
 #include "encodings.h"
 #include "host.h"
 #include "plugin_file.h"
+#include "services.h"
 
 namespace kzv::host {
 
@@ -35,9 +36,9 @@ inline std::ostream &operator<<(std::ostream &out, const Text &text) {
 // The service slots of a loaded plugin are never emptied, so each test that cares for them takes an instance.
 class Plugin {
  public:
-  explicit Plugin(const char *file, Settings settings = {})
+  explicit Plugin(const char *file, Settings settings = {}, REALresolver resolver = Services::resolve)
       : host(std::move(settings)), file_(file, PluginFile::Instance::kOwn) {
-    host.start(file_.main());
+    host.start(file_.main(), resolver);
   }
 
   // The function under a declaration, as a pointer of its true type.

@@ -18,6 +18,9 @@ struct Block {
   std::string bytes;
 };
 
+// How a text becomes an argument, if not as a new string; with its number among the arguments.
+using Place = std::function<String(const Text &, std::size_t)>;
+
 // What a test does to the arguments of a call before it makes it.
 struct Change {
   enum class Kind : std::uint8_t { kMissing, kEmpty, kLabelled };
@@ -28,6 +31,9 @@ struct Change {
   std::size_t last = 0;
   Kind kind = Kind::kMissing;
   REALencoding label = 0;
+  // So many bytes out of each text, from as many on, as if it began again at its end.
+  std::optional<std::size_t> window = std::nullopt;
+  Place place = nullptr;
 };
 
 // What a call gave: as words that name type, label and bytes and, if it is a text, as such.
@@ -84,7 +90,15 @@ inline std::string repeated(std::string_view bytes, std::size_t times) {
   return all;
 }
 
+inline std::string windowed(const Text &text, std::size_t window) {
+  const std::size_t size = text.bytes.empty() ? 0 : text.encoding == kEncodingUTF16 ? window / 2 * 2 : window;
+  std::string bytes(size, '\0');
+  for (std::size_t i = 0; i < size; ++i) bytes[i] = text.bytes[(size + i) % text.bytes.size()];
+  return bytes;
+}
+
 inline Text changed(const Text &text, const Change &change, std::size_t index) {
+  if (change.window && !text.nil) return {windowed(text, *change.window), text.encoding};
   const bool also = index >= change.first && index < change.last;
   if (also && change.kind == Change::Kind::kMissing) return kNil;
   if (also && change.kind == Change::Kind::kEmpty) return text.nil ? text : Text{"", text.encoding};
@@ -98,6 +112,14 @@ inline Block changed(const Block &block, const Change &change, std::size_t index
 template <typename Plain>
 Plain changed(Plain value, const Change &, std::size_t) {
   return value;
+}
+
+inline String placed(const Text &text, const Change &change, std::size_t index) {
+  return change.place && !text.nil ? change.place(text, index) : owned(text);
+}
+template <typename Other>
+auto placed(const Other &value, const Change &, std::size_t) {
+  return owned(value);
 }
 
 template <typename Value>
@@ -114,7 +136,7 @@ Sample sample(const char *declaration, const Result &expected, const Values &...
   const auto make = [declaration, values = std::tuple(values...)](Plugin &plugin, const Change &change) {
     auto *const function = plugin.function<Crossing<Result>(Crossing<Values>...)>(declaration);
     const auto call = [&]<std::size_t... index>(std::index_sequence<index...>) {
-      const std::tuple arguments(owned(changed(std::get<index>(values), change, index))...);
+      const std::tuple arguments(placed(changed(std::get<index>(values), change, index), change, index)...);
       return plugin.host.call(function, passed(std::get<index>(arguments))...);
     };
     return answer(Result(returned(call(std::index_sequence_for<Values...>()))));
