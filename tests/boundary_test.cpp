@@ -15,7 +15,6 @@ using std::string_literals::operator""s;
 using std::string_view_literals::operator""sv;
 
 constexpr char kEncode[] = "EncodingToURLKZV(s as string) as string";
-constexpr char kEncodeWith[] = "EncodingToURLKZV(s as string, options as integer) as string";
 constexpr char kDecode[] = "DecodingFromURLKZV(s as string) as string";
 constexpr char kDecodeWith[] = "DecodingFromURLKZV(s as string, options as integer) as string";
 

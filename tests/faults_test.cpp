@@ -121,17 +121,12 @@ std::set<std::string> explained_answers(Plugin &healthy, const Sample &sample, s
   return words;
 }
 
-struct Seen {
-  std::string declaration;
-  std::string words;
-  std::string message;
-
-  auto operator<=>(const Seen &) const = default;
-};
+// A declaration, the answer in words, and the message of the exception that came with it.
+using Failure = std::tuple<std::string, std::string, std::string>;
 
 class Faults : public testing::Test {
  protected:
-  ~Faults() override { std::printf("%d calls met a fault\n", happened_); }
+  void TearDown() override { std::printf("%d calls met a fault\n", happened_); }
 
   // Makes one call while `fault` is at work; tells whether it came to it.
   bool call(Plugin &plugin, const Sample &sample, std::size_t times, const Fault &fault, int k) {
@@ -174,7 +169,7 @@ class Faults : public testing::Test {
     check_answer(sample, times, labels_may_fail, happened, words, where());
     if (!raised.empty()) {
       EXPECT_EQ(raised[0].class_name, "OutOfMemoryException") << where();
-      seen_.insert({sample.declaration, words, raised[0].message});
+      raised_.insert({sample.declaration, words, raised[0].message});
     }
     return happened;
   }
@@ -192,7 +187,7 @@ class Faults : public testing::Test {
 
   Plugin healthy_{KZV_FAULTY};
   int happened_ = 0;
-  std::set<Seen> seen_;  // with which messages calls failed
+  std::set<Failure> raised_;
 
  private:
   std::map<std::tuple<const Sample *, std::size_t, bool>, std::set<std::string>> explained_;
@@ -215,7 +210,7 @@ TEST_F(Faults, OfServicesAndMemoryLeaveWholeAnswersAndNothingBehind) {
   }
   // The failures that functions have of their own, with what they tell.
   constexpr char kNoText[] = "Failed to allocate memory for a string.";
-  const Seen rows[] = {
+  const Failure rows[] = {
       {"EncodingToQuotedPrintableKZV(s as string, LineLen as integer = 72) as string", "nil", kNoText},
       {"DecodingFromQuotedPrintableKZV(s as string) as string", "nil", kNoText},
       {"EncodeEmailSubjectKZV(s as string) as string", "nil", kNoText},
@@ -227,7 +222,7 @@ TEST_F(Faults, OfServicesAndMemoryLeaveWholeAnswersAndNothingBehind) {
       {"LevenshteinDistanceKZV(a as string, b as string) as double", shown(1.0),
        "Failed to allocate 2566404 bytes of memory."},
   };
-  for (const Seen &row : rows) EXPECT_TRUE(seen_.contains(row)) << row.declaration;
+  for (const Failure &row : rows) EXPECT_TRUE(raised_.contains(row)) << std::get<0>(row);
 }
 
 TEST_F(Faults, OfLookUpsLeaveWholeAnswersAndNothingBehind) {

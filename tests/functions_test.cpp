@@ -1,4 +1,5 @@
 // All registered functions, through hosts of every generation and hosts that let them down.
+#include <algorithm>
 #include <array>
 #include <clocale>
 #include <filesystem>
@@ -162,7 +163,7 @@ class Placement {
   String operator()(const Text &text, std::size_t index, At at, std::string_view margin) {
     const std::string bytes = text.bytes + std::string(margin);
     std::uint8_t *const start = areas_.at(index).data() + (at == At::kStart ? 0 : kArea - bytes.size());
-    if (!bytes.empty()) std::memcpy(start, bytes.data(), bytes.size());
+    std::ranges::copy(bytes, start);
     return String(make_string_of_lent({reinterpret_cast<char *>(start), text.bytes.size()}, text.encoding));
   }
 
@@ -174,11 +175,11 @@ class Placement {
 
 // Functions that read text, which has a readable unit behind it. What stands there must not matter.
 bool reads_text(std::string_view declaration) {
-  for (const char *const name : {"ToHTML", "FromHTML", "HTMLTags", "Subject", "ToISO", "ToCP1252", "FromHex",
-                                 "SQL", "Distance", "Characters", "UnicodeString", "NativeString"}) {
-    if (declaration.find(name) != std::string_view::npos) return true;
-  }
-  return false;
+  constexpr std::string_view kNames[] = {"ToHTML",   "FromHTML",   "HTMLTags",      "Subject",
+                                         "ToISO",    "ToCP1252",   "FromHex",       "SQL",
+                                         "Distance", "Characters", "UnicodeString", "NativeString"};
+  return std::ranges::any_of(
+      kNames, [=](std::string_view name) { return declaration.find(name) != std::string_view::npos; });
 }
 
 // Of every length up to three of the widest vectors and one more, so that starts and ends stand anywhere.

@@ -1,5 +1,7 @@
 // The library file itself, and the check that guards its table of declarations.
+#include <cstdio>
 #include <gtest/gtest.h>
+#include <set>
 #include <sstream>
 
 #include "support/shell.h"
@@ -7,25 +9,56 @@
 namespace kzv {
 namespace {
 
-// The last words of each line that `command` prints.
-std::vector<std::string> last_words(const std::string &command) {
-  std::istringstream lines(shell(command).out);
-  std::vector<std::string> words;
-  for (std::string line; std::getline(lines, line);) words.push_back(line.substr(line.rfind(' ') + 1));
-  return words;
+// The lines that `command` prints.
+std::vector<std::string> lines_of(const std::string &command) {
+  std::istringstream output(shell(command).out);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(output, line);) lines.push_back(line);
+  return lines;
 }
 
+std::string last_word(const std::string &line) { return line.substr(line.rfind(' ') + 1); }
+
 TEST(Library, ExportsItsEntryPointAlone) {
-  EXPECT_EQ(last_words("nm -D --defined-only " KZV_PLUGIN), std::vector<std::string>{"REALPluginMain"});
+  const auto exported = lines_of("nm -D --defined-only " KZV_PLUGIN);
+  ASSERT_EQ(exported.size(), 1U);
+  EXPECT_EQ(last_word(exported[0]), "REALPluginMain");
 }
 
 #if !defined(KZV_SANITIZED)
 TEST(Library, NeedsTheRuntimeLibrariesAlone) {
-  for (const std::string &library : last_words("readelf -dW " KZV_PLUGIN " | grep NEEDED")) {
+  for (const std::string &line : lines_of("readelf -dW " KZV_PLUGIN " | grep NEEDED")) {
+    const std::string library = last_word(line);
     const bool runtime = library == "[libstdc++.so.6]" || library == "[libgcc_s.so.1]" ||
                          library == "[libm.so.6]" || library == "[libc.so.6]" ||
                          library.starts_with("[ld-linux");
     EXPECT_TRUE(runtime) << library;
+  }
+}
+
+// 1.2.3 as a number that orders as versions do.
+int version_number(const std::string &text) {
+  int parts[3] = {};
+  std::sscanf(text.c_str(), "%d.%d.%d", &parts[0], &parts[1], &parts[2]);
+  return (parts[0] * 1000 + parts[1]) * 1000 + parts[2];
+}
+
+// What is undefined is looked for in those libraries, in no version that old systems lack: memcpy has had its
+// own since GLIBC 2.14; the conversion of doubles to text came with GLIBCXX 3.4.29, which is GCC 11.
+TEST(Library, RunsOnSystemsAsOldAsTheDocumentationSays) {
+  const std::pair<std::string, std::string> highest[] = {
+      {"GLIBC_", "2.14"}, {"GLIBCXX_", "3.4.29"}, {"CXXABI_", "1.3"}, {"GCC_", "3.4"}};
+  const auto undefined = lines_of("nm -D --undefined-only " KZV_PLUGIN);
+  EXPECT_GT(undefined.size(), 10U);
+  for (const std::string &line : undefined) {
+    if (line.find(" w ") != std::string::npos) continue;  // may be missing
+    const std::string version = line.substr(line.find('@') + 1);
+    bool known = false;
+    for (const auto &[name, limit] : highest) {
+      if (!version.starts_with(name)) continue;
+      known = version_number(version.substr(name.size())) <= version_number(limit);
+    }
+    EXPECT_TRUE(known) << line;
   }
 }
 
@@ -36,6 +69,54 @@ TEST(Library, RunsNothingAtLoadAndKeepsNothingPerThreadOrProcess) {
   // The compiler's own start-up code has one entry; constructors of ours would have more.
   EXPECT_EQ(shell("readelf -dW " KZV_PLUGIN " | grep -w INIT_ARRAYSZ | grep -ow '[0-9]* (bytes)'").out,
             std::to_string(sizeof(void *)) + " (bytes)\n");
+}
+
+// Code and tables are shared between processes, and nothing that is called through can be overwritten.
+TEST(Library, IsMappedSafely) {
+  const std::string segments = shell("readelf -lW " KZV_PLUGIN).out;
+  const std::string dynamic = shell("readelf -dW " KZV_PLUGIN).out;
+  EXPECT_NE(segments.find("GNU_RELRO"), std::string::npos);
+  EXPECT_NE(dynamic.find("BIND_NOW"), std::string::npos);
+  EXPECT_EQ(dynamic.find("TEXTREL"), std::string::npos);
+  EXPECT_EQ(lines_of("readelf -lW " KZV_PLUGIN " | grep GNU_STACK | grep -w RW").size(), 1U);
+  EXPECT_EQ(segments.find("RWE"), std::string::npos);
+}
+
+TEST(Library, IsSmall) {
+  const auto sizes = lines_of("size -B " KZV_PLUGIN " | awk 'NR == 2 { print $4 }'");
+  ASSERT_EQ(sizes.size(), 1U);
+  EXPECT_GT(std::stoi(sizes[0]), 50'000);
+  EXPECT_LT(std::stoi(sizes[0]), 256 * 1024);
+}
+
+// Whether an instruction needs more than every processor has that the library is built for.
+bool is_wide(const std::string &mnemonic) {
+  static const std::set<std::string_view> kOthers = {
+      "pshufb", "palignr", "pabsb",  "phaddw",   "pmaddubsw", "pmulhrsw", "ptest",     "pmulld",    "pminuw",
+      "pmaxuw", "pminud",  "pmaxud", "pminsb",   "pmaxsb",    "pblendvb", "pextrb",    "pinsrb",    "pextrd",
+      "pinsrd", "pextrq",  "pinsrq", "packusdw", "pcmpeqq",   "pcmpgtq",  "pcmpistri", "pcmpestri", "roundsd",
+      "lddqu",  "popcnt",  "lzcnt",  "andn",     "bextr",     "blsr",     "blsi",      "blsmsk",    "pdep",
+      "pext",   "shlx",    "shrx",   "sarx",     "rorx",      "mulx",     "bzhi"};
+  const bool vector = mnemonic.starts_with('v') && !mnemonic.starts_with("ver");
+  const bool mask = mnemonic.starts_with("kmov") || mnemonic.starts_with("kor");
+  return vector || mask || mnemonic.starts_with("pmovzx") || mnemonic.starts_with("pmovsx") ||
+         kOthers.contains(mnemonic);
+}
+
+TEST(Library, HasWideInstructionsOnlyWhereTheyAreChosenAtRunTime) {
+  std::string function;
+  int instructions = 0;
+  std::set<std::pair<std::string, std::string>> wide;  // function and mnemonic
+  for (const std::string &line : lines_of("objdump -d --no-show-raw-insn " KZV_PLUGIN)) {
+    if (line.ends_with(">:")) function = line.substr(line.find('<'));
+    const std::size_t tab = line.find('\t');
+    if (tab == std::string::npos) continue;
+    ++instructions;
+    const std::string mnemonic = line.substr(tab + 1, line.find(' ', tab) - tab - 1);
+    if (is_wide(mnemonic) && function.find("avx") == std::string::npos) wide.emplace(function, mnemonic);
+  }
+  EXPECT_GT(instructions, 5000);
+  EXPECT_EQ(wide, (std::set<std::pair<std::string, std::string>>()));
 }
 #endif
 
