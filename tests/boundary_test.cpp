@@ -255,6 +255,7 @@ TEST(Results, OutsideTheLimitsAreNilWithoutAnException) {
   auto *const nothing =
       probe.function<REALstringStruct *(double)>("BuildOfNothing(length as double) as string");
   EXPECT_EQ(text_of(probe.host.call(nothing, 1.0)), kNil);
+  EXPECT_EQ(probe.host.times_asked_for("REALBuildString"), 0);
   EXPECT_TRUE(probe.host.take_raised().empty());
 }
 
