@@ -5,6 +5,7 @@
 #include "abi.h"
 #include "frame/entry_points.h"
 #include "frame/methods.h"
+#include "level.h"
 
 namespace kzv {
 namespace {
@@ -35,6 +36,7 @@ void SeedRandomGenerator() {
 
 KZV_CALLED_BY_HOST void REALPluginMain(REALresolver resolver) {
   kzv::gResolver = resolver;
+  kzv::cpu::choose(*kzv::cpu::levels().back());
   kzv::TellVersions();
   kzv::SeedRandomGenerator();
   for (const REALmethodDefinition &method : kzv::globalMethods) kzv::REALRegisterMethod(&method);

@@ -52,6 +52,17 @@ void AddDecoded(UnicodeStringHandle &decoded, UnitView page) {
   }
 }
 
+// The text outside of tags, and `instead` for each byte within.
+void AddReplaced(AsciiStringHandle &page, ByteView text, ByteView instead) {
+  tags::TagScanner scanner(text);
+  while (scanner.next() && !page.dropped()) {
+    AddBinary(page, scanner.kept().data(), static_cast<std::int32_t>(scanner.kept().size()));
+    for (std::size_t i = 0; i < scanner.dropped() && !page.dropped(); ++i) {
+      AddBinary(page, instead.data(), static_cast<std::int32_t>(instead.size()));
+    }
+  }
+}
+
 // The initial block of the HTML builders.
 std::uint64_t PageRoom(UnitView text) { return std::uint64_t{text.size()} * 2 + 4096; }
 
@@ -126,13 +137,10 @@ REALstringStruct *RemoveHTMLTagsWith(REALstringStruct *text, REALstringStruct *r
     const ByteView bytes = page.utf8();
     const ByteView instead = tags::replacement_of(substitute.utf8());
     if (!kept.Create(std::uint64_t{bytes.size()} + 10)) return nullptr;
-    tags::TagScanner scanner(bytes);
-    while (scanner.next() && !kept.dropped()) {
-      AddBinary(kept, scanner.kept().data(), static_cast<std::int32_t>(scanner.kept().size()));
-      const std::size_t times = instead.empty() ? 0 : scanner.dropped();
-      for (std::size_t i = 0; i < times && !kept.dropped(); ++i) {
-        AddBinary(kept, instead.data(), static_cast<std::int32_t>(instead.size()));
-      }
+    if (instead.empty()) {
+      kept.AddInPlace([bytes](ByteBuffer room) { return tags::remove(bytes, room); });
+    } else {
+      AddReplaced(kept, bytes, instead);
     }
   }
   return kept.Finish();

@@ -2,19 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cassert>
-#include <cstring>
 #include <string_view>
 
-#include "find_byte.h"
+#include "marks.h"
 
 namespace kzv::sql {
 namespace {
-
-std::uint8_t *append(ByteView run, std::uint8_t *next) {
-  if (!run.empty()) std::memcpy(next, run.data(), run.size());
-  return next + run.size();
-}
 
 constexpr std::int16_t kNoEscape = -1;
 
@@ -46,91 +39,71 @@ constexpr bool is_quote(std::uint8_t byte) { return byte == '"' || byte == '\'';
 // The letter that `byte` is in lower case. Other bytes become others that are no letters.
 constexpr std::uint8_t lower(std::uint8_t byte) { return byte | 0x20; }
 
-// 1 if `bytes` begin with four letters in either case, else 0. Without branches and all in bytes, as
-// `is_stop`, so that many places are looked at together.
-constexpr std::uint8_t begins_with(const std::uint8_t *bytes, const char (&letters)[5]) {
-  std::uint8_t differing = 0;
-  for (std::size_t i = 0; i < 4; ++i) {
-    differing |= static_cast<std::uint8_t>(lower(bytes[i]) ^ static_cast<std::uint8_t>(letters[i]));
-  }
-  return differing == 0 ? 1 : 0;
-}
-
-// 1 if the scan stops at `bytes`: at a quote or at the first four letters of a keyword.
-constexpr std::uint8_t is_stop(const std::uint8_t *bytes) {
-  const std::uint8_t quote = is_quote(bytes[0]) ? 1 : 0;
-  return static_cast<std::uint8_t>(quote | begins_with(bytes, "true") | begins_with(bytes, "fals"));
-}
-
-// Where the first quote or the first four letters of a keyword stand from `at` on, or the end. Whether the
-// letters begin a word is for the caller to find out.
-std::size_t next_stop(ByteView sql, std::size_t at) {
-  constexpr std::size_t kBlock = 32;
-  constexpr std::size_t kAhead = 3;  // bytes behind a place that are looked at
-  for (; sql.size() - at >= kBlock + kAhead; at += kBlock) {
-    const std::uint8_t *const block = sql.data() + at;
-    std::uint8_t stops = 0;
-    for (std::size_t i = 0; i < kBlock; ++i) stops |= is_stop(block + i);
-    if (stops != 0) break;
-  }
-  while (at < sql.size() && (sql.size() - at > kAhead ? is_stop(&sql[at]) == 0 : !is_quote(sql[at]))) ++at;
-  return at;
-}
-
-// Whether the word at `at` is `word`, in letters of either case, between delimiters or the ends of the text.
-bool is_word(ByteView sql, std::size_t at, std::string_view word) {
-  const ByteView rest = sql.subspan(at);
-  if (rest.size() < word.size() || (at > 0 && !is_delimiter(sql[at - 1]))) return false;
+// Whether `rest` begins with `word`, in letters of either case, and the word ends there.
+bool begins_with_word(ByteView rest, std::string_view word) {
+  if (rest.size() < word.size()) return false;
   const bool same = std::equal(word.begin(), word.end(), rest.begin(), [](char letter, std::uint8_t byte) {
     return static_cast<std::uint8_t>(letter) == lower(byte);
   });
   return same && (rest.size() == word.size() || is_delimiter(rest[word.size()]));
 }
 
+// Marks the quotes and the words that begin like a keyword.
+class KeywordMarker {
+ public:
+  void operator()(const cpu::Piece &piece, cpu::Masks &marks) {
+    static constexpr cpu::ByteSet kDelimiters(is_delimiter);
+    static constexpr cpu::ByteSet kQuotes(is_quote);
+    static constexpr cpu::ByteSet kFirstLetters = cpu::bytes_in("tTfF");
+    cpu::Masks delimiters;
+    cpu::Masks letters;
+    find(piece, kDelimiters, delimiters);
+    find(piece, kQuotes, marks);
+    find(piece, kFirstLetters, letters);
+    for (std::size_t i = 0; i < piece.blocks; ++i) {
+      const std::uint64_t behind_delimiters = delimiters[i] << 1 | std::uint64_t{behind_delimiter_};
+      behind_delimiter_ = delimiters[i] >> 63 != 0;
+      marks[i] |= letters[i] & behind_delimiters;
+    }
+  }
+
+ private:
+  static void find(const cpu::Piece &piece, const cpu::ByteSet &set, cpu::Masks &masks) {
+    cpu::level().find(piece.text.data(), piece.blocks, set, masks.data());
+  }
+
+  bool behind_delimiter_ = true;  // a word may begin at the start of the text
+};
+
 }  // namespace
 
 std::size_t decode_mysql(ByteView input, ByteBuffer output) {
-  assert(output.size() >= input.size());
-  std::uint8_t *next = output.data();
-  for (std::size_t at = 0; at < input.size();) {
-    const std::size_t backslash = find_byte(input, '\\', at);
-    next = append(input.subspan(at, backslash - at), next);
-    // At the end of the text there is only one byte left, or none.
-    const ByteView pair = input.subspan(backslash, std::min<std::size_t>(2, input.size() - backslash));
-    const std::int16_t unescaped = pair.size() == 2 ? kUnescaped[pair[1]] : kNoEscape;
-    if (unescaped != kNoEscape) {
-      *next++ = static_cast<std::uint8_t>(unescaped);
-    } else {
-      next = append(pair, next);
-    }
-    at = backslash + pair.size();
-  }
-  return static_cast<std::size_t>(next - output.data());
+  static constexpr cpu::ByteSet kBackslash = cpu::bytes_in("\\");
+  const auto replace = [&](std::size_t at) {
+    const std::int16_t unescaped = at + 1 < input.size() ? kUnescaped[input[at + 1]] : kNoEscape;
+    if (unescaped == kNoEscape) return cpu::replaced_by('\\', at + 1);
+    return cpu::replaced_by(static_cast<std::uint8_t>(unescaped), at + 2);
+  };
+  return cpu::replace_in_set(input, kBackslash, replace, output);
 }
 
 std::size_t replace_booleans(ByteView sql, ByteBuffer output) {
-  assert(output.size() >= sql.size());
-  std::uint8_t *next = output.data();
-  std::size_t copied = 0;  // what stands before is in the output already
-  const auto replace = [&](std::size_t at, std::size_t length, std::uint8_t digit) {
-    next = append(sql.subspan(copied, at - copied), next);
-    *next++ = digit;
-    copied = at + length;
-    return copied;
-  };
-  for (std::size_t at = next_stop(sql, 0); at < sql.size(); at = next_stop(sql, at)) {
-    if (is_quote(sql[at])) {
-      at = std::min(find_byte(sql, sql[at], at + 1) + 1, sql.size());
-    } else if (is_word(sql, at, "true")) {
-      at = replace(at, 4, '1');
-    } else if (is_word(sql, at, "false")) {
-      at = replace(at, 5, '0');
-    } else {
-      ++at;
+  std::uint8_t open_quote = 0;
+  const auto replace = [&](std::size_t at) {
+    const std::uint8_t byte = sql[at];
+    if (is_quote(byte)) {
+      if (open_quote == 0) {
+        open_quote = byte;
+      } else if (open_quote == byte) {
+        open_quote = 0;
+      }
+    } else if (open_quote == 0) {
+      if (begins_with_word(sql.subspan(at), "true")) return cpu::replaced_by('1', at + 4);
+      if (begins_with_word(sql.subspan(at), "false")) return cpu::replaced_by('0', at + 5);
     }
-  }
-  next = append(sql.subspan(copied), next);
-  return static_cast<std::size_t>(next - output.data());
+    return cpu::replaced_by(byte, at + 1);
+  };
+  return cpu::replace_marked(sql, KeywordMarker(), replace, output);
 }
 
 }  // namespace kzv::sql

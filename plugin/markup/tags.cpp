@@ -1,6 +1,7 @@
 #include "tags.h"
 
 #include "find_byte.h"
+#include "marks.h"
 
 namespace kzv::tags {
 namespace {
@@ -42,6 +43,51 @@ bool TagScanner::next() {
     at_ = bracket;
   }
   return true;
+}
+
+namespace {
+
+// Bit k: whether an odd number of the bits up to the k-th is set.
+std::uint64_t parity_up_to_each(std::uint64_t bits) {
+  for (unsigned distance = 1; distance < 64; distance *= 2) bits ^= bits << distance;
+  return bits;
+}
+
+// Which bytes of a block are text outside of tags, by its brackets; keeps the nesting up to date.
+std::uint64_t outside_tags(std::uint64_t opening, std::uint64_t closing, std::uint32_t &nesting) {
+  std::uint64_t brackets = opening | closing;
+  if (nesting <= 1) {
+    // Where the two take turns, as nearly always, each bracket just changes the side.
+    const std::uint64_t inside = parity_up_to_each(brackets) ^ (0 - std::uint64_t{nesting});
+    if ((opening & ~inside) == 0 && (closing & inside) == 0) {
+      nesting = static_cast<std::uint32_t>(inside >> 63);
+      return ~(inside | brackets);
+    }
+  }
+  std::uint64_t outside = 0;
+  std::uint64_t ahead = ~std::uint64_t{0};  // from behind the last bracket on
+  for (; brackets != 0; brackets &= brackets - 1) {
+    const std::uint64_t bracket = brackets & (0 - brackets);
+    if (nesting == 0) outside |= ahead & (bracket - 1);
+    nesting += (opening & bracket) != 0 ? 1 : std::uint32_t{0} - 1;
+    ahead = ~(bracket | (bracket - 1));
+  }
+  return nesting == 0 ? outside | ahead : outside;
+}
+
+}  // namespace
+
+std::size_t remove(ByteView text, ByteBuffer output) {
+  static constexpr cpu::ByteSet kOpening = cpu::bytes_in("<");
+  static constexpr cpu::ByteSet kClosing = cpu::bytes_in(">");
+  std::uint32_t nesting = 0;  // may go below zero, that is, wrap
+  const auto choose = [&](const cpu::Piece &piece, cpu::Masks &kept) {
+    cpu::Masks closing;
+    cpu::level().find(piece.text.data(), piece.blocks, kOpening, kept.data());
+    cpu::level().find(piece.text.data(), piece.blocks, kClosing, closing.data());
+    for (std::size_t i = 0; i < piece.blocks; ++i) kept[i] = outside_tags(kept[i], closing[i], nesting);
+  };
+  return cpu::keep(text, choose, output);
 }
 
 ByteView replacement_of(ByteView text) { return until_zero(text); }

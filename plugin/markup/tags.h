@@ -35,6 +35,10 @@ class TagScanner {
   std::size_t dropped_ = 0;
 };
 
+// Writes the text without its tags: all that a TagScanner keeps. The output needs as many bytes as the text;
+// returns the number written.
+std::size_t remove(ByteView text, ByteBuffer output);
+
 // What is written in place of each dropped byte: the text up to its first zero byte or its end.
 ByteView replacement_of(ByteView text);
 

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "hex_digits.h"
+#include "marks.h"
 
 namespace kzv::quoted_printable {
 namespace {
@@ -173,31 +174,17 @@ std::size_t encode(ByteView input, std::int32_t line_length, ByteBuffer output) 
 
 std::size_t decode(ByteView input, ByteBuffer output) {
   assert(output.size() >= input.size());
-  // One range test vectorises where two more equality tests do not. The two bytes between LF and CR end a run
-  // needlessly and begin the next.
-  const auto goes_on = [](std::uint8_t byte) { return (byte < '\n' || byte > '\r') && byte != '='; };
-  std::size_t written = 0;
-  std::size_t at = 0;
-  while (at < input.size()) {
-    if (is_line_break(input[at])) {
-      output[written++] = '\n';
-      at = behind_line_break(input, at);
-    } else if (input[at] != '=') {
-      const std::size_t length = 1 + run_length(input, at + 1, goes_on);
-      std::memcpy(output.data() + written, input.data() + at, length);
-      written += length;
-      at += length;
-    } else if (at + 1 < input.size() && (is_line_break(input[at + 1]) || is_white_space(input[at + 1]))) {
-      at = behind_soft_break(input, at + 1);
-    } else {
-      if (input.size() - at >= 3 && is_hex_digit(input[at + 1]) && is_hex_digit(input[at + 2])) {
-        const unsigned value = kDigitValues[input[at + 1]] * 16U + kDigitValues[input[at + 2]];
-        output[written++] = static_cast<std::uint8_t>(value);
-      }
-      at = std::min(at + 3, input.size());
-    }
-  }
-  return written;
+  static constexpr cpu::ByteSet kMarked = cpu::bytes_in("=\r\n");
+  const auto replace = [&](std::size_t at) {
+    if (input[at] != '=') return cpu::replaced_by('\n', behind_line_break(input, at));
+    if (input.size() - at < 3) return cpu::dropped(input.size());  // nothing there could give a byte
+    const std::uint8_t high = input[at + 1];
+    const std::uint8_t low = input[at + 2];
+    if (is_line_break(high) || is_white_space(high)) return cpu::dropped(behind_soft_break(input, at + 1));
+    if (!is_hex_digit(high) || !is_hex_digit(low)) return cpu::dropped(at + 3);
+    return cpu::replaced_by(static_cast<std::uint8_t>(kDigitValues[high] << 4 | kDigitValues[low]), at + 3);
+  };
+  return cpu::replace_in_set(input, kMarked, replace, output);
 }
 
 }  // namespace kzv::quoted_printable

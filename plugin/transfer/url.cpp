@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "hex_digits.h"
+#include "marks.h"
 
 namespace kzv::url {
 namespace {
@@ -45,22 +46,18 @@ std::size_t encode(ByteView input, std::uint32_t options, ByteBuffer output) {
 
 std::size_t decode(ByteView input, std::uint32_t options, ByteBuffer output) {
   assert(output.size() >= input.size());
-  const std::uint8_t plus = (options & kSpaceIsPlus) != 0 ? ' ' : '+';
+  static constexpr cpu::ByteSet kEscape = cpu::bytes_in("%");
+  static constexpr cpu::ByteSet kEscapeAndPlus = cpu::bytes_in("%+");
   const auto digit_at = [&](std::size_t at) {
     return at < input.size() ? kDigitValues[input[at]] : std::uint8_t{0};
   };
-  std::size_t written = 0;
-  for (std::size_t i = 0; i < input.size(); ++i) {
-    std::uint8_t byte = input[i];
-    if (byte == '%') {
-      byte = static_cast<std::uint8_t>(digit_at(i + 1) << 4 | digit_at(i + 2));
-      i += 2;
-    } else if (byte == '+') {
-      byte = plus;
-    }
-    output[written++] = byte;
-  }
-  return written;
+  const auto replace = [&](std::size_t at) {
+    if (input[at] == '+') return cpu::replaced_by(' ', at + 1);
+    const auto byte = static_cast<std::uint8_t>(digit_at(at + 1) << 4 | digit_at(at + 2));
+    return cpu::replaced_by(byte, at + 3);
+  };
+  const cpu::ByteSet &marked = (options & kSpaceIsPlus) != 0 ? kEscapeAndPlus : kEscape;
+  return cpu::replace_in_set(input, marked, replace, output);
 }
 
 }  // namespace kzv::url

@@ -1,32 +1,51 @@
 #include "yenc.h"
 
-#include <cassert>
+#include <algorithm>
 
-#include "find_byte.h"
+#include "marks.h"
 
 namespace kzv::yenc {
 namespace {
 
-constexpr std::uint8_t kEscape = '=';
-constexpr unsigned kOffset = 42;
-constexpr unsigned kEscapedOffset = kOffset + 64;
+constexpr std::uint8_t kOffset = 42;
+constexpr std::uint8_t kEscapedOffset = 64;  // on top of the other
+
+// Of marks that each cancel one directly behind them, those that count: the first, third, ... of each run.
+// `carry` tells whether the last one of the block before counted.
+std::uint64_t counting(std::uint64_t marks, bool &carry) {
+  constexpr std::uint64_t kOdd = 0xAAAAAAAAAAAAAAAA;
+  marks &= ~std::uint64_t{carry};
+  const std::uint64_t starts = marks & ~(marks << 1);
+  // Added to a run, its start carries through and out of it.
+  const std::uint64_t runs_from_odd = marks & ~(marks + (starts & kOdd));
+  const std::uint64_t counted = (runs_from_odd & kOdd) | (marks & ~runs_from_odd & ~kOdd);
+  carry = (counted >> 63) != 0;
+  return counted;
+}
 
 }  // namespace
 
 std::size_t decode(ByteView input, ByteBuffer output) {
-  assert(output.size() >= input.size());
-  std::uint8_t *next = output.data();
-  while (!input.empty()) {
-    const ByteView run = input.first(find_byte(input, kEscape));
-    for (std::size_t i = 0; i < run.size(); ++i) next[i] = static_cast<std::uint8_t>(run[i] - kOffset);
-    next += run.size();
-    input = input.subspan(run.size());
-    if (input.empty()) break;
-    const std::uint8_t escaped = input.size() > 1 ? input[1] : std::uint8_t{0};
-    *next++ = static_cast<std::uint8_t>(escaped - kEscapedOffset);
-    input = input.subspan(input.size() > 1 ? 2 : 1);
-  }
-  return static_cast<std::size_t>(next - output.data());
+  static constexpr cpu::ByteSet kEscape = cpu::bytes_in("=");
+  bool carry = false;
+  const auto choose = [&](cpu::Piece &piece, cpu::Masks &kept) {
+    cpu::Masks escaped;
+    cpu::level().find(piece.text.data(), piece.blocks, kEscape, kept.data());
+    for (std::size_t i = 0; i < piece.blocks; ++i) {
+      const bool first_is_escaped = carry;
+      const std::uint64_t escapes = counting(kept[i], carry);
+      escaped[i] = escapes << 1 | std::uint64_t{first_is_escaped};
+      kept[i] = ~escapes;
+    }
+    for (std::uint8_t &byte : piece.text) byte = static_cast<std::uint8_t>(byte - kOffset);
+    cpu::level().add(piece.text.data(), piece.blocks, escaped.data(), 256 - kEscapedOffset);
+  };
+  std::size_t written = cpu::keep(input, choose, output);
+  const auto last_run =
+      std::find_if(input.rbegin(), input.rend(), [](std::uint8_t byte) { return byte != '='; });
+  const bool nothing_follows = (last_run - input.rbegin()) % 2 != 0;
+  if (nothing_follows) output[written++] = static_cast<std::uint8_t>(0 - kOffset - kEscapedOffset);
+  return written;
 }
 
 }  // namespace kzv::yenc

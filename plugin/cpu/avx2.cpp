@@ -1,0 +1,94 @@
+#include <array>
+#include <bit>
+#include <cstring>
+#include <immintrin.h>
+
+#include "levels.h"
+
+#define KZV_AVX2 __attribute__((target("avx2,bmi2,popcnt")))
+
+namespace kzv::cpu {
+namespace {
+
+// By eight mask bits: the numbers of those that are set, close together.
+using Order = std::array<std::uint8_t, 8>;
+constexpr std::array<Order, 256> kOrders = [] {
+  std::array<Order, 256> orders{};
+  for (unsigned mask = 0; mask < 256; ++mask) {
+    std::size_t count = 0;
+    for (std::uint8_t bit = 0; bit < 8; ++bit) {
+      if ((mask >> bit & 1) != 0) orders[mask][count++] = bit;
+    }
+  }
+  return orders;
+}();
+
+KZV_AVX2 __m256i twice(const std::array<std::uint8_t, 16> &row) {
+  return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(row.data())));
+}
+
+// A look-up gives 0 where the eighth bit of the byte is set: so each row of the set sees its own half alone.
+KZV_AVX2 std::uint32_t find_32(const std::uint8_t *bytes, __m256i ascii_rows, __m256i high_rows) {
+  const __m256i kBits = _mm256_set1_epi64x(static_cast<long long>(0x8040201008040201));
+  const __m256i text = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(bytes));
+  const __m256i high_text = _mm256_xor_si256(text, _mm256_set1_epi8(static_cast<char>(0x80)));
+  const __m256i rows =
+      _mm256_or_si256(_mm256_shuffle_epi8(ascii_rows, text), _mm256_shuffle_epi8(high_rows, high_text));
+  const __m256i nibbles = _mm256_and_si256(_mm256_srli_epi16(text, 4), _mm256_set1_epi8(7));
+  const __m256i bit = _mm256_shuffle_epi8(kBits, nibbles);
+  const __m256i found = _mm256_cmpeq_epi8(_mm256_and_si256(rows, bit), bit);
+  return static_cast<std::uint32_t>(_mm256_movemask_epi8(found));
+}
+
+KZV_AVX2 void find_avx2(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set,
+                        std::uint64_t *masks) {
+  const __m256i ascii_rows = twice(set.ascii_rows);
+  const __m256i high_rows = twice(set.high_rows);
+  for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
+    const std::uint64_t low = find_32(bytes, ascii_rows, high_rows);
+    masks[i] = low | std::uint64_t{find_32(bytes + 32, ascii_rows, high_rows)} << 32;
+  }
+}
+
+KZV_AVX2 std::size_t compact_avx2(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *kept,
+                                  std::uint8_t *output) {
+  std::uint8_t *next = output;
+  for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
+    const std::uint64_t mask = kept[i];
+    if (mask == ~std::uint64_t{0}) {
+      std::memcpy(next, bytes, kBlock);
+      next += kBlock;
+      continue;
+    }
+    for (unsigned part = 0; part < kBlock; part += 8) {
+      const auto bits = static_cast<std::uint8_t>(mask >> part);
+      const __m128i text = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(bytes + part));
+      const __m128i order = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(kOrders[bits].data()));
+      _mm_storel_epi64(reinterpret_cast<__m128i *>(next), _mm_shuffle_epi8(text, order));
+      next += __builtin_popcount(bits);
+    }
+  }
+  return static_cast<std::size_t>(next - output);
+}
+
+KZV_AVX2 void add_avx2(std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                       std::uint8_t amount) {
+  const __m256i kBits = _mm256_set1_epi64x(static_cast<long long>(0x8040201008040201));
+  const __m256i kBytes = _mm256_setr_epi64x(0, 0x0101010101010101, 0x0202020202020202, 0x0303030303030303);
+  const __m256i amounts = _mm256_set1_epi8(static_cast<char>(amount));
+  for (std::size_t i = 0; i < blocks; ++i) {
+    for (unsigned part = 0; part < kBlock; part += 32, bytes += 32) {
+      auto *const place = reinterpret_cast<__m256i *>(bytes);
+      const __m256i bits = _mm256_shuffle_epi8(_mm256_set1_epi32(static_cast<int>(where[i] >> part)), kBytes);
+      const __m256i chosen = _mm256_cmpeq_epi8(_mm256_and_si256(bits, kBits), kBits);
+      const __m256i added = _mm256_and_si256(amounts, chosen);
+      _mm256_storeu_si256(place, _mm256_add_epi8(_mm256_loadu_si256(place), added));
+    }
+  }
+}
+
+}  // namespace
+
+constexpr Level kAvx2 = {"avx2", find_avx2, compact_avx2, add_avx2};
+
+}  // namespace kzv::cpu

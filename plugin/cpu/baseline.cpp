@@ -1,0 +1,73 @@
+#include <cstring>
+#include <emmintrin.h>
+
+#include "levels.h"
+
+namespace kzv::cpu {
+namespace {
+
+// A byte lies in a range if its distance from the first is no more than that of the last.
+std::uint64_t find_16(__m128i bytes, const ByteSet &set) {
+  __m128i found = _mm_setzero_si128();
+  for (std::size_t i = 0; i < set.range_count; ++i) {
+    const ByteSet::Range range = set.ranges[i];
+    const __m128i distance = _mm_sub_epi8(bytes, _mm_set1_epi8(static_cast<char>(range.first)));
+    const __m128i limit = _mm_set1_epi8(static_cast<char>(range.last - range.first));
+    found = _mm_or_si128(found, _mm_cmpeq_epi8(_mm_min_epu8(distance, limit), distance));
+  }
+  return static_cast<std::uint64_t>(_mm_movemask_epi8(found));
+}
+
+void find(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set, std::uint64_t *masks) {
+  for (std::size_t i = 0; i < blocks; ++i) {
+    std::uint64_t mask = 0;
+    for (unsigned part = 0; part < kBlock; part += 16, bytes += 16) {
+      mask |= find_16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes)), set) << part;
+    }
+    masks[i] = mask;
+  }
+}
+
+std::size_t compact(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *kept,
+                    std::uint8_t *output) {
+  std::uint8_t *next = output;
+  for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
+    const std::uint64_t mask = kept[i];
+    if (mask == ~std::uint64_t{0}) {
+      std::memcpy(next, bytes, kBlock);
+      next += kBlock;
+    } else if (mask != 0) {
+      // Each byte is written; one that is dropped is overwritten by the next.
+      for (unsigned k = 0; k < kBlock; ++k) {
+        *next = bytes[k];
+        next += mask >> k & 1;
+      }
+    }
+  }
+  return static_cast<std::size_t>(next - output);
+}
+
+// 16 bits, each spread over a byte: all ones where it is set.
+__m128i spread_16(std::uint64_t bits) {
+  const __m128i kBits = _mm_set1_epi64x(static_cast<long long>(0x8040201008040201));
+  const __m128i low = _mm_set1_epi8(static_cast<char>(bits));
+  const __m128i high = _mm_set1_epi8(static_cast<char>(bits >> 8));
+  return _mm_cmpeq_epi8(_mm_and_si128(_mm_unpacklo_epi64(low, high), kBits), kBits);
+}
+
+void add(std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where, std::uint8_t amount) {
+  const __m128i amounts = _mm_set1_epi8(static_cast<char>(amount));
+  for (std::size_t i = 0; i < blocks; ++i) {
+    for (unsigned part = 0; part < kBlock; part += 16, bytes += 16) {
+      auto *const place = reinterpret_cast<__m128i *>(bytes);
+      const __m128i added = _mm_and_si128(amounts, spread_16(where[i] >> part));
+      _mm_storeu_si128(place, _mm_add_epi8(_mm_loadu_si128(place), added));
+    }
+  }
+}
+
+}  // namespace
+
+constexpr Level kBaseline = {"sse2", find, compact, add};
+
+}  // namespace kzv::cpu

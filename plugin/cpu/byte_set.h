@@ -1,0 +1,49 @@
+// Sets of byte values, in the forms in which the vector levels test for them.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace kzv::cpu {
+
+class ByteSet {
+ public:
+  // All bytes for which `belongs` is true. They may form at most 8 runs of neighbouring values.
+  template <typename Belongs>
+  consteval explicit ByteSet(Belongs belongs) {
+    for (unsigned byte = 0; byte < 256; ++byte) {
+      if (!belongs(static_cast<std::uint8_t>(byte))) continue;
+      auto &rows = byte < 0x80 ? ascii_rows : high_rows;
+      rows[byte & 15] |= static_cast<std::uint8_t>(1U << (byte >> 4 & 7));
+      const bool goes_on = range_count > 0 && ranges[range_count - 1].last + 1 == static_cast<int>(byte);
+      if (!goes_on) ranges[range_count++].first = static_cast<std::uint8_t>(byte);  // a ninth stops the build
+      ranges[range_count - 1].last = static_cast<std::uint8_t>(byte);
+    }
+  }
+
+  struct Range {
+    std::uint8_t first = 0;
+    std::uint8_t last = 0;
+  };
+  std::array<Range, 8> ranges{};
+  std::size_t range_count = 0;
+
+  // By the low four bits of a byte: one bit for each value of the next three. The eighth bit chooses between
+  // the two.
+  std::array<std::uint8_t, 16> ascii_rows{};
+  std::array<std::uint8_t, 16> high_rows{};
+};
+
+// The set of some bytes.
+template <std::size_t kSize>
+consteval ByteSet bytes_in(const char (&characters)[kSize]) {
+  return ByteSet([&](std::uint8_t byte) {
+    for (std::size_t i = 0; i + 1 < kSize; ++i) {
+      if (static_cast<std::uint8_t>(characters[i]) == byte) return true;
+    }
+    return false;
+  });
+}
+
+}  // namespace kzv::cpu

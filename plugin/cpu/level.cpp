@@ -1,0 +1,29 @@
+#include "level.h"
+
+#include <array>
+
+#include "levels.h"
+
+namespace kzv::cpu {
+namespace {
+
+const Level *current = &kBaseline;
+
+constexpr std::array<const Level *, 3> kAll = {&kBaseline, &kAvx2, &kAvx512};
+
+bool has_avx2() { return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2"); }
+bool has_avx512() {
+  return has_avx2() && __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi2");
+}
+
+}  // namespace
+
+std::span<const Level *const> levels() {
+  __builtin_cpu_init();
+  return std::span(kAll).first(has_avx512() ? 3 : has_avx2() ? 2 : 1);
+}
+
+const Level &level() { return *current; }
+void choose(const Level &chosen) { current = &chosen; }
+
+}  // namespace kzv::cpu

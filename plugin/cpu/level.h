@@ -1,0 +1,36 @@
+// The vector kernels, in one version for each generation of processors. They work on blocks of 64 bytes,
+// which need not be aligned, and tell and take what concerns single bytes as bits.
+#pragma once
+
+#include <span>
+
+#include "byte_set.h"
+
+namespace kzv::cpu {
+
+inline constexpr std::size_t kBlock = 64;
+
+struct Level {
+  const char *name;
+
+  // Sets bit k of masks[i] to whether byte 64 * i + k belongs to the set.
+  void (*find)(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set, std::uint64_t *masks);
+
+  // Moves together the bytes whose bits are set, and returns their number. The output has room for as many
+  // blocks; what is behind the bytes returned may be overwritten.
+  std::size_t (*compact)(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *kept,
+                         std::uint8_t *output);
+
+  // Adds `amount`, modulo 256, to the bytes whose bits are set.
+  void (*add)(std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where, std::uint8_t amount);
+};
+
+// Those that this processor has, the baseline first and the fastest last.
+std::span<const Level *const> levels();
+
+// The level that the kernels use: the baseline until another is chosen. The entry point chooses, before any
+// function can run.
+const Level &level();
+void choose(const Level &chosen);
+
+}  // namespace kzv::cpu
