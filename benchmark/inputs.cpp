@@ -5,9 +5,9 @@
 
 namespace kzv::bench {
 
-const Pieces kWords = {"the ", "quick ", "letter ", "of ",    "and ",  "to ",     "house, ", "river ",
-                       "a ",   "in ",    "which ",  "from ",  "an ",   "answer",  ". ",      "1995 ",
-                       "is ",  "water ", "before ", "people", " for ", "state; ", "number "};
+const Pieces kWords = {"the ", "quick ", "letter ", "of ",    "and ", "to ",     "house, ", "river ",
+                       "a ",   "in ",    "which ",  "from ",  "an ",  "answer",  ". ",      "1995 ",
+                       "is ",  "water ", "before ", "people", "for ", "state; ", "number "};
 const Pieces kMarkup = {
     "<p>", "</p>",   "<b>", "</b>", "<a href=\"page\">", "</a>", "<br />", "<div class=\"x\">",
     " & ", "</div>", "\n"};

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <glib.h>
 #include <libxml/HTMLparser.h>
-#include <libxml/parserInternals.h>
 #include <unicode/ucnv.h>
 
 #include "rivals.h"
@@ -115,15 +114,6 @@ REALstringStruct *QtDecode(REALstringStruct *s) {
       if (reader.readNext() == QXmlStreamReader::Characters) decoded += reader.text();
     }
     return decoded.toUtf8();
-  });
-}
-
-REALstringStruct *XmlDecode(REALstringStruct *s) {
-  return FromUtf8(s, kEncodingUTF8, [](std::string_view text) {
-    const std::unique_ptr<xmlParserCtxt, decltype(&xmlFreeParserCtxt)> context(xmlNewParserCtxt(),
-                                                                               xmlFreeParserCtxt);
-    return xml_text(
-        xmlStringDecodeEntities(context.get(), unsigned_chars(text), XML_SUBSTITUTE_REF, 0, 0, 0));
   });
 }
 
@@ -253,7 +243,6 @@ Methods markup() {
       RIVAL("ICU_EncodingLettersToHTML(s as string, options as integer) as string", IcuEncodeLetters),
       RIVAL("GLib_DecodingFromHTML(s as string) as string", GlibDecode),
       RIVAL("Qt_DecodingFromHTML(s as string) as string", QtDecode),
-      RIVAL("libxml2xml_DecodingFromHTML(s as string) as string", XmlDecode),
       RIVAL("libxml2_DecodingFromHTML(s as string) as string", HtmlDecode),
       RIVAL("loop_RemoveHTMLTags(s as string) as string", LoopRemoveTags),
       RIVAL("loop_RemoveHTMLTagsWith(s as string, instead as string) as string", LoopRemoveTagsWith),
