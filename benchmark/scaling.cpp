@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <latch>
+#include <numeric>
 #include <thread>
 
 #include "measure.h"
@@ -64,30 +66,34 @@ Growth worst_growth(Plugin &plugin, const Function &function) {
   return worst;
 }
 
-// Calls a second that so many threads make together. Each has a host of its own, on the same loaded plugin.
+// Calls a second that so many threads make at once. Each has a host of its own, on the same loaded plugin.
 double calls_per_second(Plugin &plugin, const Function &function, std::size_t threads) {
   constexpr double kSeconds = 0.1;
   const Arguments arguments = function.kinds[0].arguments(function.sizes.back());
   void *const address = address_of(plugin, function.declaration);
   std::vector<double> rates(threads);
+  std::latch ready(static_cast<std::ptrdiff_t>(threads));
   const auto work = [&](double &rate) {
     host::Host own;
     const Call call = function.prepare(own, address, arguments);
-    const auto times = static_cast<std::size_t>(std::max(1.0, kSeconds / seconds_for(call, 1)));
-    rate = static_cast<double>(times) / seconds_for(call, times);
+    // Also gets the thread the memory that its calls then use again.
+    const auto batch = static_cast<std::size_t>(std::max(1.0, kSeconds / 10 / least_seconds(call)));
+    ready.arrive_and_wait();
+    double seconds = 0;
+    std::size_t calls = 0;
+    for (; seconds < kSeconds; calls += batch) seconds += seconds_for(call, batch);
+    rate = static_cast<double>(calls) / seconds;
   };
   {
     std::vector<std::jthread> running;
     for (double &rate : rates) running.emplace_back(work, std::ref(rate));
   }
-  double sum = 0;
-  for (const double rate : rates) sum += rate;
-  return sum;
+  return std::accumulate(rates.begin(), rates.end(), 0.0);
 }
 
 double speed_up(Plugin &plugin, const Function &function) {
   double best = 0;
-  for (int round = 0; round < 3; ++round) {
+  for (int round = 0; round < 5; ++round) {
     best = std::max(best, calls_per_second(plugin, function, 2) / calls_per_second(plugin, function, 1));
   }
   return best;
