@@ -282,6 +282,24 @@ std::span<char, kRoom> text_room(ByteBuffer out) {
   return std::span<char, kRoom>(reinterpret_cast<char *>(out.data()), kRoom);
 }
 
+// The rivals do the job that our function is named after, without the ending, and sizes are bytes.
+Function row(const char *name, const std::string &declaration, Prepare prepare, Kernel kernel,
+             std::vector<Kind> kinds, Comparable comparable = nullptr) {
+  const std::size_t begin = declaration.starts_with('_') ? 1 : 0;
+  const std::string job = declaration.substr(begin, declaration.find("KZV(") - begin);
+  return {name, declaration, job, prepare, kernel, kSizes, std::move(kinds), comparable};
+}
+
+Function rivalled_as(const char *job, Function function) {
+  function.job = job;
+  return function;
+}
+
+Function in_sizes(const std::vector<std::size_t> &sizes, Function function) {
+  function.sizes = sizes;
+  return function;
+}
+
 std::vector<Function> make_functions() {
   constexpr REALencoding kBytes = kEncodingBytes;
   constexpr REALencoding kAscii = kEncodingASCII;
@@ -292,274 +310,197 @@ std::vector<Function> make_functions() {
   };
   const Pieces accents = kWords + kWords + kFrench;
   return {
-      {"URL encode",
-       "EncodingToURLKZV(s as string) as string",
-       "EncodingToURL",
-       prepare<S, S>,
-       [](const KernelInput &in, ByteBuffer out) { return url::encode(in.texts[0], 0, out); },
-       kSizes,
-       {of("typical", kUtf8, accents), of("worst", kBytes, kHighBytes), of("best", kAscii, kLetters)}},
-      {"URL decode",
-       "DecodingFromURLKZV(s as string) as string",
-       "DecodingFromURL",
-       prepare<S, S>,
-       [](const KernelInput &in, ByteBuffer out) { return url::decode(in.texts[0], 0, out); },
-       kSizes,
-       {of("typical", kAscii,
-           Pieces{"the%20", "house%2C", "river", "a%20", "%C3%A9t%C3%A9", "which%20", "1995"}),
-        of("worst", kAscii, kEscapesUrl), of("best", kAscii, kLetters)}},
-      {"hex encode",
-       "EncodingToHexKZV(s as string) as string",
-       "EncodingToHex",
-       prepare<S, S>,
-       [](const KernelInput &in, ByteBuffer out) { return hex::encode(in.texts[0], out); },
-       kSizes,
-       {made("typical", kBytes, random), of("worst", kBytes, single_bytes(0xAA, 0xFF)),
-        of("best", kBytes, {"0"})},
-       upper_case},
-      {"hex decode",
-       "DecodingFromHexKZV(s as string) as string",
-       "DecodingFromHex",
-       prepare<S, S>,
-       [](const KernelInput &in, ByteBuffer out) { return hex::decode(in.texts[0], out); },
-       kSizes,
-       {made("typical", kAscii, one_letter("0123456789ABCDEF")),
-        made("worst", kAscii, one_letter("0123456789ABCDEFabcdef")),
-        made("best", kAscii, one_letter("0123456789"))}},
-      {"HTML encode",
-       "EncodingToHTMLKZV(s as string, options as integer = 0) as string",
-       "EncodingToHTML",
-       prepare<S, S, I>,
-       [](const KernelInput &in, ByteBuffer out) { return html::encode(in.units, false, out).written; },
-       kSizes,
-       {of("typical", kUtf8, kWords + kWords + kMarkup, {0}), of("worst", kUtf8, {"<", ">", "&", "\""}, {0}),
-        of("best", kUtf8, kWords, {0}),
-        of("accents", kUtf8, accents + kRussian, {0}, {"GLib", "Qt", "libxml2special"})}},
-      {"HTML encode letters",
-       "EncodingToHTMLKZV(s as string, options as integer = 0) as string",
-       "EncodingLettersToHTML",
-       prepare<S, S, I>,
-       [](const KernelInput &in, ByteBuffer out) { return html::encode(in.units, true, out).written; },
-       kSizes,
-       {of("typical", kUtf8, kWords + kMarkup + kRussian, {1}), of("worst", kUtf8, kRussian, {1}),
-        of("best", kUtf8, kWords, {1}), of("accents", kUtf8, kFrench, {1}, {"ICU"})}},
-      {"HTML decode",
-       "DecodingFromHTMLKZV(s as string) as string",
-       "DecodingFromHTML",
-       prepare<S, S>,
-       decode_html,
-       kSizes,
-       {of("typical", kUtf8, kWords + kReferences), of("worst", kUtf8, kReferences),
-        of("best", kUtf8, kWords), of("accents", kUtf8, kWords + kNamedReferences, {}, {"GLib", "Qt"})}},
-      {"ISO-8859-1 encode",
-       "EncodingToISO8859KZV(s as string) as string",
-       "EncodingToISO8859",
-       prepare<S, S>,
-       [](const KernelInput &in, ByteBuffer out) {
-         return charsets::encode(in.units, charsets::kIso8859, out);
-       },
-       kSizes,
-       {of("typical", kUtf8, accents), of("worst", kUtf8, {"\u00e9", "\u00fc", "\u00a9"}),
-        of("best", kUtf8, kWords)}},
-      {"CP1252 encode",
-       "EncodingToCP1252KZV(s as string) as string",
-       "EncodingToCP1252",
-       prepare<S, S>,
-       [](const KernelInput &in, ByteBuffer out) {
-         return charsets::encode(in.units, charsets::kCp1252, out);
-       },
-       kSizes,
-       {of("typical", kUtf8, accents + Pieces{"\u20ac 5 ", "\u201cso\u201d ", "\u2013 "}),
-        of("worst", kUtf8, {"\u20ac", "\u201c", "\u00e9", "\u2122"}), of("best", kUtf8, kWords)}},
-      {"ISO-8859-1 decode",
-       "DecodingFromISO8859KZV(s as string) as string",
-       "DecodingFromISO8859",
-       prepare<S, S>,
-       decode_charset<charsets::kIso8859>,
-       kSizes,
-       {of("typical", kBytes, kWords + Pieces{"\xE9t\xE9 ", "gar\xE7on "}),
-        of("worst", kBytes, kLatin1Letters), of("best", kBytes, kWords)}},
-      {"CP1252 decode",
-       "DecodingFromCP1252KZV(s as string) as string",
-       "DecodingFromCP1252",
-       prepare<S, S>,
-       decode_charset<charsets::kCp1252>,
-       kSizes,
-       {of("typical", kBytes, kWords + Pieces{"\xE9t\xE9 ", "\x80 5 ", "\x93so\x94 "}),
-        of("worst", kBytes, {"\x80", "\x93", "\x99", "\xE9"}), of("best", kBytes, kWords)}},
-      {"tag removal",
-       "RemoveHTMLTagsKZV(AsciiTextWithTags as string) as string",
-       "RemoveHTMLTags",
-       prepare<S, S>,
-       remove_tags,
-       kSizes,
-       {of("typical", kUtf8, kWords + kMarkup), of("worst", kUtf8, {"<b>x</b>", "<i>", "y</i>"}),
-        of("best", kUtf8, kWords)}},
-      {"tag replacement",
-       "RemoveHTMLTagsWithKZV(AsciiTextWithTags as string, Replacement as string) as string",
-       "RemoveHTMLTagsWith",
-       prepare<S, S, S>,
-       remove_tags,
-       kSizes,
-       {of("typical", kUtf8, kWords + kMarkup, {ascii(" ")}),
-        of("worst", kUtf8, {"<b>x</b>", "<i>", "y</i>"}, {ascii("--")}),
-        of("best", kUtf8, kWords, {ascii(" ")})}},
-      {"SQL rewriting",
-       "SQLReplaceBooleanKZV(SQL as string) as string",
-       "SQLReplaceBoolean",
-       prepare<S, S>,
-       [](const KernelInput &in, ByteBuffer out) { return sql::replace_booleans(in.texts[0], out); },
-       kSizes,
-       {of("typical", kAscii, kSql), of("worst", kAscii, {"true,", "false,", "trust,", "''"}),
-        of("best", kAscii, {"SELECT ", "name, ", "= 12 ", "(x) "})}},
-      {"MySQL unescape",
-       "DecodingFromMySQLKZV(s as string) as string",
-       "DecodingFromMySQL",
-       prepare<S, S>,
-       [](const KernelInput &in, ByteBuffer out) { return sql::decode_mysql(in.texts[0], out); },
-       kSizes,
-       {of("typical", kUtf8, kWords + Pieces{"it\\'s ", "\\n"}), of("worst", kUtf8, kEscapesMySql),
-        of("best", kUtf8, kWords)}},
-      {"quoted-printable encode",
-       "EncodingToQuotedPrintableKZV(s as string, LineLen as integer = 72) as string",
-       "EncodingToQuotedPrintable",
-       prepare<S, S, I>,
-       [](const KernelInput &in, ByteBuffer out) { return quoted_printable::encode(in.texts[0], 72, out); },
-       kSizes,
-       {of("typical", kUtf8, kLines + kLines + kFrench, {72}), of("worst", kBytes, kHighBytes, {72}),
-        of("best", kUtf8, kLines, {72})},
-       without_soft_breaks},
-      {"quoted-printable decode",
-       "DecodingFromQuotedPrintableKZV(s as string) as string",
-       "DecodingFromQuotedPrintable",
-       prepare<S, S>,
-       [](const KernelInput &in, ByteBuffer out) { return quoted_printable::decode(in.texts[0], out); },
-       kSizes,
-       {of("typical", kAscii, kQuoted), of("worst", kAscii, kEscapesQuoted), of("best", kAscii, kLines)},
-       without_carriage_returns},
-      {"mail subject",
-       "EncodeEmailSubjectKZV(s as string) as string",
-       "EncodeEmailSubject",
-       prepare<S, S>,
-       [](const KernelInput &in, ByteBuffer out) { return mail_subject::encode(in.texts[0], out); },
-       kSizes,
-       {of("typical", kUtf8, accents), of("worst", kUtf8, {"\u00e9", "\u0434", "\u20ac"}),
-        of("best", kAscii, kLetters)},
-       decoded_subject},
-      {"yEnc decode",
-       "_yDecodeStringKZV(data as string) as string",
-       "yDecodeString",
-       prepare<S, S>,
-       [](const KernelInput &in, ByteBuffer out) { return yenc::decode(in.texts[0], out); },
-       kSizes,
-       {made("typical", kBytes, yenc_data), of("worst", kBytes, kEscapesYenc), of("best", kBytes, kLetters)}},
-      {"hex dump",
-       "HexstringKZV(input as string, hexlen as integer, linelen as integer, linestart as string, lineend as "
-       "string, "
-       "spacer as string,filler as string) as string",
-       "Hexstring",
-       prepare<S, S, I, I, S, S, S, S>,
-       dump,
-       kSizes,
-       {made("typical", kBytes, random, dump_shape(2, 16, "\n")),
-        made("worst", kBytes, random, dump_shape(1, 3, "\r\n")),
-        made("best", kBytes, random, dump_shape(64, 1, "\n"))}},
-      {"AND", "StringANDKZV(a as string,b as string) as string", "StringAND", prepare<S, S, S>,
-       [](const KernelInput &in, ByteBuffer out) {
-         return bitwise::and_bytes(in.texts[0], in.texts[1], out);
-       },
-       kSizes, masks(false)},
-      {"OR", "StringORKZV(a as string,b as string) as string", "StringOR", prepare<S, S, S>,
-       [](const KernelInput &in, ByteBuffer out) { return bitwise::or_bytes(in.texts[0], in.texts[1], out); },
-       kSizes, masks(false)},
-      {"XOR", "StringXORKZV(data as string, XorMask as string, MaskOffset as integer = 0) as string",
-       "StringXOR", prepare<S, S, S, I>,
-       [](const KernelInput &in, ByteBuffer out) {
-         return bitwise::xor_bytes(in.texts[0], in.texts[1], 0, out);
-       },
-       kSizes, masks(true)},
-      {"ASCII test 0", "IsASCIIStringKZV(s as string, mode as integer) as boolean", "IsASCIIString",
-       prepare<REALboolean, S, I>, ascii_test, kSizes, ascii_kinds(0, '\xE9')},
-      {"ASCII test 1", "IsASCIIStringKZV(s as string, mode as integer) as boolean", "IsASCIIString",
-       prepare<REALboolean, S, I>, ascii_test, kSizes, ascii_kinds(1, '\x01')},
-      {"ASCII test 2", "IsASCIIStringKZV(s as string, mode as integer) as boolean", "IsASCIIString",
-       prepare<REALboolean, S, I>, ascii_test, kSizes, ascii_kinds(2, '\x01')},
-      {"replace non-printables",
-       "ReplaceNonPrintableCharactersKZV(s as string, replacevalue as integer=46) as string",
-       "ReplaceNonPrintableCharacters",
-       prepare<S, S, I>,
-       [](const KernelInput &in, ByteBuffer out) {
-         return classification::replace_non_printable(in.texts[0], '.', out);
-       },
-       kSizes,
-       {of("typical", kUtf8, kLines + kFrench, {46}), of("worst", kBytes, kHighBytes, {46}),
-        of("best", kAscii, kLetters, {46})}},
-      {"HTML ready",
-       "StringIsHTMLreadyKZV(s as string) as boolean",
-       "StringIsHTMLready",
-       prepare<REALboolean, S>,
-       [](const KernelInput &in, ByteBuffer out) {
-         return number_out(html::is_html_ready(in.texts[0]), out);
-       },
-       kSizes,
-       {of("typical", kUtf8, kWords), made("worst", kUtf8, with_byte(kWords, '<', kLast)),
-        made("best", kUtf8, with_byte(kWords, '<', kFirst))}},
-      {"compare bytes",
-       "StrCompBytesKZV(a as string, b as string) as integer",
-       "StrCompBytes",
-       prepare<I, S, S>,
-       [](const KernelInput &in, ByteBuffer out) {
-         return number_out(ordering::compare(in.texts[0], in.texts[1]), out);
-       },
-       kSizes,
-       {differing("typical", kMiddle), differing("worst", kLast), differing("best", kFirst)}},
-      {"count letter",
-       "CountOccurancesKZV(s as string, find as string) as integer",
-       "CountLetter",
-       prepare<I, S, S>,
-       count,
-       kSizes,
-       {of("typical", kUtf8, kWords, {ascii("e")}), of("worst", kUtf8, {"a"}, {ascii("a")}),
-        of("best", kUtf8, kWords, {ascii("~")})}},
-      {"count word",
-       "CountOccurancesKZV(s as string, find as string) as integer",
-       "CountOccurances",
-       prepare<I, S, S>,
-       count,
-       kSizes,
-       {of("typical", kUtf8, kWords, {ascii("the ")}), of("worst", kUtf8, {"a"}, {ascii("aaaaaaab")}),
-        of("best", kUtf8, kWords, {ascii("~~~~")})}},
-      {"Jaro-Winkler", "JaroWinklerDistanceKZV(a as string, b as string) as double", "JaroWinklerDistance",
-       prepare<double, S, S>,
-       [](const KernelInput &in, ByteBuffer out) {
-         return number_out(*distance::jaro_winkler(in.wide[0], in.wide[1]), out);
-       },
-       kLetterCounts, distance_kinds()},
-      {"edit distance", "LevenshteinDistanceKZV(a as string, b as string) as double", "LevenshteinDistance",
-       prepare<double, S, S>,
-       [](const KernelInput &in, ByteBuffer out) {
-         return number_out(*distance::edit_distance(in.wide[0], in.wide[1]), out);
-       },
-       kLetterCounts, distance_kinds()},
-      {"number", "StrKZV(d as double) as string", "Str", prepare<S, double>,
-       [](const KernelInput &in, ByteBuffer out) {
-         return numbers::fixed(in.real, text_room<numbers::kFixedRoom>(out));
-       },
-       kNumber, number_kinds({})},
-      {"scientific number", "ScientificStrKZV(d as double, digits as integer) as string", "ScientificStr",
-       prepare<S, double, I>,
-       [](const KernelInput &in, ByteBuffer out) {
-         return numbers::scientific(in.real, in.integers[0], text_room<numbers::kScientificRoom>(out));
-       },
-       kNumber, number_kinds({6})},
-      {"concatenation",
-       "ConcatBinaryStringsKZV(a as string, b as string, c as string, d as string, e as string, f as string) "
-       "as string",
-       "ConcatBinaryStrings",
-       prepare<S, S, S, S, S, S, S>,
-       concat,
-       kSizes,
-       {six_parts("typical")}},
+      row("URL encode", "EncodingToURLKZV(s as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) { return url::encode(in.texts[0], 0, out); },
+          {of("typical", kUtf8, accents), of("worst", kBytes, kHighBytes), of("best", kAscii, kLetters)}),
+      row("URL decode", "DecodingFromURLKZV(s as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) { return url::decode(in.texts[0], 0, out); },
+          {of("typical", kAscii,
+              Pieces{"the%20", "house%2C", "river", "a%20", "%C3%A9t%C3%A9", "which%20", "1995"}),
+           of("worst", kAscii, kEscapesUrl), of("best", kAscii, kLetters)}),
+      row(
+          "hex encode", "EncodingToHexKZV(s as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) { return hex::encode(in.texts[0], out); },
+          {made("typical", kBytes, random), of("worst", kBytes, single_bytes(0xAA, 0xFF)),
+           of("best", kBytes, {"0"})},
+          upper_case),
+      row("hex decode", "DecodingFromHexKZV(s as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) { return hex::decode(in.texts[0], out); },
+          {made("typical", kAscii, one_letter("0123456789ABCDEF")),
+           made("worst", kAscii, one_letter("0123456789ABCDEFabcdef")),
+           made("best", kAscii, one_letter("0123456789"))}),
+      row("HTML encode", "EncodingToHTMLKZV(s as string, options as integer = 0) as string", prepare<S, S, I>,
+          [](const KernelInput &in, ByteBuffer out) { return html::encode(in.units, false, out).written; },
+          {of("typical", kUtf8, kWords + kWords + kMarkup, {0}),
+           of("worst", kUtf8, {"<", ">", "&", "\""}, {0}), of("best", kUtf8, kWords, {0}),
+           of("accents", kUtf8, accents + kRussian, {0}, {"GLib", "Qt", "libxml2special"})}),
+      rivalled_as(
+          "EncodingLettersToHTML",
+          row("HTML encode letters", "EncodingToHTMLKZV(s as string, options as integer = 0) as string",
+              prepare<S, S, I>,
+              [](const KernelInput &in, ByteBuffer out) { return html::encode(in.units, true, out).written; },
+              {of("typical", kUtf8, kWords + kMarkup + kRussian, {1}), of("worst", kUtf8, kRussian, {1}),
+               of("best", kUtf8, kWords, {1}), of("accents", kUtf8, kFrench, {1}, {"ICU"})})),
+      row("HTML decode", "DecodingFromHTMLKZV(s as string) as string", prepare<S, S>, decode_html,
+          {of("typical", kUtf8, kWords + kReferences), of("worst", kUtf8, kReferences),
+           of("best", kUtf8, kWords), of("accents", kUtf8, kWords + kNamedReferences, {}, {"GLib", "Qt"})}),
+      row("ISO-8859-1 encode", "EncodingToISO8859KZV(s as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return charsets::encode(in.units, charsets::kIso8859, out);
+          },
+          {of("typical", kUtf8, accents), of("worst", kUtf8, {"\u00e9", "\u00fc", "\u00a9"}),
+           of("best", kUtf8, kWords)}),
+      row("CP1252 encode", "EncodingToCP1252KZV(s as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return charsets::encode(in.units, charsets::kCp1252, out);
+          },
+          {of("typical", kUtf8, accents + Pieces{"\u20ac 5 ", "\u201cso\u201d ", "\u2013 "}),
+           of("worst", kUtf8, {"\u20ac", "\u201c", "\u00e9", "\u2122"}), of("best", kUtf8, kWords)}),
+      row("ISO-8859-1 decode", "DecodingFromISO8859KZV(s as string) as string", prepare<S, S>,
+          decode_charset<charsets::kIso8859>,
+          {of("typical", kBytes, kWords + Pieces{"\xE9t\xE9 ", "gar\xE7on "}),
+           of("worst", kBytes, kLatin1Letters), of("best", kBytes, kWords)}),
+      row("CP1252 decode", "DecodingFromCP1252KZV(s as string) as string", prepare<S, S>,
+          decode_charset<charsets::kCp1252>,
+          {of("typical", kBytes, kWords + Pieces{"\xE9t\xE9 ", "\x80 5 ", "\x93so\x94 "}),
+           of("worst", kBytes, {"\x80", "\x93", "\x99", "\xE9"}), of("best", kBytes, kWords)}),
+      row("tag removal", "RemoveHTMLTagsKZV(AsciiTextWithTags as string) as string", prepare<S, S>,
+          remove_tags,
+          {of("typical", kUtf8, kWords + kMarkup), of("worst", kUtf8, {"<b>x</b>", "<i>", "y</i>"}),
+           of("best", kUtf8, kWords)}),
+      row("tag replacement",
+          "RemoveHTMLTagsWithKZV(AsciiTextWithTags as string, Replacement as string) as string",
+          prepare<S, S, S>, remove_tags,
+          {of("typical", kUtf8, kWords + kMarkup, {ascii(" ")}),
+           of("worst", kUtf8, {"<b>x</b>", "<i>", "y</i>"}, {ascii("--")}),
+           of("best", kUtf8, kWords, {ascii(" ")})}),
+      row("SQL rewriting", "SQLReplaceBooleanKZV(SQL as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) { return sql::replace_booleans(in.texts[0], out); },
+          {of("typical", kAscii, kSql), of("worst", kAscii, {"true,", "false,", "trust,", "''"}),
+           of("best", kAscii, {"SELECT ", "name, ", "= 12 ", "(x) "})}),
+      row("MySQL unescape", "DecodingFromMySQLKZV(s as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) { return sql::decode_mysql(in.texts[0], out); },
+          {of("typical", kUtf8, kWords + Pieces{"it\\'s ", "\\n"}), of("worst", kUtf8, kEscapesMySql),
+           of("best", kUtf8, kWords)}),
+      row(
+          "quoted-printable encode",
+          "EncodingToQuotedPrintableKZV(s as string, LineLen as integer = 72) as string", prepare<S, S, I>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return quoted_printable::encode(in.texts[0], 72, out);
+          },
+          {of("typical", kUtf8, kLines + kLines + kFrench, {72}), of("worst", kBytes, kHighBytes, {72}),
+           of("best", kUtf8, kLines, {72})},
+          without_soft_breaks),
+      row(
+          "quoted-printable decode", "DecodingFromQuotedPrintableKZV(s as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) { return quoted_printable::decode(in.texts[0], out); },
+          {of("typical", kAscii, kQuoted), of("worst", kAscii, kEscapesQuoted), of("best", kAscii, kLines)},
+          without_carriage_returns),
+      row(
+          "mail subject", "EncodeEmailSubjectKZV(s as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return mail_subject::needs_encoding(in.texts[0]) ? mail_subject::encode(in.texts[0], out) : 0;
+          },
+          {of("typical", kUtf8, accents), of("worst", kUtf8, {"\u00e9", "\u0434", "\u20ac"}),
+           of("best", kAscii, kLetters)},
+          decoded_subject),
+      row("yEnc decode", "_yDecodeStringKZV(data as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) { return yenc::decode(in.texts[0], out); },
+          {made("typical", kBytes, yenc_data), of("worst", kBytes, kEscapesYenc),
+           of("best", kBytes, kLetters)}),
+      row("hex dump",
+          "HexstringKZV(input as string, hexlen as integer, linelen as integer, linestart as string, lineend "
+          "as string, spacer as string,filler as string) as string",
+          prepare<S, S, I, I, S, S, S, S>, dump,
+          {made("typical", kBytes, random, dump_shape(2, 16, "\n")),
+           made("worst", kBytes, random, dump_shape(1, 3, "\r\n")),
+           made("best", kBytes, random, dump_shape(64, 1, "\n"))}),
+      row(
+          "AND", "StringANDKZV(a as string,b as string) as string", prepare<S, S, S>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return bitwise::and_bytes(in.texts[0], in.texts[1], out);
+          },
+          masks(false)),
+      row(
+          "OR", "StringORKZV(a as string,b as string) as string", prepare<S, S, S>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return bitwise::or_bytes(in.texts[0], in.texts[1], out);
+          },
+          masks(false)),
+      row(
+          "XOR", "StringXORKZV(data as string, XorMask as string, MaskOffset as integer = 0) as string",
+          prepare<S, S, S, I>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return bitwise::xor_bytes(in.texts[0], in.texts[1], 0, out);
+          },
+          masks(true)),
+      row("ASCII test 0", "IsASCIIStringKZV(s as string, mode as integer) as boolean",
+          prepare<REALboolean, S, I>, ascii_test, ascii_kinds(0, '\xE9')),
+      row("ASCII test 1", "IsASCIIStringKZV(s as string, mode as integer) as boolean",
+          prepare<REALboolean, S, I>, ascii_test, ascii_kinds(1, '\x01')),
+      row("ASCII test 2", "IsASCIIStringKZV(s as string, mode as integer) as boolean",
+          prepare<REALboolean, S, I>, ascii_test, ascii_kinds(2, '\x01')),
+      row("replace non-printables",
+          "ReplaceNonPrintableCharactersKZV(s as string, replacevalue as integer=46) as string",
+          prepare<S, S, I>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return classification::replace_non_printable(in.texts[0], '.', out);
+          },
+          {of("typical", kUtf8, kLines + kFrench, {46}), of("worst", kBytes, kHighBytes, {46}),
+           of("best", kAscii, kLetters, {46})}),
+      row("HTML ready", "StringIsHTMLreadyKZV(s as string) as boolean", prepare<REALboolean, S>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return number_out(html::is_html_ready(in.texts[0]), out);
+          },
+          {of("typical", kUtf8, kWords), made("worst", kUtf8, with_byte(kWords, '<', kLast)),
+           made("best", kUtf8, with_byte(kWords, '<', kFirst))}),
+      row("compare bytes", "StrCompBytesKZV(a as string, b as string) as integer", prepare<I, S, S>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return number_out(ordering::compare(in.texts[0], in.texts[1]), out);
+          },
+          {differing("typical", kMiddle), differing("worst", kLast), differing("best", kFirst)}),
+      rivalled_as("CountLetter",
+                  row("count letter", "CountOccurancesKZV(s as string, find as string) as integer",
+                      prepare<I, S, S>, count,
+                      {of("typical", kUtf8, kWords, {ascii("e")}), of("worst", kUtf8, {"a"}, {ascii("a")}),
+                       of("best", kUtf8, kWords, {ascii("~")})})),
+      row("count word", "CountOccurancesKZV(s as string, find as string) as integer", prepare<I, S, S>, count,
+          {of("typical", kUtf8, kWords, {ascii("the ")}), of("worst", kUtf8, {"a"}, {ascii("aaaaaaab")}),
+           of("best", kUtf8, kWords, {ascii("~~~~")})}),
+      in_sizes(kLetterCounts,
+               row(
+                   "Jaro-Winkler", "JaroWinklerDistanceKZV(a as string, b as string) as double",
+                   prepare<double, S, S>,
+                   [](const KernelInput &in, ByteBuffer out) {
+                     return number_out(*distance::jaro_winkler(in.wide[0], in.wide[1]), out);
+                   },
+                   distance_kinds())),
+      in_sizes(kLetterCounts,
+               row(
+                   "edit distance", "LevenshteinDistanceKZV(a as string, b as string) as double",
+                   prepare<double, S, S>,
+                   [](const KernelInput &in, ByteBuffer out) {
+                     return number_out(*distance::edit_distance(in.wide[0], in.wide[1]), out);
+                   },
+                   distance_kinds())),
+      in_sizes(kNumber, row(
+                            "number", "StrKZV(d as double) as string", prepare<S, double>,
+                            [](const KernelInput &in, ByteBuffer out) {
+                              return numbers::fixed(in.real, text_room<numbers::kFixedRoom>(out));
+                            },
+                            number_kinds({}))),
+      in_sizes(kNumber, row(
+                            "scientific number", "ScientificStrKZV(d as double, digits as integer) as string",
+                            prepare<S, double, I>,
+                            [](const KernelInput &in, ByteBuffer out) {
+                              return numbers::scientific(in.real, in.integers[0],
+                                                         text_room<numbers::kScientificRoom>(out));
+                            },
+                            number_kinds({6}))),
+      row("concatenation",
+          "ConcatBinaryStringsKZV(a as string, b as string, c as string, d as string, e as string, f as "
+          "string) as string",
+          prepare<S, S, S, S, S, S, S>, concat, {six_parts("typical")}),
   };
 }
 

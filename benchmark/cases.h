@@ -31,6 +31,9 @@ struct Kind {
   std::vector<std::string> unfit_rivals = {};  // those whose result differs by definition
 };
 
+// What of two results has to agree; null: all.
+using Comparable = std::string (*)(const std::string &);
+
 struct Function {
   std::string name;
   std::string declaration;
@@ -39,7 +42,7 @@ struct Function {
   Kernel kernel;
   std::vector<std::size_t> sizes;
   std::vector<Kind> kinds;
-  std::string (*comparable)(const std::string &) = nullptr;  // what of two results has to agree; nothing: all
+  Comparable comparable;
 };
 
 // In the order of the table.
