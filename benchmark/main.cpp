@@ -85,6 +85,7 @@ int run(int argc, char **argv) {
   }
   set_up_measuring();
   const std::vector<Row> rows = measure_all(plugins, wanted);
+  if (rows.empty()) throw std::runtime_error("there is nothing to measure named " + filter);
   write_csv(rows, csv);
   print(rows);
   return 0;
