@@ -1,0 +1,533 @@
+#include "cases.h"
+
+#include <algorithm>
+#include <cstring>
+#include <gmime/gmime.h>
+
+#include "compare/bitwise.h"
+#include "compare/distance.h"
+#include "compare/numbers.h"
+#include "compare/ordering.h"
+#include "encodings.h"
+#include "markup/charsets.h"
+#include "markup/classification.h"
+#include "markup/html.h"
+#include "markup/sql.h"
+#include "markup/tags.h"
+#include "transfer/hex.h"
+#include "transfer/hex_dump.h"
+#include "transfer/mail_subject.h"
+#include "transfer/quoted_printable.h"
+#include "transfer/url.h"
+#include "transfer/yenc.h"
+
+namespace kzv::bench {
+namespace {
+
+using S = REALstringStruct *;
+using I = std::int32_t;
+using Pair = std::pair<std::string, std::string>;
+
+const std::vector<std::size_t> kSizes = {24, 1024, 65536, 1048576};
+const std::vector<std::size_t> kLetterCounts = {24, 1000, 16000};
+const std::vector<std::size_t> kNumber = {sizeof(double)};
+
+// Kinds of one text, drawn from pieces or made otherwise, with further arguments behind it.
+Kind made(const char *name, REALencoding encoding, std::function<std::string(std::size_t)> make,
+          const Arguments &further = {}, std::vector<std::string> unfit = {}) {
+  const auto arguments = [=](std::size_t size) {
+    Arguments all = {Text{make(size), encoding}};
+    all.insert(all.end(), further.begin(), further.end());
+    return all;
+  };
+  return {name, arguments, std::move(unfit)};
+}
+
+Kind of(const char *name, REALencoding encoding, const Pieces &pieces, const Arguments &further = {},
+        std::vector<std::string> unfit = {}) {
+  return made(
+      name, encoding, [pieces](std::size_t size) { return drawn(pieces, size); }, further, std::move(unfit));
+}
+
+// A text whose byte at `at(size)` is another.
+auto with_byte(const Pieces &pieces, char byte, std::size_t (*at)(std::size_t size)) {
+  return [=](std::size_t size) {
+    std::string text = drawn(pieces, size);
+    text[at(size)] = byte;
+    return text;
+  };
+}
+constexpr auto kFirst = [](std::size_t) { return std::size_t{0}; };
+constexpr auto kMiddle = [](std::size_t size) { return size / 2; };
+constexpr auto kLast = [](std::size_t size) { return size - 1; };
+
+Kind pair(const char *name, std::function<Pair(std::size_t)> make) {
+  return {name, [=](std::size_t size) {
+            auto [a, b] = make(size);
+            return Arguments{Text{std::move(a)}, Text{std::move(b)}};
+          }};
+}
+
+Text ascii(std::string bytes) { return {std::move(bytes), kEncodingASCII}; }
+
+const Pieces kLetters = single_bytes('a', 'z');
+const Pieces kHighBytes = single_bytes(0x80, 0xFF);
+const Pieces kLatin1Letters = single_bytes(0xA0, 0xFF);
+const Pieces kReferences = {"&amp;", "&lt;", "&gt;", "&quot;", "&#39;", "&#8364;", "&#x20AC;"};
+const Pieces kNamedReferences = {"&eacute;", "&ccedil;", "&euro;", "&alpha;", "&nbsp;", "&hellip;"};
+const Pieces kSql = {"SELECT ", "name, ",  "(true), ", "FROM t ", "WHERE x = ", "'it is true' ",
+                     "\"a\" ",  "false; ", "from a ",  "table ",  "= 12 ",      "OR "};
+const Pieces kEscapesMySql = {"\\n", "\\'", "\\\"", "\\\\", "\\0", "\\%", "\\Z"};
+const Pieces kEscapesUrl = {"%20", "%C3", "%A9", "%2F", "%3F", "%E2"};
+const Pieces kEscapesQuoted = {"=C3", "=A9", "=3D", "=20", "=E2"};
+const Pieces kEscapesYenc = {"=}", "=M", "=@", "=n"};
+const Pieces kLines = kWords + Pieces{"\r\n", "out\r\n"};
+
+// Lines of mail as an encoder left them: hard and soft breaks, here and there an escape.
+const Pieces kQuoted = kWords + kWords + Pieces{"out=20\r\n", "=C3=A9t=C3=A9", "end.\r\n", "and=\r\n"};
+
+std::string hex_digits(std::size_t size, std::string_view digits) {
+  Pieces pieces;
+  for (std::size_t i = 0; i < digits.size(); ++i) pieces.push_back(digits.substr(i, 1));
+  return drawn(pieces, size / 2 * 2 - 1) + "0";
+}
+
+// Random data as yEnc has it: every escape whole.
+std::string yenc_data(std::size_t size) {
+  std::string data = random_bytes(size);
+  data.back() = 'x';
+  return data;
+}
+
+std::vector<Kind> masks(bool with_offset) {
+  std::vector<Kind> kinds;
+  for (const auto &[name, length] :
+       {std::pair{"mask 1", 1}, {"mask 3", 3}, {"mask 8", 8}, {"mask 1000", 1000}}) {
+    Arguments further = {Text{random_bytes(static_cast<std::size_t>(length), 1), kEncodingBytes}};
+    if (with_offset) further.emplace_back(0);
+    kinds.push_back(made(
+        name, kEncodingBytes, [](std::size_t size) { return random_bytes(size); }, further));
+  }
+  return kinds;
+}
+
+std::vector<Kind> ascii_kinds(std::int32_t mode, char wrong) {
+  return {of("typical", kEncodingBytes, kWords, {mode}),
+          made("worst", kEncodingBytes, with_byte(kWords, wrong, kLast), {mode}),
+          made("best", kEncodingBytes, with_byte(kWords, wrong, kFirst), {mode})};
+}
+
+Kind differing(const char *name, std::size_t (*at)(std::size_t size)) {
+  return pair(name, [at](std::size_t size) {
+    return Pair{drawn(kWords, size), with_byte(kWords, '~', at)(size)};
+  });
+}
+
+// Texts alike; texts of other letters altogether; the same text twice.
+std::vector<Kind> distance_kinds() {
+  const auto words = [](std::size_t size) { return drawn(kWords, size); };
+  return {pair("typical",
+               [=](std::size_t size) {
+                 return Pair{words(size), edited(words(size))};
+               }),
+          pair("worst",
+               [](std::size_t size) {
+                 return Pair{drawn(single_bytes('a', 'm'), size), drawn(single_bytes('n', 'z'), size)};
+               }),
+          pair("best", [=](std::size_t size) {
+            return Pair{words(size), words(size)};
+          })};
+}
+
+std::vector<Kind> number_kinds(const Arguments &further) {
+  std::vector<Kind> kinds;
+  for (const auto &[name, number] :
+       {std::pair{"typical", 1234.56}, {"worst", 0.12345678901234568}, {"best", 5.0}}) {
+    Arguments all = {number};
+    all.insert(all.end(), further.begin(), further.end());
+    kinds.push_back({name, [all](std::size_t) { return all; }});
+  }
+  return kinds;
+}
+
+Arguments dump_shape(std::int32_t hexlen, std::int32_t linelen, const char *lineend) {
+  return {hexlen, linelen, ascii(""), ascii(lineend), ascii(" "), ascii(".")};
+}
+
+Kind six_parts(const char *name) {
+  return {name, [](std::size_t size) {
+            const std::string all = random_bytes(size);
+            Arguments parts;
+            for (std::size_t i = 0; i < 6; ++i) {
+              parts.emplace_back(
+                  Text{all.substr(size * i / 6, size * (i + 1) / 6 - size * i / 6), kEncodingBytes});
+            }
+            return parts;
+          }};
+}
+
+std::string upper_case(const std::string &text) {
+  std::string upper = text;
+  for (char &c : upper) c = c >= 'a' && c <= 'f' ? static_cast<char>(c - 32) : c;
+  return upper;
+}
+
+std::string without_carriage_returns(const std::string &text) {
+  std::string without = text;
+  std::erase(without, '\r');
+  return without;
+}
+
+std::string without_soft_breaks(const std::string &text) {
+  std::string without;
+  const std::string lines = without_carriage_returns(text);
+  for (std::size_t at = 0; at < lines.size(); ++at) {
+    if (lines.compare(at, 2, "=\n") != 0) {
+      without += lines[at];
+    } else {
+      ++at;
+    }
+  }
+  return without;
+}
+
+// GMime's own decoder loses what stands behind padding in base64, and takes each word's letters to be whole.
+std::string decoded_word(std::string payload, bool base64) {
+  std::ranges::replace(payload, '_', ' ');
+  std::string decoded(payload.size(), '\0');
+  GMimeEncoding state;
+  g_mime_encoding_init_decode(
+      &state, base64 ? GMIME_CONTENT_ENCODING_BASE64 : GMIME_CONTENT_ENCODING_QUOTEDPRINTABLE);
+  decoded.resize(g_mime_encoding_flush(&state, payload.data(), payload.size(), decoded.data()));
+  return decoded;
+}
+
+// White space between two encoded words does not count.
+std::string decoded_subject(const std::string &text) {
+  std::string decoded;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t word = std::min(text.find("=?", at), text.size());
+    const std::string between = text.substr(at, word - at);
+    if (at == 0 || between.find_first_not_of(" \r\n\t") != std::string::npos) decoded += between;
+    if (word == text.size()) break;
+    const std::size_t payload = text.find('?', word + 2) + 3;
+    const std::size_t end = text.find("?=", payload);
+    decoded += decoded_word(text.substr(payload, end - payload), (text[payload - 2] | 0x20) == 'b');
+    at = end + 2;
+  }
+  return decoded;
+}
+
+std::size_t decode_html(const KernelInput &in, ByteBuffer out) {
+  UnitView page = in.units;
+  std::uint8_t *next = out.data();
+  while (!page.empty()) {
+    const html::Reference reference = html::next_reference(page);
+    std::memcpy(next, page.data(), reference.start * 2);
+    next += reference.start * 2;
+    std::array<std::uint16_t, 2> units{};
+    const std::size_t count = reference.length > 0 ? html::to_units(reference.code_point, units) : 0;
+    std::memcpy(next, units.data(), count * 2);
+    next += count * 2;
+    page = page.subspan(reference.start + reference.length);
+  }
+  return static_cast<std::size_t>(next - out.data());
+}
+
+template <const charsets::Charset &kSet>
+std::size_t decode_charset(const KernelInput &in, ByteBuffer out) {
+  return 2 * charsets::decode(in.texts[0], kSet,
+                              {reinterpret_cast<std::uint16_t *>(out.data()), in.texts[0].size()});
+}
+
+std::size_t remove_tags(const KernelInput &in, ByteBuffer out) {
+  std::uint8_t *next = out.data();
+  for (tags::TagScanner scanner(in.texts[0]); scanner.next();) {
+    next = std::ranges::copy(scanner.kept(), next).out;
+    if (in.texts.size() < 2) continue;
+    for (std::size_t i = 0; i < scanner.dropped(); ++i) next = std::ranges::copy(in.texts[1], next).out;
+  }
+  return static_cast<std::size_t>(next - out.data());
+}
+
+std::size_t dump(const KernelInput &in, ByteBuffer out) {
+  const hex_dump::Shape shape = {in.integers[0], in.integers[1], in.texts[1],
+                                 in.texts[2],    in.texts[3],    in.texts[4]};
+  return hex_dump::dump(in.texts[0], shape, out);
+}
+
+std::size_t concat(const KernelInput &in, ByteBuffer out) {
+  std::uint8_t *next = out.data();
+  for (const ByteView text : in.texts) next = std::ranges::copy(text, next).out;
+  return static_cast<std::size_t>(next - out.data());
+}
+
+// A result that is no text, kept from being optimised away.
+template <typename Number>
+std::size_t number_out(Number number, ByteBuffer out) {
+  std::memcpy(out.data(), &number, sizeof number);
+  return sizeof number;
+}
+
+std::size_t count(const KernelInput &in, ByteBuffer out) {
+  return number_out(ordering::count(in.texts[0], in.texts[1]), out);
+}
+
+std::size_t ascii_test(const KernelInput &in, ByteBuffer out) {
+  return number_out(classification::is_ascii(in.texts[0], in.integers[0]), out);
+}
+
+template <std::size_t kRoom>
+std::span<char, kRoom> text_room(ByteBuffer out) {
+  return std::span<char, kRoom>(reinterpret_cast<char *>(out.data()), kRoom);
+}
+
+// The rivals do the job that our function is named after, without the ending, and sizes are bytes.
+Function row(const char *name, const std::string &declaration, Prepare prepare, Kernel kernel,
+             std::vector<Kind> kinds, Comparable comparable = nullptr) {
+  const std::size_t begin = declaration.starts_with('_') ? 1 : 0;
+  const std::string job = declaration.substr(begin, declaration.find("KZV(") - begin);
+  return {name, declaration, job, prepare, kernel, kSizes, std::move(kinds), comparable};
+}
+
+Function rivalled_as(const char *job, Function function) {
+  function.job = job;
+  return function;
+}
+
+Function in_sizes(const std::vector<std::size_t> &sizes, Function function) {
+  function.sizes = sizes;
+  return function;
+}
+
+std::vector<Function> make_functions() {
+  constexpr REALencoding kBytes = kEncodingBytes;
+  constexpr REALencoding kAscii = kEncodingASCII;
+  constexpr REALencoding kUtf8 = kEncodingUTF8;
+  const auto random = [](std::size_t size) { return random_bytes(size); };
+  const auto one_letter = [](const char *digits) {
+    return [=](std::size_t size) { return hex_digits(size, digits); };
+  };
+  const Pieces accents = kWords + kWords + kFrench;
+  return {
+      row("URL encode", "EncodingToURLKZV(s as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) { return url::encode(in.texts[0], 0, out); },
+          {of("typical", kUtf8, accents), of("worst", kBytes, kHighBytes), of("best", kAscii, kLetters)}),
+      row("URL decode", "DecodingFromURLKZV(s as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) { return url::decode(in.texts[0], 0, out); },
+          {of("typical", kAscii,
+              Pieces{"the%20", "house%2C", "river", "a%20", "%C3%A9t%C3%A9", "which%20", "1995"}),
+           of("worst", kAscii, kEscapesUrl), of("best", kAscii, kLetters)}),
+      row(
+          "hex encode", "EncodingToHexKZV(s as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) { return hex::encode(in.texts[0], out); },
+          {made("typical", kBytes, random), of("worst", kBytes, single_bytes(0xAA, 0xFF)),
+           of("best", kBytes, {"0"})},
+          upper_case),
+      row("hex decode", "DecodingFromHexKZV(s as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) { return hex::decode(in.texts[0], out); },
+          {made("typical", kAscii, one_letter("0123456789ABCDEF")),
+           made("worst", kAscii, one_letter("0123456789ABCDEFabcdef")),
+           made("best", kAscii, one_letter("0123456789"))}),
+      row("HTML encode", "EncodingToHTMLKZV(s as string, options as integer = 0) as string", prepare<S, S, I>,
+          [](const KernelInput &in, ByteBuffer out) { return html::encode(in.units, false, out).written; },
+          {of("typical", kUtf8, kWords + kWords + kMarkup, {0}),
+           of("worst", kUtf8, {"<", ">", "&", "\""}, {0}), of("best", kUtf8, kWords, {0}),
+           of("accents", kUtf8, accents + kRussian, {0}, {"GLib", "Qt", "libxml2special"})}),
+      rivalled_as(
+          "EncodingLettersToHTML",
+          row("HTML encode letters", "EncodingToHTMLKZV(s as string, options as integer = 0) as string",
+              prepare<S, S, I>,
+              [](const KernelInput &in, ByteBuffer out) { return html::encode(in.units, true, out).written; },
+              {of("typical", kUtf8, kWords + kMarkup + kRussian, {1}), of("worst", kUtf8, kRussian, {1}),
+               of("best", kUtf8, kWords, {1}), of("accents", kUtf8, kFrench, {1}, {"ICU"})})),
+      row("HTML decode", "DecodingFromHTMLKZV(s as string) as string", prepare<S, S>, decode_html,
+          {of("typical", kUtf8, kWords + kReferences), of("worst", kUtf8, kReferences),
+           of("best", kUtf8, kWords), of("accents", kUtf8, kWords + kNamedReferences, {}, {"GLib", "Qt"})}),
+      row("ISO-8859-1 encode", "EncodingToISO8859KZV(s as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return charsets::encode(in.units, charsets::kIso8859, out);
+          },
+          {of("typical", kUtf8, accents), of("worst", kUtf8, {"\u00e9", "\u00fc", "\u00a9"}),
+           of("best", kUtf8, kWords)}),
+      row("CP1252 encode", "EncodingToCP1252KZV(s as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return charsets::encode(in.units, charsets::kCp1252, out);
+          },
+          {of("typical", kUtf8, accents + Pieces{"\u20ac 5 ", "\u201cso\u201d ", "\u2013 "}),
+           of("worst", kUtf8, {"\u20ac", "\u201c", "\u00e9", "\u2122"}), of("best", kUtf8, kWords)}),
+      row("ISO-8859-1 decode", "DecodingFromISO8859KZV(s as string) as string", prepare<S, S>,
+          decode_charset<charsets::kIso8859>,
+          {of("typical", kBytes, kWords + Pieces{"\xE9t\xE9 ", "gar\xE7on "}),
+           of("worst", kBytes, kLatin1Letters), of("best", kBytes, kWords)}),
+      row("CP1252 decode", "DecodingFromCP1252KZV(s as string) as string", prepare<S, S>,
+          decode_charset<charsets::kCp1252>,
+          {of("typical", kBytes, kWords + Pieces{"\xE9t\xE9 ", "\x80 5 ", "\x93so\x94 "}),
+           of("worst", kBytes, {"\x80", "\x93", "\x99", "\xE9"}), of("best", kBytes, kWords)}),
+      row("tag removal", "RemoveHTMLTagsKZV(AsciiTextWithTags as string) as string", prepare<S, S>,
+          remove_tags,
+          {of("typical", kUtf8, kWords + kMarkup), of("worst", kUtf8, {"<b>x</b>", "<i>", "y</i>"}),
+           of("best", kUtf8, kWords)}),
+      row("tag replacement",
+          "RemoveHTMLTagsWithKZV(AsciiTextWithTags as string, Replacement as string) as string",
+          prepare<S, S, S>, remove_tags,
+          {of("typical", kUtf8, kWords + kMarkup, {ascii(" ")}),
+           of("worst", kUtf8, {"<b>x</b>", "<i>", "y</i>"}, {ascii("--")}),
+           of("best", kUtf8, kWords, {ascii(" ")})}),
+      row("SQL rewriting", "SQLReplaceBooleanKZV(SQL as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) { return sql::replace_booleans(in.texts[0], out); },
+          {of("typical", kAscii, kSql), of("worst", kAscii, {"true,", "false,", "trust,", "''"}),
+           of("best", kAscii, {"SELECT ", "name, ", "= 12 ", "(x) "})}),
+      row("MySQL unescape", "DecodingFromMySQLKZV(s as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) { return sql::decode_mysql(in.texts[0], out); },
+          {of("typical", kUtf8, kWords + Pieces{"it\\'s ", "\\n"}), of("worst", kUtf8, kEscapesMySql),
+           of("best", kUtf8, kWords)}),
+      row(
+          "quoted-printable encode",
+          "EncodingToQuotedPrintableKZV(s as string, LineLen as integer = 72) as string", prepare<S, S, I>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return quoted_printable::encode(in.texts[0], 72, out);
+          },
+          {of("typical", kUtf8, kLines + kLines + kFrench, {72}), of("worst", kBytes, kHighBytes, {72}),
+           of("best", kUtf8, kLines, {72})},
+          without_soft_breaks),
+      row(
+          "quoted-printable decode", "DecodingFromQuotedPrintableKZV(s as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) { return quoted_printable::decode(in.texts[0], out); },
+          {of("typical", kAscii, kQuoted), of("worst", kAscii, kEscapesQuoted), of("best", kAscii, kLines)},
+          without_carriage_returns),
+      row(
+          "mail subject", "EncodeEmailSubjectKZV(s as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return mail_subject::needs_encoding(in.texts[0]) ? mail_subject::encode(in.texts[0], out) : 0;
+          },
+          {of("typical", kUtf8, accents), of("worst", kUtf8, {"\u00e9", "\u0434", "\u20ac"}),
+           of("best", kAscii, kLetters)},
+          decoded_subject),
+      row("yEnc decode", "_yDecodeStringKZV(data as string) as string", prepare<S, S>,
+          [](const KernelInput &in, ByteBuffer out) { return yenc::decode(in.texts[0], out); },
+          {made("typical", kBytes, yenc_data), of("worst", kBytes, kEscapesYenc),
+           of("best", kBytes, kLetters)}),
+      row("hex dump",
+          "HexstringKZV(input as string, hexlen as integer, linelen as integer, linestart as string, lineend "
+          "as string, spacer as string,filler as string) as string",
+          prepare<S, S, I, I, S, S, S, S>, dump,
+          {made("typical", kBytes, random, dump_shape(2, 16, "\n")),
+           made("worst", kBytes, random, dump_shape(1, 3, "\r\n")),
+           made("best", kBytes, random, dump_shape(64, 1, "\n"))}),
+      row(
+          "AND", "StringANDKZV(a as string,b as string) as string", prepare<S, S, S>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return bitwise::and_bytes(in.texts[0], in.texts[1], out);
+          },
+          masks(false)),
+      row(
+          "OR", "StringORKZV(a as string,b as string) as string", prepare<S, S, S>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return bitwise::or_bytes(in.texts[0], in.texts[1], out);
+          },
+          masks(false)),
+      row(
+          "XOR", "StringXORKZV(data as string, XorMask as string, MaskOffset as integer = 0) as string",
+          prepare<S, S, S, I>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return bitwise::xor_bytes(in.texts[0], in.texts[1], 0, out);
+          },
+          masks(true)),
+      row("ASCII test 0", "IsASCIIStringKZV(s as string, mode as integer) as boolean",
+          prepare<REALboolean, S, I>, ascii_test, ascii_kinds(0, '\xE9')),
+      row("ASCII test 1", "IsASCIIStringKZV(s as string, mode as integer) as boolean",
+          prepare<REALboolean, S, I>, ascii_test, ascii_kinds(1, '\x01')),
+      row("ASCII test 2", "IsASCIIStringKZV(s as string, mode as integer) as boolean",
+          prepare<REALboolean, S, I>, ascii_test, ascii_kinds(2, '\x01')),
+      row("replace non-printables",
+          "ReplaceNonPrintableCharactersKZV(s as string, replacevalue as integer=46) as string",
+          prepare<S, S, I>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return classification::replace_non_printable(in.texts[0], '.', out);
+          },
+          {of("typical", kUtf8, kLines + kFrench, {46}), of("worst", kBytes, kHighBytes, {46}),
+           of("best", kAscii, kLetters, {46})}),
+      row("HTML ready", "StringIsHTMLreadyKZV(s as string) as boolean", prepare<REALboolean, S>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return number_out(html::is_html_ready(in.texts[0]), out);
+          },
+          {of("typical", kUtf8, kWords), made("worst", kUtf8, with_byte(kWords, '<', kLast)),
+           made("best", kUtf8, with_byte(kWords, '<', kFirst))}),
+      row("compare bytes", "StrCompBytesKZV(a as string, b as string) as integer", prepare<I, S, S>,
+          [](const KernelInput &in, ByteBuffer out) {
+            return number_out(ordering::compare(in.texts[0], in.texts[1]), out);
+          },
+          {differing("typical", kMiddle), differing("worst", kLast), differing("best", kFirst)}),
+      rivalled_as("CountLetter",
+                  row("count letter", "CountOccurancesKZV(s as string, find as string) as integer",
+                      prepare<I, S, S>, count,
+                      {of("typical", kUtf8, kWords, {ascii("e")}), of("worst", kUtf8, {"a"}, {ascii("a")}),
+                       of("best", kUtf8, kWords, {ascii("~")})})),
+      row("count word", "CountOccurancesKZV(s as string, find as string) as integer", prepare<I, S, S>, count,
+          {of("typical", kUtf8, kWords, {ascii("the ")}), of("worst", kUtf8, {"a"}, {ascii("aaaaaaab")}),
+           of("best", kUtf8, kWords, {ascii("~~~~")})}),
+      in_sizes(kLetterCounts,
+               row(
+                   "Jaro-Winkler", "JaroWinklerDistanceKZV(a as string, b as string) as double",
+                   prepare<double, S, S>,
+                   [](const KernelInput &in, ByteBuffer out) {
+                     return number_out(*distance::jaro_winkler(in.wide[0], in.wide[1]), out);
+                   },
+                   distance_kinds())),
+      in_sizes(kLetterCounts,
+               row(
+                   "edit distance", "LevenshteinDistanceKZV(a as string, b as string) as double",
+                   prepare<double, S, S>,
+                   [](const KernelInput &in, ByteBuffer out) {
+                     return number_out(*distance::edit_distance(in.wide[0], in.wide[1]), out);
+                   },
+                   distance_kinds())),
+      in_sizes(kNumber, row(
+                            "number", "StrKZV(d as double) as string", prepare<S, double>,
+                            [](const KernelInput &in, ByteBuffer out) {
+                              return numbers::fixed(in.real, text_room<numbers::kFixedRoom>(out));
+                            },
+                            number_kinds({}))),
+      in_sizes(kNumber, row(
+                            "scientific number", "ScientificStrKZV(d as double, digits as integer) as string",
+                            prepare<S, double, I>,
+                            [](const KernelInput &in, ByteBuffer out) {
+                              return numbers::scientific(in.real, in.integers[0],
+                                                         text_room<numbers::kScientificRoom>(out));
+                            },
+                            number_kinds({6}))),
+      row("concatenation",
+          "ConcatBinaryStringsKZV(a as string, b as string, c as string, d as string, e as string, f as "
+          "string) as string",
+          prepare<S, S, S, S, S, S, S>, concat, {six_parts("typical")}),
+  };
+}
+
+}  // namespace
+
+KernelInput::KernelInput(const Arguments &arguments) {
+  for (const Value &value : arguments) {
+    if (const Text *const text = std::get_if<Text>(&value)) {
+      texts.emplace_back(reinterpret_cast<const std::uint8_t *>(text->bytes.data()), text->bytes.size());
+      const std::string units_of =
+          host::convert(text->bytes, text->encoding, kEncodingUTF16).value_or(std::string());
+      if (texts.size() == 1) utf16 = units_of;
+      const UnitView view(reinterpret_cast<const Unit *>(units_of.data()), units_of.size() / 2);
+      std::vector<std::uint32_t> &letters = wide.emplace_back();
+      for (const Unit unit : view) letters.push_back(unit.value);
+    } else if (const std::int32_t *const integer = std::get_if<std::int32_t>(&value)) {
+      integers.push_back(*integer);
+    } else {
+      real = std::get<double>(value);
+    }
+  }
+  units = {reinterpret_cast<const Unit *>(utf16.data()), utf16.size() / 2};
+}
+
+const std::vector<Function> &functions() {
+  static const std::vector<Function> all = make_functions();
+  return all;
+}
+
+}  // namespace kzv::bench

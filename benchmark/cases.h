@@ -1,0 +1,51 @@
+// What is measured: each function, its inputs, its kernel, and what makes rivals comparable.
+#pragma once
+
+#include <functional>
+
+#include "bytes.h"
+#include "calls.h"
+#include "inputs.h"
+
+namespace kzv::bench {
+
+// A call's arguments as a kernel takes them.
+struct KernelInput {
+  explicit KernelInput(const Arguments &arguments);
+  KernelInput(const KernelInput &) = delete;
+  KernelInput &operator=(const KernelInput &) = delete;
+
+  std::vector<ByteView> texts;
+  UnitView units;  // the first text
+  std::vector<std::vector<std::uint32_t>> wide;
+  std::string utf16;  // what `units` shows
+  std::vector<std::int32_t> integers;
+  double real = 0;
+};
+using Kernel = std::size_t (*)(const KernelInput &in, ByteBuffer out);
+
+// A kind of input; `arguments` makes it in a size.
+struct Kind {
+  const char *name;
+  std::function<Arguments(std::size_t size)> arguments;
+  std::vector<std::string> unfit_rivals = {};  // those whose result differs by definition
+};
+
+// What of two results has to agree; null: all.
+using Comparable = std::string (*)(const std::string &);
+
+struct Function {
+  std::string name;
+  std::string declaration;
+  std::string job;  // what the names of its rivals end in
+  Prepare prepare;
+  Kernel kernel;
+  std::vector<std::size_t> sizes;
+  std::vector<Kind> kinds;
+  Comparable comparable;
+};
+
+// In the order of the table.
+const std::vector<Function> &functions();
+
+}  // namespace kzv::bench

@@ -1,0 +1,34 @@
+// What the benchmark's functions work on: the same bytes at every run.
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kzv::bench {
+
+using Pieces = std::vector<std::string_view>;
+
+// Pieces drawn at random, none of them cut; the rest of the `byte_count` bytes is filled with "x".
+std::string drawn(const Pieces &pieces, std::size_t byte_count);
+
+// Any bytes from `lowest` to 255.
+std::string random_bytes(std::size_t byte_count, unsigned lowest = 0);
+
+// The text with about one letter in 20 changed, left out or swapped with the next.
+std::string edited(std::string text);
+
+// One piece list after the other.
+Pieces operator+(Pieces a, const Pieces &b);
+
+// Words and what stands between them. `kWords` and `kMarkup` are ASCII, the others UTF-8.
+extern const Pieces kWords;
+extern const Pieces kMarkup;
+extern const Pieces kFrench;   // letters of ISO-8859-1 and with names in HTML
+extern const Pieces kRussian;  // letters without a name in HTML
+
+// Every byte from `first` to `last`, each a piece.
+Pieces single_bytes(unsigned char first, unsigned char last);
+
+}  // namespace kzv::bench

@@ -1,0 +1,104 @@
+// kzvbench: every function as a host calls it, against its kernel, other libraries and copying.
+#include <CLI/CLI.hpp>
+#include <benchmark/benchmark.h>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <malloc.h>
+#include <regex>
+
+#include "measure.h"
+#include "scaling.h"
+
+namespace kzv::bench {
+namespace {
+
+// Large results would otherwise be mapped from the system anew in some calls and not in others, depending on
+// what ran before.
+void keep_memory() {
+  mallopt(M_MMAP_THRESHOLD, 32 << 20);
+  mallopt(M_TRIM_THRESHOLD, 512 << 20);
+}
+
+void set_up_measuring() {
+  const char *arguments[] = {"kzvbench", "--benchmark_min_time=0.01", "--benchmark_repetitions=5",
+                             "--benchmark_enable_random_interleaving=true"};
+  int count = static_cast<int>(std::size(arguments));
+  benchmark::Initialize(&count, const_cast<char **>(arguments));
+}
+
+std::vector<Row> measure_all(Plugins &plugins, const std::regex &wanted) {
+  std::vector<Row> rows;
+  for (const Function &function : functions()) {
+    for (const Kind &kind : function.kinds) {
+      for (const std::size_t size : function.sizes) {
+        const std::string name = function.name + "/" + kind.name + "/" + std::to_string(size);
+        if (!std::regex_search(name, wanted)) continue;
+        std::cerr << name << "\n";
+        rows.push_back(measure(plugins, function, kind, size));
+      }
+    }
+  }
+  return rows;
+}
+
+void print(const std::vector<Row> &rows) {
+  std::printf("%-24s %-9s %8s %12s %8s %12s  %-12s %12s %8s %8s\n", "function", "input", "size", "ours ns",
+              "GB/s", "kernel ns", "best rival", "rival ns", "ratio", "memcpy");
+  for (const Row &row : rows) {
+    std::printf("%-24s %-9s %8zu %12.0f %8.3f %12.0f  %-12s %12.0f %8.2f %7.1f%%\n", row.function.c_str(),
+                row.kind.c_str(), row.size, row.whole, row.gigabytes_per_second(), row.kernel,
+                row.best_rival.c_str(), row.rival, row.ratio(), row.share_of_copy() * 100);
+  }
+}
+
+void write_csv(const std::vector<Row> &rows, const std::filesystem::path &file) {
+  std::ofstream out(file);
+  out << "function,input,size,ours_ns,ours_gb_per_s,kernel_ns,rival,rival_ns,ratio,memcpy_ns,memcpy_share\n";
+  for (const Row &row : rows) {
+    out << row.function << ',' << row.kind << ',' << row.size << ',' << row.whole << ','
+        << row.gigabytes_per_second() << ',' << row.kernel << ',' << row.best_rival << ',' << row.rival << ','
+        << row.ratio() << ',' << row.copy << ',' << row.share_of_copy() << '\n';
+  }
+  out.close();
+  if (!out) throw std::runtime_error("cannot write " + file.string());
+}
+
+int run(int argc, char **argv) {
+  std::string filter;
+  std::filesystem::path csv = KZV_RESULTS;
+  bool scaling = false;
+  CLI::App app("Measures every function against other libraries and copying.");
+  app.add_option("filter", filter, "measure only what this regular expression finds in FUNCTION/INPUT/SIZE");
+  app.add_option("--csv", csv, "the file that the table is written to")->capture_default_str();
+  app.add_flag("--scaling", scaling, "how time grows with size, and what a second thread brings");
+  CLI11_PARSE(app, argc, argv);
+
+  const std::regex wanted(filter);
+  keep_memory();
+  std::cout << circumstances() << std::endl;
+  Plugins plugins;
+  if (scaling) {
+    print_scaling(plugins.ours, wanted);
+    return 0;
+  }
+  set_up_measuring();
+  const std::vector<Row> rows = measure_all(plugins, wanted);
+  if (rows.empty()) throw std::runtime_error("there is nothing to measure named " + filter);
+  write_csv(rows, csv);
+  print(rows);
+  return 0;
+}
+
+}  // namespace
+}  // namespace kzv::bench
+
+int main(int argc, char **argv) {
+  try {
+    return kzv::bench::run(argc, argv);
+  } catch (const std::exception &failure) {
+    std::cerr << "kzvbench: " << failure.what() << "\n";
+    return 1;
+  }
+}

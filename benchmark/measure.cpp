@@ -1,0 +1,159 @@
+#include "measure.h"
+
+#include <algorithm>
+#include <benchmark/benchmark.h>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <stdexcept>
+
+namespace kzv::bench {
+namespace {
+
+// Gathers the least time of each benchmark's repetitions: what else the machine does only ever adds to it.
+class LeastTimes : public benchmark::BenchmarkReporter {
+ public:
+  bool ReportContext(const Context &) override { return true; }
+  void ReportRuns(const std::vector<Run> &runs) override {
+    for (const Run &run : runs) {
+      if (run.run_type != Run::RT_Iteration) continue;
+      const double time = run.GetAdjustedRealTime();
+      const auto [known, is_new] = times.emplace(run.run_name.function_name, time);
+      if (!is_new) known->second = std::min(known->second, time);
+    }
+  }
+
+  std::map<std::string, double> times;  // nanoseconds
+};
+
+using Repeat = std::function<void(std::size_t times)>;
+
+struct Timed {
+  std::string name;
+  Repeat repeat;
+};
+
+// A call by way of std::function costs a nanosecond or two, which counts where calls are that short.
+std::map<std::string, double> least_times(const std::vector<Timed> &all, std::size_t size) {
+  const std::size_t batch = size <= 24 ? 64 : 1;
+  for (const Timed &timed : all) {
+    benchmark::RegisterBenchmark(timed.name.c_str(), [&timed, batch](benchmark::State &state) {
+      while (state.KeepRunningBatch(static_cast<benchmark::IterationCount>(batch))) timed.repeat(batch);
+    });
+  }
+  LeastTimes reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  benchmark::ClearRegisteredBenchmarks();
+  return reporter.times;
+}
+
+// "GLib" of "GLib_EncodingToHTML(s as string, ...) as string"; empty when it does another job.
+std::string library_for(const std::string &job, const std::string &declaration) {
+  const std::string name = declaration.substr(0, declaration.find('('));
+  const std::size_t underscore = name.find('_');
+  return name.substr(underscore + 1) == job ? name.substr(0, underscore) : "";
+}
+
+void compare(const Outcome &ours, const Outcome &theirs, const Function &function, const std::string &where) {
+  const auto comparable = [&](const std::string &text) {
+    return function.comparable != nullptr ? function.comparable(text) : text;
+  };
+  const std::string expected = comparable(ours.text);
+  const std::string got = comparable(theirs.text);
+  if (expected == got && ours.encoding == theirs.encoding) return;
+  const auto at = static_cast<std::size_t>(std::ranges::mismatch(expected, got).in1 - expected.begin());
+  const auto excerpt = [at](const std::string &text) { return text.substr(at > 20 ? at - 20 : 0, 60); };
+  throw std::runtime_error(where + ": the results differ at byte " + std::to_string(at) + "\n  ours   " +
+                           excerpt(expected) + "\n  theirs " + excerpt(got));
+}
+
+// Whatever is measured of the kernel alone: one entry for each of its forms.
+std::vector<Timed> kernels(const Function &function, const KernelInput &input, ByteBuffer output) {
+  return {{"kernel", [&function, &input, output](std::size_t times) {
+             for (std::size_t i = 0; i < times; ++i) {
+               benchmark::DoNotOptimize(function.kernel(input, output));
+               benchmark::ClobberMemory();
+             }
+           }}};
+}
+
+Repeat copying(ByteBuffer from, ByteBuffer to) {
+  return [=](std::size_t times) {
+    for (std::size_t i = 0; i < times; ++i) {
+      std::memcpy(to.data(), from.data(), from.size());
+      benchmark::ClobberMemory();
+    }
+  };
+}
+
+std::string processor() {
+  std::ifstream info("/proc/cpuinfo");
+  for (std::string line; std::getline(info, line);) {
+    if (line.starts_with("model name")) return line.substr(line.find(':') + 2);
+  }
+  return "unknown processor";
+}
+
+}  // namespace
+
+std::string circumstances() {
+  const char *const commit = std::getenv("KZV_COMMIT");
+  return processor() + ", GCC " + __VERSION__ + ", commit " + (commit != nullptr ? commit : "unknown");
+}
+
+void *address_of(const Plugin &plugin, const std::string &declaration) {
+  for (const host::Method &method : plugin.host.methods()) {
+    if (method.declaration == declaration) return method.function;
+  }
+  throw std::runtime_error("not registered: " + declaration);
+}
+
+std::size_t bytes_of(const Arguments &arguments) {
+  std::size_t sum = 0;
+  for (const Value &value : arguments) {
+    const Text *const text = std::get_if<Text>(&value);
+    sum += text != nullptr ? text->bytes.size() : std::holds_alternative<double>(value) ? sizeof(double) : 0;
+  }
+  return sum;
+}
+
+Row measure(Plugins &plugins, const Function &function, const Kind &kind, std::size_t size) {
+  const Arguments arguments = kind.arguments(size);
+  const Call ours =
+      function.prepare(plugins.ours.host, address_of(plugins.ours, function.declaration), arguments);
+  const Outcome result = ours.outcome();
+  const KernelInput input(arguments);
+  const std::size_t bytes_read = bytes_of(arguments);
+  const std::size_t bytes_written = result.encoding != 0 ? result.text.size() : 0;
+  std::vector<std::uint8_t> output(bytes_read * 10 + 4096);
+  std::vector<std::uint8_t> from(bytes_read + bytes_written);
+  std::vector<std::uint8_t> to(from.size());
+
+  std::vector<Timed> all = {{"whole", ours.repeat}, {"memcpy", copying(from, to)}};
+  std::ranges::move(kernels(function, input, output), std::back_inserter(all));
+  std::vector<std::string> libraries;
+  for (const host::Method &method : plugins.rivals.host.methods()) {
+    const std::string library = library_for(function.job, method.declaration);
+    if (library.empty() || std::ranges::count(kind.unfit_rivals, library) > 0) continue;
+    const Call theirs = function.prepare(plugins.rivals.host, method.function, arguments);
+    compare(result, theirs.outcome(), function, function.name + ", " + kind.name + ", " + library);
+    all.push_back({library, theirs.repeat});
+    libraries.push_back(library);
+  }
+
+  const std::map<std::string, double> times = least_times(all, size);
+  const auto best =
+      std::ranges::min_element(libraries, {}, [&](const std::string &library) { return times.at(library); });
+  const bool rivalled = best != libraries.end();
+  return {function.name,
+          kind.name,
+          size,
+          bytes_read,
+          times.at("whole"),
+          times.at("kernel"),
+          rivalled ? *best : "",
+          rivalled ? times.at(*best) : 0,
+          times.at("memcpy")};
+}
+
+}  // namespace kzv::bench

@@ -1,0 +1,43 @@
+// Times of one function on one input: ours, its kernel's, its rivals' and that of copying as many bytes.
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "cases.h"
+
+namespace kzv::bench {
+
+struct Plugins {
+  Plugin ours{KZV_PLUGIN};
+  Plugin rivals{KZV_RIVALS};
+};
+
+struct Row {
+  std::string function;
+  std::string kind;
+  std::size_t size;
+  std::size_t bytes_read;
+  double whole;  // nanoseconds, as all of them
+  double kernel;
+  std::string best_rival;  // empty: there is none
+  double rival;
+  double copy;
+
+  double gigabytes_per_second() const { return static_cast<double>(bytes_read) / whole; }
+  double ratio() const { return rival / whole; }
+  double share_of_copy() const { return copy / whole; }
+};
+
+// What a table or a file is headed with: processor, compiler and commit.
+std::string circumstances();
+
+// The address of the registered function.
+void *address_of(const Plugin &plugin, const std::string &declaration);
+
+std::size_t bytes_of(const Arguments &arguments);
+
+// Throws std::runtime_error when a rival's result is not ours.
+Row measure(Plugins &plugins, const Function &function, const Kind &kind, std::size_t size);
+
+}  // namespace kzv::bench

@@ -1,0 +1,255 @@
+// Encoding: libxml2's htmlEncodeEntities and UTF8ToHtml write the same names and numbers as we do. GLib, Qt
+// and xmlEncodeSpecialChars leave letters above ASCII as they are, and ICU writes all of them as numbers, so
+// these four compete on texts without such letters or names. Apostrophes are avoided: most leave them.
+// Decoding: all but libxml2's HTML parser know the five names of XML only, and some of them read more than
+// text: tags are markup to a parser. Inputs for all hold the five and numbers.
+#include <QString>
+#include <QXmlStreamReader>
+#include <algorithm>
+#include <glib.h>
+#include <libxml/HTMLparser.h>
+#include <unicode/ucnv.h>
+
+#include "rivals.h"
+
+namespace kzv::rivals {
+namespace {
+
+using Char = xmlChar;
+
+QString to_qt(std::string_view text) {
+  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+LibraryText xml_text(Char *text) {
+  return {text, [](void *owned) { xmlFree(owned); }};
+}
+
+REALstringStruct *GlibEncode(REALstringStruct *s, std::int32_t) {
+  return FromUtf8(s, kEncodingASCII, [](std::string_view text) {
+    return LibraryText(g_markup_escape_text(text.data(), static_cast<gssize>(text.size())), g_free);
+  });
+}
+
+REALstringStruct *QtEncode(REALstringStruct *s, std::int32_t) {
+  return FromUtf8(s, kEncodingASCII,
+                  [](std::string_view text) { return to_qt(text).toHtmlEscaped().toUtf8(); });
+}
+
+REALstringStruct *XmlEncode(REALstringStruct *s, std::int32_t) {
+  return FromUtf8(s, kEncodingASCII, [](std::string_view text) {
+    return xml_text(xmlEncodeSpecialChars(nullptr, unsigned_chars(text)));
+  });
+}
+
+template <typename Encode>
+REALstringStruct *EncodeToHtml(REALstringStruct *s, Encode encode) {
+  return FromUtf8(s, kEncodingASCII, [=](std::string_view text) {
+    return written(text.size() * 8 + 16, [=](char *out) {
+      int in_length = static_cast<int>(text.size());
+      int out_length = in_length * 8 + 16;
+      encode(reinterpret_cast<unsigned char *>(out), &out_length, unsigned_chars(text), &in_length);
+      return out_length;
+    });
+  });
+}
+
+REALstringStruct *HtmlEncode(REALstringStruct *s, std::int32_t) {
+  return EncodeToHtml(s, [](unsigned char *out, int *room, const unsigned char *in, int *length) {
+    htmlEncodeEntities(out, room, in, length, '"');
+  });
+}
+
+REALstringStruct *HtmlEncodeLetters(REALstringStruct *s, std::int32_t) { return EncodeToHtml(s, UTF8ToHtml); }
+
+REALstringStruct *IcuEncodeLetters(REALstringStruct *s, std::int32_t) {
+  thread_local UConverter *const utf8 = [] {
+    UErrorCode error = U_ZERO_ERROR;
+    return ucnv_open("UTF-8", &error);
+  }();
+  thread_local UConverter *const ascii = [] {
+    UErrorCode error = U_ZERO_ERROR;
+    UConverter *const converter = ucnv_open("US-ASCII", &error);
+    ucnv_setFromUCallBack(converter, UCNV_FROM_U_CALLBACK_ESCAPE, UCNV_ESCAPE_XML_DEC, nullptr, nullptr,
+                          &error);
+    return converter;
+  }();
+  return FromUtf8(s, kEncodingASCII, [](std::string_view text) {
+    const std::size_t room = text.size() * 8 + 16;
+    return written(room, [=](char *out) {
+      UErrorCode error = U_ZERO_ERROR;
+      char *end = out;
+      const char *in = text.data();
+      ucnv_convertEx(ascii, utf8, &end, out + room, &in, in + text.size(), nullptr, nullptr, nullptr, nullptr,
+                     true, true, &error);
+      return end - out;
+    });
+  });
+}
+
+REALstringStruct *GlibDecode(REALstringStruct *s) {
+  return FromUtf8(s, kEncodingUTF8, [](std::string_view text) {
+    GMarkupParser parser{};
+    parser.text = [](GMarkupParseContext *, const gchar *some, gsize length, gpointer all, GError **) {
+      static_cast<std::string *>(all)->append(some, length);
+    };
+    std::string decoded;
+    GMarkupParseContext *const context =
+        g_markup_parse_context_new(&parser, GMarkupParseFlags(), &decoded, nullptr);
+    g_markup_parse_context_parse(context, "<a>", 3, nullptr);
+    g_markup_parse_context_parse(context, text.data(), static_cast<gssize>(text.size()), nullptr);
+    g_markup_parse_context_parse(context, "</a>", 4, nullptr);
+    g_markup_parse_context_free(context);
+    return decoded;
+  });
+}
+
+REALstringStruct *QtDecode(REALstringStruct *s) {
+  return FromUtf8(s, kEncodingUTF8, [](std::string_view text) {
+    QXmlStreamReader reader("<a>");
+    reader.addData(QByteArray::fromRawData(text.data(), static_cast<qsizetype>(text.size())));
+    reader.addData("</a>");
+    QString decoded;
+    while (!reader.atEnd()) {
+      if (reader.readNext() == QXmlStreamReader::Characters) decoded += reader.text();
+    }
+    return decoded.toUtf8();
+  });
+}
+
+REALstringStruct *HtmlDecode(REALstringStruct *s) {
+  return FromUtf8(s, kEncodingUTF8, [](std::string_view text) {
+    const std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> document(
+        htmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, "UTF-8",
+                       HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NODEFDTD),
+        xmlFreeDoc);
+    return xml_text(xmlNodeGetContent(xmlDocGetRootElement(document.get())));
+  });
+}
+
+// In nesting of brackets, as the depth of "<" over ">".
+std::string without_tags(std::string_view page, std::string_view replacement) {
+  std::string kept;
+  kept.reserve(page.size());
+  int depth = 0;
+  for (const char c : page) {
+    if (c == '<') {
+      ++depth;
+    } else if (c == '>') {
+      --depth;
+    } else if (depth == 0) {
+      kept.push_back(c);
+    } else {
+      kept.append(replacement);
+    }
+  }
+  return kept;
+}
+
+REALstringStruct *LoopRemoveTags(REALstringStruct *s) {
+  return FromUtf8(s, kEncodingUTF8, [](std::string_view page) { return without_tags(page, {}); });
+}
+
+REALstringStruct *LoopRemoveTagsWith(REALstringStruct *s, REALstringStruct *replacement) {
+  rbText instead(replacement);
+  return FromUtf8(s, kEncodingUTF8,
+                  [&](std::string_view page) { return without_tags(page, chars(instead.utf8())); });
+}
+
+bool separates(char c) {
+  return static_cast<unsigned char>(c) <= ' ' || static_cast<unsigned char>(c) >= 0x80 || c == '(' ||
+         c == ')' || c == ',' || c == ';';
+}
+
+bool is_word(std::string_view sql, std::size_t at, std::string_view word) {
+  if (sql.size() - at < word.size() || (at + word.size() < sql.size() && !separates(sql[at + word.size()])))
+    return false;
+  return std::equal(word.begin(), word.end(), sql.begin() + static_cast<std::ptrdiff_t>(at),
+                    [](char letter, char c) { return letter == (c | 0x20); });
+}
+
+REALstringStruct *LoopReplaceBooleans(REALstringStruct *s) {
+  rbText argument(s);
+  const std::string_view sql = chars(argument.ascii());
+  std::string rewritten;
+  rewritten.reserve(sql.size());
+  char quote = 0;
+  for (std::size_t at = 0; at < sql.size(); ++at) {
+    const char c = sql[at];
+    if (quote != 0) {
+      if (c == quote) quote = 0;
+    } else if (c == '\'' || c == '"') {
+      quote = c;
+    } else if ((c | 0x20) == 't' || (c | 0x20) == 'f') {
+      const bool is_true = (c | 0x20) == 't';
+      const std::string_view word = is_true ? "true" : "false";
+      if ((at == 0 || separates(sql[at - 1])) && is_word(sql, at, word)) {
+        rewritten.push_back(is_true ? '1' : '0');
+        at += word.size() - 1;
+        continue;
+      }
+    }
+    rewritten.push_back(c);
+  }
+  return REALBuildUnicodeString(rewritten.data(), static_cast<std::int64_t>(rewritten.size()), kEncodingUTF8);
+}
+
+char unescaped(char c) {
+  switch (c) {
+    case '0':
+      return '\0';
+    case 'b':
+      return '\b';
+    case 'n':
+      return '\n';
+    case 'r':
+      return '\r';
+    case 't':
+      return '\t';
+    case 'Z':
+      return 0x1A;
+    default:
+      return c;
+  }
+}
+
+REALstringStruct *LoopMySQL(REALstringStruct *s) {
+  return FromBytes(s, kEncodingBytes, [](std::string_view text) {
+    constexpr std::string_view kEscaped = "0'\"bnrtZ\\%_";
+    std::string plain;
+    plain.reserve(text.size());
+    for (std::size_t at = 0; at < text.size(); ++at) {
+      if (text[at] != '\\' || at + 1 == text.size()) {
+        plain.push_back(text[at]);
+      } else if (kEscaped.find(text[++at]) != std::string_view::npos) {
+        plain.push_back(unescaped(text[at]));
+      } else {
+        plain.append(text, at - 1, 2);
+      }
+    }
+    return plain;
+  });
+}
+
+}  // namespace
+
+Methods markup() {
+  static const REALmethodDefinition all[] = {
+      RIVAL("GLib_EncodingToHTML(s as string, options as integer) as string", GlibEncode),
+      RIVAL("Qt_EncodingToHTML(s as string, options as integer) as string", QtEncode),
+      RIVAL("libxml2special_EncodingToHTML(s as string, options as integer) as string", XmlEncode),
+      RIVAL("libxml2_EncodingToHTML(s as string, options as integer) as string", HtmlEncode),
+      RIVAL("libxml2_EncodingLettersToHTML(s as string, options as integer) as string", HtmlEncodeLetters),
+      RIVAL("ICU_EncodingLettersToHTML(s as string, options as integer) as string", IcuEncodeLetters),
+      RIVAL("GLib_DecodingFromHTML(s as string) as string", GlibDecode),
+      RIVAL("Qt_DecodingFromHTML(s as string) as string", QtDecode),
+      RIVAL("libxml2_DecodingFromHTML(s as string) as string", HtmlDecode),
+      RIVAL("loop_RemoveHTMLTags(s as string) as string", LoopRemoveTags),
+      RIVAL("loop_RemoveHTMLTagsWith(s as string, instead as string) as string", LoopRemoveTagsWith),
+      RIVAL("loop_SQLReplaceBoolean(s as string) as string", LoopReplaceBooleans),
+      RIVAL("loop_DecodingFromMySQL(s as string) as string", LoopMySQL),
+  };
+  return all;
+}
+
+}  // namespace kzv::rivals

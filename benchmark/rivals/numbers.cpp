@@ -1,0 +1,75 @@
+// Numbers as text. fmt, Qt and the C library leave ".0" out or write an exponent where we do not: the inputs
+// are of common size, and where a point is missing ".0" is added.
+#include <QByteArray>
+#include <QLocale>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <fmt/format.h>
+
+#include "rivals.h"
+
+namespace kzv::rivals {
+namespace {
+
+REALstringStruct *Built(std::string_view text) {
+  return REALBuildUnicodeString(text.data(), static_cast<std::int64_t>(text.size()), kEncodingASCII);
+}
+
+REALstringStruct *FmtStr(double d) {
+  fmt::memory_buffer text;
+  fmt::format_to(std::back_inserter(text), "{:#}", d);
+  return Built({text.data(), text.size()});
+}
+
+REALstringStruct *QtStr(double d) {
+  QByteArray text = QByteArray::number(d, 'f', QLocale::FloatingPointShortest);
+  if (!text.contains('.')) text += ".0";
+  return Built({text.data(), static_cast<std::size_t>(text.size())});
+}
+
+// The C library knows no shortest text: it is tried for.
+REALstringStruct *GlibcStr(double d) {
+  std::array<char, 64> text{};
+  int length = 0;
+  for (int digits = 15; digits <= 17; ++digits) {
+    length = std::snprintf(text.data(), text.size(), "%.*g", digits, d);
+    if (std::strtod(text.data(), nullptr) == d) break;
+  }
+  std::string shortest(text.data(), static_cast<std::size_t>(length));
+  if (shortest.find('.') == std::string::npos) shortest += ".0";
+  return Built(shortest);
+}
+
+REALstringStruct *FmtScientific(double d, std::int32_t digits) {
+  fmt::memory_buffer text;
+  fmt::format_to(std::back_inserter(text), "{:.{}e}", d, digits);
+  return Built({text.data(), text.size()});
+}
+
+REALstringStruct *QtScientific(double d, std::int32_t digits) {
+  const QByteArray text = QByteArray::number(d, 'e', digits);
+  return Built({text.data(), static_cast<std::size_t>(text.size())});
+}
+
+REALstringStruct *GlibcScientific(double d, std::int32_t digits) {
+  std::array<char, 64> text{};
+  const int length = std::snprintf(text.data(), text.size(), "%.*e", digits, d);
+  return Built({text.data(), static_cast<std::size_t>(length)});
+}
+
+}  // namespace
+
+Methods numbers() {
+  static const REALmethodDefinition all[] = {
+      RIVAL("fmt_Str(d as double) as string", FmtStr),
+      RIVAL("Qt_Str(d as double) as string", QtStr),
+      RIVAL("snprintf_Str(d as double) as string", GlibcStr),
+      RIVAL("fmt_ScientificStr(d as double, digits as integer) as string", FmtScientific),
+      RIVAL("Qt_ScientificStr(d as double, digits as integer) as string", QtScientific),
+      RIVAL("snprintf_ScientificStr(d as double, digits as integer) as string", GlibcScientific),
+  };
+  return all;
+}
+
+}  // namespace kzv::rivals
