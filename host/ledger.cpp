@@ -12,8 +12,8 @@ void Ledger::add_fault(std::string fault) {
 std::string Ledger::report() const {
   std::string text;
   for (const Account *account : {&strings, &objects, &records}) {
-    const std::int64_t taken = account->taken;
-    const std::int64_t given_back = account->given_back;
+    const std::int64_t taken = account->taken.value();
+    const std::int64_t given_back = account->given_back.value();
     if (taken == given_back) continue;
     text += std::string(account->name) + ": " + std::to_string(taken) + " taken, " +
             std::to_string(given_back) + " given back\n";

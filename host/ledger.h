@@ -1,11 +1,11 @@
 // What a plugin took from the host and what it gave back.
 #pragma once
 
-#include <atomic>
-#include <cstdint>
 #include <mutex>
 #include <string>
 #include <vector>
+
+#include "counter.h"
 
 namespace kzv::host {
 
@@ -15,8 +15,8 @@ class Ledger {
   // string-data records.
   struct Account {
     const char *name;
-    std::atomic<std::int64_t> taken{0};
-    std::atomic<std::int64_t> given_back{0};
+    Counter taken{};
+    Counter given_back{};
   };
   Account strings{"string references"};
   Account objects{"object references"};

@@ -29,17 +29,17 @@ void *allocate(std::size_t byte_count) {
 }  // namespace
 
 void References::take_for_plugin(Ledger::Account &account) {
-  ++all_;
-  ++of_plugin_;
-  ++account.taken;
+  all_.add(1);
+  of_plugin_.add(1);
+  account.taken.add(1);
 }
 
 bool References::give_up(Ledger::Account &account) {
-  if (of_plugin_.fetch_sub(1) < 1) {
-    ++of_plugin_;
+  if (of_plugin_.add(-1) < 1) {
+    of_plugin_.add(1);
     return false;
   }
-  ++account.given_back;
+  account.given_back.add(1);
   return true;
 }
 

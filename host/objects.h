@@ -1,13 +1,13 @@
 // The host's objects: strings, exceptions and memory blocks, counted by who holds them.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "abi.h"
+#include "counter.h"
 #include "ledger.h"
 
 namespace kzv::host {
@@ -16,10 +16,10 @@ namespace kzv::host {
 // back more than it took is found out instead of pulling the object away from under the host.
 class References {
  public:
-  void take_for_host() { ++all_; }
+  void take_for_host() { all_.add(1); }
   void take_for_plugin(Ledger::Account &account);
   // Both tell whether this was the last reference.
-  [[nodiscard]] bool drop_for_host() { return --all_ == 0; }
+  [[nodiscard]] bool drop_for_host() { return all_.add(-1) == 1; }
   [[nodiscard]] bool drop_for_plugin(Ledger &ledger, Ledger::Account &account);
   // The plugin's reference becomes the host's, as when a function returns it; false when the plugin has none.
   [[nodiscard]] bool pass_to_host(Ledger::Account &account);
@@ -27,8 +27,8 @@ class References {
  private:
   [[nodiscard]] bool give_up(Ledger::Account &account);
 
-  std::atomic<std::int32_t> all_{0};
-  std::atomic<std::int32_t> of_plugin_{0};
+  Counter all_;
+  Counter of_plugin_;
 };
 
 }  // namespace kzv::host

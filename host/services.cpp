@@ -41,7 +41,7 @@ struct Services::Functions {
     }
     record->reserved[0] = text.release();
     record->reserved[1] = const_cast<std::uint8_t *>(record->data);
-    ++host.ledger.records.taken;
+    host.ledger.records.taken.add(1);
     return boolean(true);
   }
 
@@ -49,7 +49,7 @@ struct Services::Functions {
     Host &host = Host::serving();
     const String text(static_cast<REALstringStruct *>(std::exchange(record->reserved[0], nullptr)));
     if (text != nullptr && record->data == record->reserved[1]) {
-      ++host.ledger.records.given_back;
+      host.ledger.records.given_back.add(1);
     } else {
       host.ledger.add_fault("the plugin disposed a string-data record that the host had not filled");
     }

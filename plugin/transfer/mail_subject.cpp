@@ -1,11 +1,11 @@
 #include "mail_subject.h"
 
-#include <algorithm>
 #include <cstring>
 #include <string_view>
 
 #include "find_byte.h"
 #include "hex_digits.h"
+#include "marks.h"
 
 namespace kzv::mail_subject {
 namespace {
@@ -32,9 +32,10 @@ std::uint8_t *append(std::string_view text, std::uint8_t *next) {
 }  // namespace
 
 bool needs_encoding(ByteView utf8) {
-  // The zero byte that ends the text is itself such a byte, so one scan finds whichever comes first.
-  const auto first = std::find_if(utf8.begin(), utf8.end(), [](std::uint8_t b) { return b < 32 || b > 127; });
-  return first != utf8.end() && *first != 0;
+  // The zero byte that ends the text is itself such a byte, so one search finds whichever comes first.
+  static constexpr cpu::ByteSet kNotPlain([](std::uint8_t byte) { return byte < 32 || byte > 127; });
+  const std::size_t first = cpu::MarkCursor(utf8, kNotPlain).next(0);
+  return first < utf8.size() && utf8[first] != 0;
 }
 
 std::uint64_t encoded_size(ByteView utf8) {

@@ -13,6 +13,7 @@ namespace {
 constexpr bool is_text(std::uint8_t byte) {
   return (byte >= ' ' && byte <= '~' && byte != '=') || byte == '\t';
 }
+constexpr bool is_no_text(std::uint8_t byte) { return !is_text(byte); }
 constexpr bool is_line_break(std::uint8_t byte) { return byte == '\r' || byte == '\n'; }
 constexpr bool is_white_space(std::uint8_t byte) { return byte == ' ' || byte == '\t'; }
 
@@ -29,22 +30,6 @@ consteval std::array<Class, 256> make_classes() {
 constexpr std::array<Class, 256> kClasses = make_classes();
 
 constexpr bool is_hex_digit(std::uint8_t byte) { return byte == '0' || kDigitValues[byte] != 0; }
-
-// How many bytes from `start` on satisfy `belongs`: whole blocks first, for which one answer is enough.
-// Blocks of 32, for GCC unrolls a loop over fewer before it could become vector code.
-template <typename Predicate>
-std::size_t run_length(ByteView input, std::size_t start, Predicate belongs) {
-  constexpr std::size_t kBlock = 32;
-  std::size_t at = start;
-  for (; input.size() - at >= kBlock; at += kBlock) {
-    const ByteView block = input.subspan(at, kBlock);
-    std::uint8_t stranger = 0;
-    for (const std::uint8_t byte : block) stranger |= static_cast<std::uint8_t>(!belongs(byte));
-    if (stranger != 0) break;
-  }
-  while (at < input.size() && belongs(input[at])) ++at;
-  return at - start;
-}
 
 // Position behind the line break at `at`: CR LF and LF CR are one break, CR CR and LF LF are two.
 std::size_t behind_line_break(ByteView input, std::size_t at) {
@@ -82,7 +67,7 @@ template <typename Output>
 class EncodeData {
  public:
   EncodeData(ByteView input, std::int32_t line_length, Output output)
-      : output_(output), input_(input), room_(line_room(line_length)) {}
+      : output_(output), input_(input), ends_of_text_(input, kNoText), room_(line_room(line_length)) {}
 
   auto encode() {
     bool has_line_breaks = false;
@@ -110,8 +95,9 @@ class EncodeData {
  private:
   // White space at the end of a line could get lost in transport, so it is escaped there.
   void encode_text() {
-    ByteView text = input_.subspan(position_, run_length(input_, position_, is_text));
-    position_ += text.size();
+    const std::size_t end = ends_of_text_.next(position_);
+    const ByteView text = input_.subspan(position_, end - position_);
+    position_ = end;
     const bool at_line_end = position_ < input_.size() && is_line_break(input_[position_]);
     if (at_line_end && is_white_space(text.back())) {
       emit_literally(text.first(text.size() - 1));
@@ -149,8 +135,11 @@ class EncodeData {
     output_line_break();
   }
 
+  static constexpr cpu::ByteSet kNoText{is_no_text};
+
   Output output_;
   ByteView input_;
+  cpu::MarkCursor ends_of_text_;
   std::size_t position_ = 0;
   std::size_t room_;
   std::size_t column_ = 0;  // at most the room or, on a line that is too short, one escape
@@ -158,7 +147,7 @@ class EncodeData {
 
 // Position behind a soft break whose "=" is followed, at `at`, by white space or the line break itself.
 std::size_t behind_soft_break(ByteView input, std::size_t at) {
-  at += run_length(input, at, [](std::uint8_t byte) { return !is_line_break(byte); });
+  while (at < input.size() && !is_line_break(input[at])) ++at;
   return at < input.size() ? behind_line_break(input, at) : at;
 }
 
