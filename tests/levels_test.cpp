@@ -58,12 +58,12 @@ TEST(Levels, CompactAndAddBitByBit) {
     for (std::size_t i = 0; i < kBlocks * kBlock; ++i) {
       const bool set = (masks[i / kBlock] >> i % kBlock & 1) != 0;
       if (set) kept.push_back(bytes.data()[i]);
-      added.push_back(static_cast<std::uint8_t>(bytes.data()[i] + (set ? 192 : 0)));
+      added.push_back(static_cast<std::uint8_t>(bytes.data()[i] + 7 + (set ? 192 : 0)));
     }
     const std::size_t count = level().compact(bytes.data(), kBlocks, masks.data(), output.data());
     ASSERT_EQ(std::vector(output.data(), output.data() + count), kept);
-    level().add(bytes.data(), kBlocks, masks.data(), 192);
-    ASSERT_EQ(std::vector(bytes.data(), bytes.data() + kBlocks * kBlock), added);
+    level().add(bytes.data(), kBlocks, masks.data(), 7, 192, output.data());
+    ASSERT_EQ(std::vector(output.data(), output.data() + kBlocks * kBlock), added);
   }
 }
 

@@ -23,6 +23,13 @@ constexpr std::array<Order, 256> kOrders = [] {
   return orders;
 }();
 
+KZV_AVX2 __m256i load(const std::uint8_t *bytes) {
+  return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(bytes));
+}
+KZV_AVX2 void store(std::uint8_t *bytes, __m256i vector) {
+  _mm256_storeu_si256(reinterpret_cast<__m256i *>(bytes), vector);
+}
+
 KZV_AVX2 __m256i twice(const std::array<std::uint8_t, 16> &row) {
   return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(row.data())));
 }
@@ -30,7 +37,7 @@ KZV_AVX2 __m256i twice(const std::array<std::uint8_t, 16> &row) {
 // A look-up gives 0 where the eighth bit of the byte is set: so each row of the set sees its own half alone.
 KZV_AVX2 std::uint32_t find_32(const std::uint8_t *bytes, __m256i ascii_rows, __m256i high_rows) {
   const __m256i kBits = _mm256_set1_epi64x(static_cast<long long>(0x8040201008040201));
-  const __m256i text = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(bytes));
+  const __m256i text = load(bytes);
   const __m256i high_text = _mm256_xor_si256(text, _mm256_set1_epi8(static_cast<char>(0x80)));
   const __m256i rows =
       _mm256_or_si256(_mm256_shuffle_epi8(ascii_rows, text), _mm256_shuffle_epi8(high_rows, high_text));
@@ -71,24 +78,49 @@ KZV_AVX2 std::size_t compact_avx2(const std::uint8_t *bytes, std::size_t blocks,
   return static_cast<std::size_t>(next - output);
 }
 
-KZV_AVX2 void add_avx2(std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
-                       std::uint8_t amount) {
+// 32 bits, each spread over a byte: all ones where it is set.
+KZV_AVX2 __m256i spread_32(std::uint64_t bits) {
   const __m256i kBits = _mm256_set1_epi64x(static_cast<long long>(0x8040201008040201));
   const __m256i kBytes = _mm256_setr_epi64x(0, 0x0101010101010101, 0x0202020202020202, 0x0303030303030303);
-  const __m256i amounts = _mm256_set1_epi8(static_cast<char>(amount));
-  for (std::size_t i = 0; i < blocks; ++i) {
-    for (unsigned part = 0; part < kBlock; part += 32, bytes += 32) {
-      auto *const place = reinterpret_cast<__m256i *>(bytes);
-      const __m256i bits = _mm256_shuffle_epi8(_mm256_set1_epi32(static_cast<int>(where[i] >> part)), kBytes);
-      const __m256i chosen = _mm256_cmpeq_epi8(_mm256_and_si256(bits, kBits), kBits);
-      const __m256i added = _mm256_and_si256(amounts, chosen);
-      _mm256_storeu_si256(place, _mm256_add_epi8(_mm256_loadu_si256(place), added));
-    }
+  const __m256i bytes = _mm256_shuffle_epi8(_mm256_set1_epi32(static_cast<int>(bits)), kBytes);
+  return _mm256_cmpeq_epi8(_mm256_and_si256(bytes, kBits), kBits);
+}
+
+KZV_AVX2 void add_avx2(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                       std::uint8_t everywhere, std::uint8_t there, std::uint8_t *output) {
+  const __m256i for_all = _mm256_set1_epi8(static_cast<char>(everywhere));
+  const __m256i for_some = _mm256_set1_epi8(static_cast<char>(there));
+  for (std::size_t at = 0; at < blocks * kBlock; at += 32) {
+    const __m256i some = _mm256_and_si256(for_some, spread_32(where[at / kBlock] >> at % kBlock));
+    store(output + at, _mm256_add_epi8(_mm256_add_epi8(load(bytes + at), for_all), some));
+  }
+}
+
+KZV_AVX2 __m256i is_at_most(__m256i bytes, int limit) {
+  return _mm256_cmpeq_epi8(_mm256_min_epu8(bytes, _mm256_set1_epi8(static_cast<char>(limit))), bytes);
+}
+
+KZV_AVX2 __m256i digit_values(__m256i text) {
+  const __m256i decimal = _mm256_sub_epi8(text, _mm256_set1_epi8('0'));
+  const __m256i letter =
+      _mm256_sub_epi8(_mm256_or_si256(text, _mm256_set1_epi8(0x20)), _mm256_set1_epi8('a'));
+  const __m256i letter_value = _mm256_add_epi8(letter, _mm256_set1_epi8(10));
+  return _mm256_or_si256(_mm256_and_si256(decimal, is_at_most(decimal, 9)),
+                         _mm256_and_si256(letter_value, is_at_most(letter, 5)));
+}
+
+KZV_AVX2 void unescape_avx2(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                            std::uint8_t *output) {
+  for (std::size_t at = 0; at < blocks * kBlock; at += 32) {
+    const __m256i high = _mm256_slli_epi16(digit_values(load(bytes + at + 1)), 4);
+    const __m256i number = _mm256_or_si256(high, digit_values(load(bytes + at + 2)));
+    const __m256i chosen = spread_32(where[at / kBlock] >> at % kBlock);
+    store(output + at, _mm256_blendv_epi8(load(bytes + at), number, chosen));
   }
 }
 
 }  // namespace
 
-constexpr Level kAvx2 = {"avx2", find_avx2, compact_avx2, add_avx2};
+constexpr Level kAvx2 = {"avx2", find_avx2, compact_avx2, add_avx2, unescape_avx2};
 
 }  // namespace kzv::cpu

@@ -34,23 +34,45 @@ KZV_AVX512 std::size_t compact_avx512(const std::uint8_t *bytes, std::size_t blo
   std::uint8_t *next = output;
   for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
     const __m512i text = _mm512_loadu_si512(bytes);
-    _mm512_storeu_si512(next, _mm512_maskz_compress_epi8(kept[i], text));
+    const bool whole = kept[i] == ~std::uint64_t{0};  // as most blocks are
+    _mm512_storeu_si512(next, whole ? text : _mm512_maskz_compress_epi8(kept[i], text));
     next += __builtin_popcountll(kept[i]);
   }
   return static_cast<std::size_t>(next - output);
 }
 
-KZV_AVX512 void add_avx512(std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
-                           std::uint8_t amount) {
-  const __m512i amounts = _mm512_set1_epi8(static_cast<char>(amount));
-  for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
-    const __m512i text = _mm512_loadu_si512(bytes);
-    _mm512_storeu_si512(bytes, _mm512_mask_add_epi8(text, where[i], text, amounts));
+KZV_AVX512 void add_avx512(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                           std::uint8_t everywhere, std::uint8_t there, std::uint8_t *output) {
+  const __m512i for_all = _mm512_set1_epi8(static_cast<char>(everywhere));
+  const __m512i for_some = _mm512_set1_epi8(static_cast<char>(there));
+  for (std::size_t at = 0; at < blocks * kBlock; at += kBlock) {
+    const __m512i text = _mm512_add_epi8(_mm512_loadu_si512(bytes + at), for_all);
+    _mm512_storeu_si512(output + at, _mm512_mask_add_epi8(text, where[at / kBlock], text, for_some));
+  }
+}
+
+KZV_AVX512 __m512i digit_values(__m512i text) {
+  const __m512i decimal = _mm512_sub_epi8(text, _mm512_set1_epi8('0'));
+  const __m512i letter =
+      _mm512_sub_epi8(_mm512_or_si512(text, _mm512_set1_epi8(0x20)), _mm512_set1_epi8('a'));
+  const __mmask64 is_decimal = _mm512_cmple_epu8_mask(decimal, _mm512_set1_epi8(9));
+  const __mmask64 is_letter = _mm512_cmple_epu8_mask(letter, _mm512_set1_epi8(5));
+  const __m512i values = _mm512_maskz_mov_epi8(is_decimal, decimal);
+  return _mm512_mask_add_epi8(values, is_letter, letter, _mm512_set1_epi8(10));
+}
+
+KZV_AVX512 void unescape_avx512(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                                std::uint8_t *output) {
+  for (std::size_t at = 0; at < blocks * kBlock; at += kBlock) {
+    const __m512i text = _mm512_loadu_si512(bytes + at);
+    const __m512i high = _mm512_slli_epi16(digit_values(_mm512_loadu_si512(bytes + at + 1)), 4);
+    const __m512i number = _mm512_or_si512(high, digit_values(_mm512_loadu_si512(bytes + at + 2)));
+    _mm512_storeu_si512(output + at, _mm512_mask_mov_epi8(text, where[at / kBlock], number));
   }
 }
 
 }  // namespace
 
-constexpr Level kAvx512 = {"avx512", find_avx512, compact_avx512, add_avx512};
+constexpr Level kAvx512 = {"avx512", find_avx512, compact_avx512, add_avx512, unescape_avx512};
 
 }  // namespace kzv::cpu

@@ -6,6 +6,11 @@
 namespace kzv::cpu {
 namespace {
 
+__m128i load(const std::uint8_t *bytes) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes)); }
+void store(std::uint8_t *bytes, __m128i vector) {
+  _mm_storeu_si128(reinterpret_cast<__m128i *>(bytes), vector);
+}
+
 // A byte lies in a range if its distance from the first is no more than that of the last.
 std::uint64_t find_16(__m128i bytes, const ByteSet &set) {
   __m128i found = _mm_setzero_si128();
@@ -22,7 +27,7 @@ void find(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set, std
   for (std::size_t i = 0; i < blocks; ++i) {
     std::uint64_t mask = 0;
     for (unsigned part = 0; part < kBlock; part += 16, bytes += 16) {
-      mask |= find_16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes)), set) << part;
+      mask |= find_16(load(bytes), set) << part;
     }
     masks[i] = mask;
   }
@@ -55,19 +60,42 @@ __m128i spread_16(std::uint64_t bits) {
   return _mm_cmpeq_epi8(_mm_and_si128(_mm_unpacklo_epi64(low, high), kBits), kBits);
 }
 
-void add(std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where, std::uint8_t amount) {
-  const __m128i amounts = _mm_set1_epi8(static_cast<char>(amount));
-  for (std::size_t i = 0; i < blocks; ++i) {
-    for (unsigned part = 0; part < kBlock; part += 16, bytes += 16) {
-      auto *const place = reinterpret_cast<__m128i *>(bytes);
-      const __m128i added = _mm_and_si128(amounts, spread_16(where[i] >> part));
-      _mm_storeu_si128(place, _mm_add_epi8(_mm_loadu_si128(place), added));
-    }
+void add(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where, std::uint8_t everywhere,
+         std::uint8_t there, std::uint8_t *output) {
+  const __m128i for_all = _mm_set1_epi8(static_cast<char>(everywhere));
+  const __m128i for_some = _mm_set1_epi8(static_cast<char>(there));
+  for (std::size_t at = 0; at < blocks * kBlock; at += 16) {
+    const __m128i some = _mm_and_si128(for_some, spread_16(where[at / kBlock] >> at % kBlock));
+    store(output + at, _mm_add_epi8(_mm_add_epi8(load(bytes + at), for_all), some));
+  }
+}
+
+__m128i is_at_most(__m128i bytes, int limit) {
+  return _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(static_cast<char>(limit))), bytes);
+}
+
+__m128i digit_values(__m128i text) {
+  const __m128i decimal = _mm_sub_epi8(text, _mm_set1_epi8('0'));
+  const __m128i letter = _mm_sub_epi8(_mm_or_si128(text, _mm_set1_epi8(0x20)), _mm_set1_epi8('a'));
+  const __m128i letter_value = _mm_add_epi8(letter, _mm_set1_epi8(10));
+  return _mm_or_si128(_mm_and_si128(decimal, is_at_most(decimal, 9)),
+                      _mm_and_si128(letter_value, is_at_most(letter, 5)));
+}
+
+void unescape(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+              std::uint8_t *output) {
+  for (std::size_t at = 0; at < blocks * kBlock; at += 16) {
+    const __m128i text = load(bytes + at);
+    // No value reaches bit 4, so that none crosses into the next byte.
+    const __m128i high = _mm_slli_epi16(digit_values(load(bytes + at + 1)), 4);
+    const __m128i number = _mm_or_si128(high, digit_values(load(bytes + at + 2)));
+    const __m128i chosen = spread_16(where[at / kBlock] >> at % kBlock);
+    store(output + at, _mm_or_si128(_mm_and_si128(chosen, number), _mm_andnot_si128(chosen, text)));
   }
 }
 
 }  // namespace
 
-constexpr Level kBaseline = {"sse2", find, compact, add};
+constexpr Level kBaseline = {"sse2", find, compact, add, unescape};
 
 }  // namespace kzv::cpu

@@ -21,8 +21,14 @@ struct Level {
   std::size_t (*compact)(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *kept,
                          std::uint8_t *output);
 
-  // Adds `amount`, modulo 256, to the bytes whose bits are set.
-  void (*add)(std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where, std::uint8_t amount);
+  // Writes the bytes with `everywhere` added and, where bits are set, `there` as well, modulo 256.
+  void (*add)(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+              std::uint8_t everywhere, std::uint8_t there, std::uint8_t *output);
+
+  // Writes the bytes and, where bits are set, the number that the two hex digits behind a byte make; what is
+  // no digit counts as 0. Two bytes behind the blocks are read.
+  void (*unescape)(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                   std::uint8_t *output);
 };
 
 // Those that this processor has, the baseline first and the fastest last.

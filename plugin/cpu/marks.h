@@ -54,24 +54,47 @@ class MarkCursor {
   std::array<std::uint64_t, 16> masks_;
 };
 
-// A part of a text, in memory of its own: whole blocks, with zeros behind the end of the text.
-struct Piece {
+// A part of a text: whole blocks, with zeros behind the end of the text. The two bytes behind the blocks can
+// be read as well.
+class Piece {
+ public:
   static constexpr std::size_t kBlocks = 16;
-
-  std::size_t start;  // of the piece in the text
-  std::size_t size;
-  std::size_t blocks;
-  alignas(kBlock) std::array<std::uint8_t, kBlocks * kBlock> text;
+  static constexpr std::size_t kReadBehind = 2;
 
   void load(ByteView input, std::size_t at) {
+    const std::size_t left = input.size() - at;
     start = at;
-    size = std::min(input.size() - at, text.size());
-    blocks = (size + kBlock - 1) / kBlock;
-    std::memcpy(text.data(), input.data() + at, size);
-    std::memset(text.data() + size, 0, blocks * kBlock - size);
+    blocks = left > kReadBehind ? std::min((left - kReadBehind) / kBlock, kBlocks) : 0;
+    size = blocks * kBlock;
+    text = input.data() + at;
+    if (blocks == 0) {
+      // The rest, at most a block and two bytes.
+      size = left;
+      blocks = (size + kBlock - 1) / kBlock;
+      std::memset(changed.data(), 0, 2 * kBlock + kReadBehind);
+      std::memcpy(changed.data(), text, size);
+      text = changed.data();
+    }
   }
+
+  // The text in memory of the piece's own, to be changed.
+  std::uint8_t *own() {
+    if (text != changed.data()) std::memcpy(changed.data(), text, blocks * kBlock + kReadBehind);
+    text = changed.data();
+    return changed.data();
+  }
+
+  std::size_t start = 0;  // of the piece in the text
+  std::size_t size = 0;
+  std::size_t blocks = 0;
+  const std::uint8_t *text = nullptr;
+  std::array<std::uint8_t, kBlocks * kBlock + kReadBehind> changed;
 };
 using Masks = std::array<std::uint64_t, Piece::kBlocks>;
+
+inline void find(const Piece &piece, const ByteSet &set, Masks &masks) {
+  level().find(piece.text, piece.blocks, set, masks.data());
+}
 
 // Writes those bytes of each piece that `choose(piece, kept)` leaves; it may change the piece's text first.
 // Bits behind the end of the text do not count. The output needs as many bytes as the input; returns the
@@ -86,12 +109,12 @@ std::size_t keep(ByteView input, Choose choose, ByteBuffer output) {
     piece.load(input, at);
     choose(piece, kept);
     if (piece.size == piece.blocks * kBlock) {
-      written += level().compact(piece.text.data(), piece.blocks, kept.data(), output.data() + written);
+      written += level().compact(piece.text, piece.blocks, kept.data(), output.data() + written);
     } else {
       // Whole blocks may not fit into the output.
+      std::array<std::uint8_t, 2 * kBlock> last;
       kept[piece.blocks - 1] &= bits_below(piece.size % kBlock);
-      std::array<std::uint8_t, sizeof piece.text> last;
-      const std::size_t count = level().compact(piece.text.data(), piece.blocks, kept.data(), last.data());
+      const std::size_t count = level().compact(piece.text, piece.blocks, kept.data(), last.data());
       std::memcpy(output.data() + written, last.data(), count);
       written += count;
     }
@@ -108,42 +131,43 @@ struct Replacement {
 constexpr Replacement replaced_by(std::uint8_t byte, std::size_t end) { return {end, true, byte}; }
 constexpr Replacement dropped(std::size_t end) { return {end, false, 0}; }
 
-// Replaces, from left to right, each byte that `mark(piece, marks)` marks as `replace(position)` says, and
-// copies the others. Marks among the bytes that a replacement takes in do not count. The output needs as many
-// bytes as the input; returns the number written.
-template <typename Mark, typename Replace>
-std::size_t replace_marked(ByteView input, Mark mark, Replace replace, ByteBuffer output) {
-  Masks marks;
-  std::size_t resume = 0;  // everything in front of it has been dealt with
-  const auto choose = [&](Piece &piece, Masks &kept) {
-    mark(piece, marks);
-    for (std::size_t i = 0; i < piece.blocks; ++i) {
-      const std::size_t base = piece.start + i * kBlock;
-      std::uint64_t left = bits_below(input.size() - base);  // to be kept, or to be looked at
-      if (resume > base) left &= ~bits_below(resume - base);
-      kept[i] = left;
-      left &= marks[i];
-      while (left != 0) {
-        const auto bit = static_cast<unsigned>(std::countr_zero(left));
-        const Replacement replacement = replace(base + bit);
-        resume = replacement.end;
-        piece.text[i * kBlock + bit] = replacement.byte;
-        const std::uint64_t taken = bits_below(resume - base) & ~bits_below(bit);
-        left &= ~taken;
-        kept[i] &= ~taken | std::uint64_t{replacement.kept} << bit;
-      }
+// In a piece: replaces, from left to right, each byte that is marked as `replace(position)` says, and leaves
+// the others. Marks among the bytes that a replacement takes in do not count. `resume` is the position in
+// front of which everything has been dealt with, by pieces before this one as well.
+template <typename Replace>
+void replace_in_piece(Piece &piece, const Masks &marks, std::size_t &resume, Replace replace, Masks &kept) {
+  for (std::size_t i = 0; i < piece.blocks; ++i) {
+    const std::size_t base = piece.start + i * kBlock;
+    kept[i] = resume > base ? ~bits_below(resume - base) : ~std::uint64_t{0};
+    std::uint64_t left = kept[i] & marks[i];
+    if (left == 0) continue;
+    std::uint8_t *const text = piece.own() + i * kBlock;
+    while (left != 0) {
+      const auto bit = static_cast<unsigned>(std::countr_zero(left));
+      const Replacement replacement = replace(base + bit);
+      resume = replacement.end;
+      text[bit] = replacement.byte;
+      const std::uint64_t taken = bits_below(resume - base) & ~bits_below(bit);
+      kept[i] &= ~taken | std::uint64_t{replacement.kept} << bit;
+      // Two steps, so that the next mark seldom has to wait for this one's end.
+      left &= left - 1;
+      if ((left & taken) != 0) left &= ~taken;
     }
-  };
-  return keep(input, choose, output);
+  }
 }
 
-// The same where a set of bytes is marked.
+// The same for a whole text, where a set of bytes is marked. The output needs as many bytes as the input;
+// returns the number written.
 template <typename Replace>
-std::size_t replace_in_set(ByteView input, const ByteSet &set, Replace replace, ByteBuffer output) {
-  const auto mark = [&](const Piece &piece, Masks &marks) {
-    level().find(piece.text.data(), piece.blocks, set, marks.data());
+std::size_t replace_marked(ByteView input, const ByteSet &set, Replace replace, ByteBuffer output) {
+  Masks marks;
+  std::size_t resume = 0;
+  const auto choose = [&](Piece &piece, Masks &kept) {
+    find(piece, set, marks);
+    if (piece.size < piece.blocks * kBlock) marks[piece.blocks - 1] &= bits_below(piece.size % kBlock);
+    replace_in_piece(piece, marks, resume, replace, kept);
   };
-  return replace_marked(input, mark, replace, output);
+  return keep(input, choose, output);
 }
 
 }  // namespace kzv::cpu

@@ -48,33 +48,6 @@ bool begins_with_word(ByteView rest, std::string_view word) {
   return same && (rest.size() == word.size() || is_delimiter(rest[word.size()]));
 }
 
-// Marks the quotes and the words that begin like a keyword.
-class KeywordMarker {
- public:
-  void operator()(const cpu::Piece &piece, cpu::Masks &marks) {
-    static constexpr cpu::ByteSet kDelimiters(is_delimiter);
-    static constexpr cpu::ByteSet kQuotes(is_quote);
-    static constexpr cpu::ByteSet kFirstLetters = cpu::bytes_in("tTfF");
-    cpu::Masks delimiters;
-    cpu::Masks letters;
-    find(piece, kDelimiters, delimiters);
-    find(piece, kQuotes, marks);
-    find(piece, kFirstLetters, letters);
-    for (std::size_t i = 0; i < piece.blocks; ++i) {
-      const std::uint64_t behind_delimiters = delimiters[i] << 1 | std::uint64_t{behind_delimiter_};
-      behind_delimiter_ = delimiters[i] >> 63 != 0;
-      marks[i] |= letters[i] & behind_delimiters;
-    }
-  }
-
- private:
-  static void find(const cpu::Piece &piece, const cpu::ByteSet &set, cpu::Masks &masks) {
-    cpu::level().find(piece.text.data(), piece.blocks, set, masks.data());
-  }
-
-  bool behind_delimiter_ = true;  // a word may begin at the start of the text
-};
-
 }  // namespace
 
 std::size_t decode_mysql(ByteView input, ByteBuffer output) {
@@ -84,11 +57,16 @@ std::size_t decode_mysql(ByteView input, ByteBuffer output) {
     if (unescaped == kNoEscape) return cpu::replaced_by('\\', at + 1);
     return cpu::replaced_by(static_cast<std::uint8_t>(unescaped), at + 2);
   };
-  return cpu::replace_in_set(input, kBackslash, replace, output);
+  return cpu::replace_marked(input, kBackslash, replace, output);
 }
 
 std::size_t replace_booleans(ByteView sql, ByteBuffer output) {
+  static constexpr cpu::ByteSet kDelimiters(is_delimiter);
+  static constexpr cpu::ByteSet kQuotes(is_quote);
+  static constexpr cpu::ByteSet kFirstLetters = cpu::bytes_in("tTfF");
+  bool behind_delimiter = true;  // a word may begin at the start of the text
   std::uint8_t open_quote = 0;
+  std::size_t resume = 0;
   const auto replace = [&](std::size_t at) {
     const std::uint8_t byte = sql[at];
     if (is_quote(byte)) {
@@ -103,7 +81,21 @@ std::size_t replace_booleans(ByteView sql, ByteBuffer output) {
     }
     return cpu::replaced_by(byte, at + 1);
   };
-  return cpu::replace_marked(sql, KeywordMarker(), replace, output);
+  const auto choose = [&](cpu::Piece &piece, cpu::Masks &kept) {
+    cpu::Masks marks;
+    cpu::Masks delimiters;
+    cpu::Masks letters;
+    cpu::find(piece, kDelimiters, delimiters);
+    cpu::find(piece, kQuotes, marks);
+    cpu::find(piece, kFirstLetters, letters);
+    for (std::size_t i = 0; i < piece.blocks; ++i) {
+      const std::uint64_t behind_delimiters = delimiters[i] << 1 | std::uint64_t{behind_delimiter};
+      behind_delimiter = delimiters[i] >> 63 != 0;
+      marks[i] |= letters[i] & behind_delimiters;
+    }
+    cpu::replace_in_piece(piece, marks, resume, replace, kept);
+  };
+  return cpu::keep(sql, choose, output);
 }
 
 }  // namespace kzv::sql

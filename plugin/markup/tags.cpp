@@ -83,8 +83,8 @@ std::size_t remove(ByteView text, ByteBuffer output) {
   std::uint32_t nesting = 0;  // may go below zero, that is, wrap
   const auto choose = [&](const cpu::Piece &piece, cpu::Masks &kept) {
     cpu::Masks closing;
-    cpu::level().find(piece.text.data(), piece.blocks, kOpening, kept.data());
-    cpu::level().find(piece.text.data(), piece.blocks, kClosing, closing.data());
+    cpu::find(piece, kOpening, kept);
+    cpu::find(piece, kClosing, closing);
     for (std::size_t i = 0; i < piece.blocks; ++i) kept[i] = outside_tags(kept[i], closing[i], nesting);
   };
   return cpu::keep(text, choose, output);

@@ -173,7 +173,7 @@ std::size_t decode(ByteView input, ByteBuffer output) {
     if (!is_hex_digit(high) || !is_hex_digit(low)) return cpu::dropped(at + 3);
     return cpu::replaced_by(static_cast<std::uint8_t>(kDigitValues[high] << 4 | kDigitValues[low]), at + 3);
   };
-  return cpu::replace_in_set(input, kMarked, replace, output);
+  return cpu::replace_marked(input, kMarked, replace, output);
 }
 
 }  // namespace kzv::quoted_printable

@@ -4,6 +4,7 @@
 #include <cassert>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include "hex_digits.h"
 #include "marks.h"
@@ -44,20 +45,50 @@ std::size_t encode(ByteView input, std::uint32_t options, ByteBuffer output) {
   return static_cast<std::size_t>(next - output.data());
 }
 
+namespace {
+
+// Of the "%" of a block, those that begin an escape: not those that another one takes for a digit. `taken`
+// are the first bytes that the block before took, and in the end those that this one takes of the next.
+std::uint64_t beginning(std::uint64_t percent_signs, std::uint64_t &taken) {
+  std::uint64_t escapes = percent_signs & ~taken;
+  if ((escapes & (escapes << 1 | escapes << 2)) != 0) {
+    std::uint64_t left = std::exchange(escapes, 0);
+    while (left != 0) {
+      const std::uint64_t first = left & (0 - left);
+      escapes |= first;
+      left &= ~(first | first << 1 | first << 2);
+    }
+  }
+  taken = escapes >> 63 | escapes >> 62;
+  return escapes;
+}
+
+}  // namespace
+
 std::size_t decode(ByteView input, std::uint32_t options, ByteBuffer output) {
-  assert(output.size() >= input.size());
-  static constexpr cpu::ByteSet kEscape = cpu::bytes_in("%");
-  static constexpr cpu::ByteSet kEscapeAndPlus = cpu::bytes_in("%+");
-  const auto digit_at = [&](std::size_t at) {
-    return at < input.size() ? kDigitValues[input[at]] : std::uint8_t{0};
+  static constexpr cpu::ByteSet kPercent = cpu::bytes_in("%");
+  static constexpr cpu::ByteSet kPlus = cpu::bytes_in("+");
+  constexpr std::uint8_t kFromPlusToSpace = 256 + ' ' - '+';
+  std::uint64_t taken = 0;
+  const auto choose = [&](cpu::Piece &piece, cpu::Masks &kept) {
+    cpu::Masks marks;
+    if ((options & kSpaceIsPlus) != 0) {
+      cpu::find(piece, kPlus, marks);
+      cpu::level().add(piece.text, piece.blocks, marks.data(), 0, kFromPlusToSpace, piece.own());
+    }
+    cpu::find(piece, kPercent, marks);
+    std::uint64_t any = 0;
+    for (std::size_t i = 0; i < piece.blocks; ++i) {
+      const std::uint64_t taken_before = taken;
+      marks[i] = beginning(marks[i], taken);
+      kept[i] = ~(marks[i] << 1 | marks[i] << 2 | taken_before);
+      any |= marks[i];
+    }
+    if (any == 0) return;
+    cpu::level().unescape(piece.text, piece.blocks, marks.data(), piece.changed.data());
+    piece.text = piece.changed.data();
   };
-  const auto replace = [&](std::size_t at) {
-    if (input[at] == '+') return cpu::replaced_by(' ', at + 1);
-    const auto byte = static_cast<std::uint8_t>(digit_at(at + 1) << 4 | digit_at(at + 2));
-    return cpu::replaced_by(byte, at + 3);
-  };
-  const cpu::ByteSet &marked = (options & kSpaceIsPlus) != 0 ? kEscapeAndPlus : kEscape;
-  return cpu::replace_in_set(input, marked, replace, output);
+  return cpu::keep(input, choose, output);
 }
 
 }  // namespace kzv::url

@@ -30,15 +30,16 @@ std::size_t decode(ByteView input, ByteBuffer output) {
   bool carry = false;
   const auto choose = [&](cpu::Piece &piece, cpu::Masks &kept) {
     cpu::Masks escaped;
-    cpu::level().find(piece.text.data(), piece.blocks, kEscape, kept.data());
+    cpu::find(piece, kEscape, kept);
     for (std::size_t i = 0; i < piece.blocks; ++i) {
       const bool first_is_escaped = carry;
       const std::uint64_t escapes = counting(kept[i], carry);
       escaped[i] = escapes << 1 | std::uint64_t{first_is_escaped};
       kept[i] = ~escapes;
     }
-    for (std::uint8_t &byte : piece.text) byte = static_cast<std::uint8_t>(byte - kOffset);
-    cpu::level().add(piece.text.data(), piece.blocks, escaped.data(), 256 - kEscapedOffset);
+    cpu::level().add(piece.text, piece.blocks, escaped.data(), 256 - kOffset, 256 - kEscapedOffset,
+                     piece.changed.data());
+    piece.text = piece.changed.data();
   };
   std::size_t written = cpu::keep(input, choose, output);
   const auto last_run =
