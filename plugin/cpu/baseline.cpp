@@ -1,3 +1,4 @@
+#include <bit>
 #include <cstring>
 #include <emmintrin.h>
 
@@ -43,7 +44,8 @@ std::size_t compact(const std::uint8_t *bytes, std::size_t blocks, const std::ui
       next += kBlock;
     } else if (mask != 0) {
       // Each byte is written; one that is dropped is overwritten by the next.
-      for (unsigned k = 0; k < kBlock; ++k) {
+      const auto end = kBlock - static_cast<std::size_t>(std::countl_zero(mask));
+      for (std::size_t k = 0; k < end; ++k) {
         *next = bytes[k];
         next += mask >> k & 1;
       }

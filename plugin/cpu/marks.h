@@ -23,13 +23,13 @@ class MarkCursor {
 
   // The first marked byte from `at` on, or the end of the text. `at` never goes back.
   std::size_t next(std::size_t at) {
-    while (at < text_.size()) {
+    if (at < found_from_) return next_;  // the last search went on from there
+    for (; at < text_.size(); at = (at / kBlock + 1) * kBlock) {
       if (at >= found_to_) find_more(at);
       const std::uint64_t left = masks_[(at - found_from_) / kBlock] >> (at % kBlock);
-      if (left != 0) return at + static_cast<std::size_t>(std::countr_zero(left));
-      at = (at / kBlock + 1) * kBlock;
+      if (left != 0) return next_ = at + static_cast<std::size_t>(std::countr_zero(left));
     }
-    return text_.size();
+    return next_ = text_.size();
   }
 
  private:
@@ -51,6 +51,7 @@ class MarkCursor {
   const ByteSet &set_;
   std::size_t found_from_ = 0;
   std::size_t found_to_ = 0;
+  std::size_t next_ = 0;
   std::array<std::uint64_t, 16> masks_;
 };
 
