@@ -22,6 +22,11 @@ class ByteSet {
     }
   }
 
+  [[nodiscard]] constexpr bool contains(std::uint8_t byte) const {
+    const std::uint8_t row = byte < 0x80 ? ascii_rows[byte & 15] : high_rows[byte & 15];
+    return (row >> (byte >> 4 & 7) & 1) != 0;
+  }
+
   struct Range {
     std::uint8_t first = 0;
     std::uint8_t last = 0;

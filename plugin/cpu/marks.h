@@ -97,6 +97,32 @@ inline void find(const Piece &piece, const ByteSet &set, Masks &masks) {
   level().find(piece.text, piece.blocks, set, masks.data());
 }
 
+// The marks of a piece's bytes in a set, and how they look a byte or two further on.
+class MarksAhead {
+ public:
+  MarksAhead(const Piece &piece, const ByteSet &set) : last_(piece.blocks - 1) {
+    find(piece, set, masks_);
+    const std::uint8_t *const behind = piece.text + piece.blocks * kBlock;
+    behind_ = std::uint64_t{set.contains(behind[0])} | std::uint64_t{set.contains(behind[1])} << 1;
+  }
+  std::uint64_t operator[](std::size_t i) const { return masks_[i]; }
+  [[nodiscard]] std::uint64_t ahead(std::size_t i, unsigned distance) const {
+    const std::uint64_t next = i < last_ ? masks_[i + 1] : behind_;
+    return masks_[i] >> distance | next << (kBlock - distance);
+  }
+
+ private:
+  Masks masks_;
+  std::size_t last_;
+  std::uint64_t behind_;
+};
+
+// Bit k: whether an odd number of the bits up to the k-th is set.
+constexpr std::uint64_t parity_up_to_each(std::uint64_t bits) {
+  for (unsigned distance = 1; distance < 64; distance *= 2) bits ^= bits << distance;
+  return bits;
+}
+
 // Writes those bytes of each piece that `choose(piece, kept)` leaves; it may change the piece's text first.
 // Bits behind the end of the text do not count. The output needs as many bytes as the input; returns the
 // number written.
@@ -132,29 +158,29 @@ struct Replacement {
 constexpr Replacement replaced_by(std::uint8_t byte, std::size_t end) { return {end, true, byte}; }
 constexpr Replacement dropped(std::size_t end) { return {end, false, 0}; }
 
-// In a piece: replaces, from left to right, each byte that is marked as `replace(position)` says, and leaves
-// the others. Marks among the bytes that a replacement takes in do not count. `resume` is the position in
-// front of which everything has been dealt with, by pieces before this one as well.
+// In a block of a piece: replaces, from left to right, each byte that is marked as `replace(position)` says,
+// and leaves the others. Marks among the bytes that a replacement takes in do not count. `resume` is the
+// position in front of which everything has been dealt with. Returns the bits of the bytes to keep.
 template <typename Replace>
-void replace_in_piece(Piece &piece, const Masks &marks, std::size_t &resume, Replace replace, Masks &kept) {
-  for (std::size_t i = 0; i < piece.blocks; ++i) {
-    const std::size_t base = piece.start + i * kBlock;
-    kept[i] = resume > base ? ~bits_below(resume - base) : ~std::uint64_t{0};
-    std::uint64_t left = kept[i] & marks[i];
-    if (left == 0) continue;
-    std::uint8_t *const text = piece.own() + i * kBlock;
-    while (left != 0) {
-      const auto bit = static_cast<unsigned>(std::countr_zero(left));
-      const Replacement replacement = replace(base + bit);
-      resume = replacement.end;
-      text[bit] = replacement.byte;
-      const std::uint64_t taken = bits_below(resume - base) & ~bits_below(bit);
-      kept[i] &= ~taken | std::uint64_t{replacement.kept} << bit;
-      // Two steps, so that the next mark seldom has to wait for this one's end.
-      left &= left - 1;
-      if ((left & taken) != 0) left &= ~taken;
-    }
+std::uint64_t replace_in_block(Piece &piece, std::size_t block, std::uint64_t marks, std::size_t &resume,
+                               Replace replace) {
+  const std::size_t base = piece.start + block * kBlock;
+  std::uint64_t kept = resume > base ? ~bits_below(resume - base) : ~std::uint64_t{0};
+  std::uint64_t left = kept & marks;
+  if (left == 0) return kept;
+  std::uint8_t *const text = piece.own() + block * kBlock;
+  while (left != 0) {
+    const auto bit = static_cast<unsigned>(std::countr_zero(left));
+    const Replacement replacement = replace(base + bit);
+    resume = replacement.end;
+    text[bit] = replacement.byte;
+    const std::uint64_t taken = bits_below(resume - base) & ~bits_below(bit);
+    kept &= ~taken | std::uint64_t{replacement.kept} << bit;
+    // Two steps, so that the next mark seldom has to wait for this one's end.
+    left &= left - 1;
+    if ((left & taken) != 0) left &= ~taken;
   }
+  return kept;
 }
 
 // The same for a whole text, where a set of bytes is marked. The output needs as many bytes as the input;
@@ -166,7 +192,9 @@ std::size_t replace_marked(ByteView input, const ByteSet &set, Replace replace, 
   const auto choose = [&](Piece &piece, Masks &kept) {
     find(piece, set, marks);
     if (piece.size < piece.blocks * kBlock) marks[piece.blocks - 1] &= bits_below(piece.size % kBlock);
-    replace_in_piece(piece, marks, resume, replace, kept);
+    for (std::size_t i = 0; i < piece.blocks; ++i) {
+      kept[i] = replace_in_block(piece, i, marks[i], resume, replace);
+    }
   };
   return keep(input, choose, output);
 }

@@ -1,5 +1,6 @@
 #include "markup/functions.h"
 
+#include <algorithm>
 #include <array>
 
 #include "frame/string_builders.h"
@@ -52,14 +53,24 @@ void AddDecoded(UnicodeStringHandle &decoded, UnitView page) {
   }
 }
 
+// Appends `unit` as often as `times` says.
+void AddRepeated(AsciiStringHandle &page, ByteView unit, std::size_t times) {
+  page.AddInPlace([&](ByteBuffer room) {
+    const std::size_t fitting = std::min(times, room.size() / unit.size());
+    times -= fitting;
+    return tags::repeat(unit, room.first(fitting * unit.size()));
+  });
+  for (; times > 0 && !page.dropped(); --times) {
+    AddBinary(page, unit.data(), static_cast<std::int32_t>(unit.size()));
+  }
+}
+
 // The text outside of tags, and `instead` for each byte within.
 void AddReplaced(AsciiStringHandle &page, ByteView text, ByteView instead) {
   tags::TagScanner scanner(text);
   while (scanner.next() && !page.dropped()) {
     AddBinary(page, scanner.kept().data(), static_cast<std::int32_t>(scanner.kept().size()));
-    for (std::size_t i = 0; i < scanner.dropped() && !page.dropped(); ++i) {
-      AddBinary(page, instead.data(), static_cast<std::int32_t>(instead.size()));
-    }
+    AddRepeated(page, instead, scanner.dropped());
   }
 }
 

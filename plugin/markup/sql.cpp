@@ -34,8 +34,6 @@ constexpr bool is_delimiter(std::uint8_t byte) {
   return byte <= 0x20 || byte >= 0x80 || byte == '(' || byte == ')' || byte == ',' || byte == ';';
 }
 
-constexpr bool is_quote(std::uint8_t byte) { return byte == '"' || byte == '\''; }
-
 // The letter that `byte` is in lower case. Other bytes become others that are no letters.
 constexpr std::uint8_t lower(std::uint8_t byte) { return byte | 0x20; }
 
@@ -60,42 +58,85 @@ std::size_t decode_mysql(ByteView input, ByteBuffer output) {
   return cpu::replace_marked(input, kBackslash, replace, output);
 }
 
-std::size_t replace_booleans(ByteView sql, ByteBuffer output) {
-  static constexpr cpu::ByteSet kDelimiters(is_delimiter);
-  static constexpr cpu::ByteSet kQuotes(is_quote);
-  static constexpr cpu::ByteSet kFirstLetters = cpu::bytes_in("tTfF");
-  bool behind_delimiter = true;  // a word may begin at the start of the text
-  std::uint8_t open_quote = 0;
-  std::size_t resume = 0;
-  const auto replace = [&](std::size_t at) {
-    const std::uint8_t byte = sql[at];
-    if (is_quote(byte)) {
-      if (open_quote == 0) {
-        open_quote = byte;
-      } else if (open_quote == byte) {
-        open_quote = 0;
+namespace {
+
+class BooleanReplacer {
+ public:
+  explicit BooleanReplacer(ByteView sql) : sql_(sql) {}
+
+  void operator()(cpu::Piece &piece, cpu::Masks &kept) {
+    const cpu::MarksAhead t(piece, kT);
+    const cpu::MarksAhead r(piece, kR);
+    const cpu::MarksAhead f(piece, kF);
+    const cpu::MarksAhead a(piece, kA);
+    cpu::Masks delimiters;
+    cpu::Masks single;
+    cpu::Masks twofold;
+    cpu::find(piece, kDelimiters, delimiters);
+    cpu::find(piece, kSingleQuote, single);
+    cpu::find(piece, kDoubleQuote, twofold);
+    for (std::size_t i = 0; i < piece.blocks; ++i) {
+      const std::uint64_t behind_delimiters = delimiters[i] << 1 | std::uint64_t{behind_delimiter_};
+      behind_delimiter_ = delimiters[i] >> 63 != 0;
+      const std::uint64_t words = behind_delimiters & ((t[i] & r.ahead(i, 1)) | (f[i] & a.ahead(i, 1)));
+      if (single[i] == 0 && open_quote_ != '\'') {
+        kept[i] = replace_outside(piece, i, words, twofold[i], '"');
+      } else if (twofold[i] == 0 && open_quote_ != '"') {
+        kept[i] = replace_outside(piece, i, words, single[i], '\'');
+      } else {
+        const auto replace = [this](std::size_t at) { return with_quotes(at); };
+        kept[i] = cpu::replace_in_block(piece, i, words | single[i] | twofold[i], resume_, replace);
       }
-    } else if (open_quote == 0) {
-      if (begins_with_word(sql.subspan(at), "true")) return cpu::replaced_by('1', at + 4);
-      if (begins_with_word(sql.subspan(at), "false")) return cpu::replaced_by('0', at + 5);
+    }
+  }
+
+ private:
+  static constexpr cpu::ByteSet kDelimiters{is_delimiter};
+  static constexpr cpu::ByteSet kSingleQuote = cpu::bytes_in("'");
+  static constexpr cpu::ByteSet kDoubleQuote = cpu::bytes_in("\"");
+  static constexpr cpu::ByteSet kT = cpu::bytes_in("tT");
+  static constexpr cpu::ByteSet kR = cpu::bytes_in("rR");
+  static constexpr cpu::ByteSet kF = cpu::bytes_in("fF");
+  static constexpr cpu::ByteSet kA = cpu::bytes_in("aA");
+
+  // A block with quotes of one kind only: each changes sides.
+  std::uint64_t replace_outside(cpu::Piece &piece, std::size_t block, std::uint64_t words,
+                                std::uint64_t quotes, std::uint8_t quote) {
+    const std::uint64_t quoted = cpu::parity_up_to_each(quotes) ^ (open_quote_ != 0 ? ~std::uint64_t{0} : 0);
+    open_quote_ = quoted >> 63 != 0 ? quote : std::uint8_t{0};
+    const auto replace = [this](std::size_t at) { return replaced(at); };
+    return cpu::replace_in_block(piece, block, words & ~quoted, resume_, replace);
+  }
+
+  [[nodiscard]] cpu::Replacement replaced(std::size_t at) const {
+    const ByteView rest = sql_.subspan(at);
+    if (begins_with_word(rest, "true")) return cpu::replaced_by('1', at + 4);
+    if (begins_with_word(rest, "false")) return cpu::replaced_by('0', at + 5);
+    return cpu::replaced_by(rest.front(), at + 1);
+  }
+
+  cpu::Replacement with_quotes(std::size_t at) {
+    const std::uint8_t byte = sql_[at];
+    const bool is_quote = byte == '"' || byte == '\'';
+    if (!is_quote && open_quote_ == 0) return replaced(at);
+    if (is_quote && open_quote_ == 0) {
+      open_quote_ = byte;
+    } else if (open_quote_ == byte) {
+      open_quote_ = 0;
     }
     return cpu::replaced_by(byte, at + 1);
-  };
-  const auto choose = [&](cpu::Piece &piece, cpu::Masks &kept) {
-    cpu::Masks marks;
-    cpu::Masks delimiters;
-    cpu::Masks letters;
-    cpu::find(piece, kDelimiters, delimiters);
-    cpu::find(piece, kQuotes, marks);
-    cpu::find(piece, kFirstLetters, letters);
-    for (std::size_t i = 0; i < piece.blocks; ++i) {
-      const std::uint64_t behind_delimiters = delimiters[i] << 1 | std::uint64_t{behind_delimiter};
-      behind_delimiter = delimiters[i] >> 63 != 0;
-      marks[i] |= letters[i] & behind_delimiters;
-    }
-    cpu::replace_in_piece(piece, marks, resume, replace, kept);
-  };
-  return cpu::keep(sql, choose, output);
+  }
+
+  ByteView sql_;
+  bool behind_delimiter_ = true;  // a word may begin at the start of the text
+  std::uint8_t open_quote_ = 0;   // the quote that has to come, if any
+  std::size_t resume_ = 0;        // what stands before has been dealt with
+};
+
+}  // namespace
+
+std::size_t replace_booleans(ByteView sql, ByteBuffer output) {
+  return cpu::keep(sql, BooleanReplacer(sql), output);
 }
 
 }  // namespace kzv::sql

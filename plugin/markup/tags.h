@@ -2,6 +2,7 @@
 #pragma once
 
 #include "bytes.h"
+#include "marks.h"
 
 namespace kzv::tags {
 
@@ -21,16 +22,9 @@ class TagScanner {
   [[nodiscard]] std::size_t dropped() const { return dropped_; }
 
  private:
-  [[nodiscard]] const std::uint8_t *next_bracket() const {
-    return next_open_ < next_close_ ? next_open_ : next_close_;
-  }
-
-  const std::uint8_t *at_;
-  const std::uint8_t *end_;
-  // The first bracket of each kind from `at_` on, or `end_`. Both are kept, so that a text with many of one
-  // kind is not searched to its end for the other kind again and again.
-  const std::uint8_t *next_open_;
-  const std::uint8_t *next_close_;
+  ByteView text_;
+  cpu::MarkCursor brackets_;
+  std::size_t at_ = 0;
   ByteView kept_;
   std::size_t dropped_ = 0;
 };
@@ -38,6 +32,9 @@ class TagScanner {
 // Writes the text without its tags: all that a TagScanner keeps. The output needs as many bytes as the text;
 // returns the number written.
 std::size_t remove(ByteView text, ByteBuffer output);
+
+// Fills the output, whose size is a multiple of the unit's, with copies of the unit; returns its size.
+std::size_t repeat(ByteView unit, ByteBuffer output);
 
 // What is written in place of each dropped byte: the text up to its first zero byte or its end.
 ByteView replacement_of(ByteView text);

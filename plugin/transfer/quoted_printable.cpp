@@ -186,48 +186,34 @@ std::size_t encode(ByteView input, std::int32_t line_length, ByteBuffer output) 
 
 namespace {
 
-// The marks of a piece, and how they look a byte or two further on.
-class Marks {
- public:
-  Marks(const cpu::Piece &piece, const cpu::ByteSet &set, bool (*belongs)(std::uint8_t)) {
-    cpu::find(piece, set, masks_);
-    const std::uint8_t *const behind = piece.text + piece.blocks * cpu::kBlock;
-    behind_ = std::uint64_t{belongs(behind[0])} | std::uint64_t{belongs(behind[1])} << 1;
-    last_ = piece.blocks - 1;
-  }
-  std::uint64_t operator[](std::size_t i) const { return masks_[i]; }
-  std::uint64_t ahead(std::size_t i, unsigned distance) const {
-    const std::uint64_t next = i < last_ ? masks_[i + 1] : behind_;
-    return masks_[i] >> distance | next << (cpu::kBlock - distance);
-  }
-
- private:
-  cpu::Masks masks_;
-  std::uint64_t behind_;
-  std::size_t last_;
-};
-
 class Decoder {
  public:
   explicit Decoder(ByteView input) : input_(input) {}
 
   void operator()(cpu::Piece &piece, cpu::Masks &kept) {
     if (decode_regular(piece, kept)) return;
-    static constexpr cpu::ByteSet kMarked = cpu::bytes_in("=\r\n");
+    const auto replace = [this](std::size_t at) { return replaced(at); };
     cpu::Masks marks;
     cpu::find(piece, kMarked, marks);
-    cpu::replace_in_piece(
-        piece, marks, resume_, [this](std::size_t at) { return replaced(at); }, kept);
+    for (std::size_t i = 0; i < piece.blocks; ++i) {
+      kept[i] = cpu::replace_in_block(piece, i, marks[i], resume_, replace);
+    }
   }
 
  private:
+  static constexpr cpu::ByteSet kEquals = cpu::bytes_in("=");
+  static constexpr cpu::ByteSet kReturn = cpu::bytes_in("\r");
+  static constexpr cpu::ByteSet kFeed = cpu::bytes_in("\n");
+  static constexpr cpu::ByteSet kMarked = cpu::bytes_in("=\r\n");
+  static constexpr cpu::ByteSet kDigits{is_hex_digit};
+
   // What encoders write, without a branch for each mark: "=" and two digits, "=" CR LF, and CR LF, of which
   // the LF is what is kept. False if there is anything else, such as a lone CR or an escape without digits.
   bool decode_regular(cpu::Piece &piece, cpu::Masks &kept) {
-    const Marks equals(piece, cpu::bytes_in("="), [](std::uint8_t byte) { return byte == '='; });
-    const Marks returns(piece, cpu::bytes_in("\r"), [](std::uint8_t byte) { return byte == '\r'; });
-    const Marks feeds(piece, cpu::bytes_in("\n"), [](std::uint8_t byte) { return byte == '\n'; });
-    const Marks digits(piece, cpu::ByteSet(is_hex_digit), is_hex_digit);
+    const cpu::MarksAhead equals(piece, kEquals);
+    const cpu::MarksAhead returns(piece, kReturn);
+    const cpu::MarksAhead feeds(piece, kFeed);
+    const cpu::MarksAhead digits(piece, kDigits);
     cpu::Masks escapes;
     std::uint64_t any_escape = 0;
     std::uint64_t taken = 0;  // of the next block, by an escape or a soft break at the end of this one
