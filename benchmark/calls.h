@@ -10,6 +10,7 @@
 #include <variant>
 #include <vector>
 
+#include "conversion.h"
 #include "host.h"
 #include "plugin_file.h"
 
@@ -80,7 +81,7 @@ Call prepare(host::Host &host, void *address, const Arguments &arguments) {
 }
 
 struct Plugin {
-  explicit Plugin(const char *path) : file(path) { host.start(file.main()); }
+  explicit Plugin(const char *path) : file(path) { host.start(file.main(), resolve); }
 
   host::PluginFile file;
   host::Host host;

@@ -61,10 +61,10 @@ constexpr auto kFirst = [](std::size_t) { return std::size_t{0}; };
 constexpr auto kMiddle = [](std::size_t size) { return size / 2; };
 constexpr auto kLast = [](std::size_t size) { return size - 1; };
 
-Kind pair(const char *name, std::function<Pair(std::size_t)> make) {
+Kind pair(const char *name, std::function<Pair(std::size_t)> make, REALencoding encoding = kEncodingUTF8) {
   return {name, [=](std::size_t size) {
-            auto [a, b] = make(size);
-            return Arguments{Text{std::move(a)}, Text{std::move(b)}};
+            const auto [a, b] = make(size);
+            return Arguments{in_encoding({a}, encoding), in_encoding({b}, encoding)};
           }};
 }
 
@@ -126,17 +126,24 @@ Kind differing(const char *name, std::size_t (*at)(std::size_t size)) {
 // Texts alike; texts of other letters altogether; the same text twice.
 std::vector<Kind> distance_kinds() {
   const auto words = [](std::size_t size) { return drawn(kWords, size); };
-  return {pair("typical",
-               [=](std::size_t size) {
-                 return Pair{words(size), edited(words(size))};
-               }),
-          pair("worst",
-               [](std::size_t size) {
-                 return Pair{drawn(single_bytes('a', 'm'), size), drawn(single_bytes('n', 'z'), size)};
-               }),
-          pair("best", [=](std::size_t size) {
-            return Pair{words(size), words(size)};
-          })};
+  return {pair(
+              "typical",
+              [=](std::size_t size) {
+                return Pair{words(size), edited(words(size))};
+              },
+              kEncodingUTF16),
+          pair(
+              "worst",
+              [](std::size_t size) {
+                return Pair{drawn(single_bytes('a', 'm'), size), drawn(single_bytes('n', 'z'), size)};
+              },
+              kEncodingUTF16),
+          pair(
+              "best",
+              [=](std::size_t size) {
+                return Pair{words(size), words(size)};
+              },
+              kEncodingUTF16)};
 }
 
 std::vector<Kind> number_kinds(const Arguments &further) {
@@ -295,6 +302,11 @@ Function rivalled_as(const char *job, Function function) {
   return function;
 }
 
+Function reading(REALencoding encoding, Function function) {
+  function.reads = encoding;
+  return function;
+}
+
 Function in_sizes(const std::vector<std::size_t> &sizes, Function function) {
   function.sizes = sizes;
   return function;
@@ -329,33 +341,33 @@ std::vector<Function> make_functions() {
           {made("typical", kAscii, one_letter("0123456789ABCDEF")),
            made("worst", kAscii, one_letter("0123456789ABCDEFabcdef")),
            made("best", kAscii, one_letter("0123456789"))}),
-      row("HTML encode", "EncodingToHTMLKZV(s as string, options as integer = 0) as string", prepare<S, S, I>,
+      reading(kEncodingUTF16, row("HTML encode", "EncodingToHTMLKZV(s as string, options as integer = 0) as string", prepare<S, S, I>,
           [](const KernelInput &in, ByteBuffer out) { return html::encode(in.units, false, out).written; },
           {of("typical", kUtf8, kWords + kWords + kMarkup, {0}),
            of("worst", kUtf8, {"<", ">", "&", "\""}, {0}), of("best", kUtf8, kWords, {0}),
-           of("accents", kUtf8, accents + kRussian, {0}, {"GLib", "Qt", "libxml2special"})}),
-      rivalled_as(
+           of("accents", kUtf8, accents + kRussian, {0}, {"GLib", "Qt", "libxml2special"})})),
+      reading(kEncodingUTF16, rivalled_as(
           "EncodingLettersToHTML",
           row("HTML encode letters", "EncodingToHTMLKZV(s as string, options as integer = 0) as string",
               prepare<S, S, I>,
               [](const KernelInput &in, ByteBuffer out) { return html::encode(in.units, true, out).written; },
               {of("typical", kUtf8, kWords + kMarkup + kRussian, {1}), of("worst", kUtf8, kRussian, {1}),
-               of("best", kUtf8, kWords, {1}), of("accents", kUtf8, kFrench, {1}, {"ICU"})})),
-      row("HTML decode", "DecodingFromHTMLKZV(s as string) as string", prepare<S, S>, decode_html,
+               of("best", kUtf8, kWords, {1}), of("accents", kUtf8, kFrench, {1}, {"ICU"})}))),
+      reading(kEncodingUTF16, row("HTML decode", "DecodingFromHTMLKZV(s as string) as string", prepare<S, S>, decode_html,
           {of("typical", kUtf8, kWords + kReferences), of("worst", kUtf8, kReferences),
-           of("best", kUtf8, kWords), of("accents", kUtf8, kWords + kNamedReferences, {}, {"GLib", "Qt"})}),
-      row("ISO-8859-1 encode", "EncodingToISO8859KZV(s as string) as string", prepare<S, S>,
+           of("best", kUtf8, kWords), of("accents", kUtf8, kWords + kNamedReferences, {}, {"GLib", "Qt"})})),
+      reading(kEncodingUTF16, row("ISO-8859-1 encode", "EncodingToISO8859KZV(s as string) as string", prepare<S, S>,
           [](const KernelInput &in, ByteBuffer out) {
             return charsets::encode(in.units, charsets::kIso8859, out);
           },
           {of("typical", kUtf8, accents), of("worst", kUtf8, {"\u00e9", "\u00fc", "\u00a9"}),
-           of("best", kUtf8, kWords)}),
-      row("CP1252 encode", "EncodingToCP1252KZV(s as string) as string", prepare<S, S>,
+           of("best", kUtf8, kWords)})),
+      reading(kEncodingUTF16, row("CP1252 encode", "EncodingToCP1252KZV(s as string) as string", prepare<S, S>,
           [](const KernelInput &in, ByteBuffer out) {
             return charsets::encode(in.units, charsets::kCp1252, out);
           },
           {of("typical", kUtf8, accents + Pieces{"\u20ac 5 ", "\u201cso\u201d ", "\u2013 "}),
-           of("worst", kUtf8, {"\u20ac", "\u201c", "\u00e9", "\u2122"}), of("best", kUtf8, kWords)}),
+           of("worst", kUtf8, {"\u20ac", "\u201c", "\u00e9", "\u2122"}), of("best", kUtf8, kWords)})),
       row("ISO-8859-1 decode", "DecodingFromISO8859KZV(s as string) as string", prepare<S, S>,
           decode_charset<charsets::kIso8859>,
           {of("typical", kBytes, kWords + Pieces{"\xE9t\xE9 ", "gar\xE7on "}),
@@ -396,14 +408,14 @@ std::vector<Function> make_functions() {
           [](const KernelInput &in, ByteBuffer out) { return quoted_printable::decode(in.texts[0], out); },
           {of("typical", kAscii, kQuoted), of("worst", kAscii, kEscapesQuoted), of("best", kAscii, kLines)},
           without_carriage_returns),
-      row(
+      reading(kUtf8, row(
           "mail subject", "EncodeEmailSubjectKZV(s as string) as string", prepare<S, S>,
           [](const KernelInput &in, ByteBuffer out) {
             return mail_subject::needs_encoding(in.texts[0]) ? mail_subject::encode(in.texts[0], out) : 0;
           },
           {of("typical", kUtf8, accents), of("worst", kUtf8, {"\u00e9", "\u0434", "\u20ac"}),
            of("best", kAscii, kLetters)},
-          decoded_subject),
+          decoded_subject)),
       row("yEnc decode", "_yDecodeStringKZV(data as string) as string", prepare<S, S>,
           [](const KernelInput &in, ByteBuffer out) { return yenc::decode(in.texts[0], out); },
           {made("typical", kBytes, yenc_data), of("worst", kBytes, kEscapesYenc),
@@ -505,6 +517,11 @@ std::vector<Function> make_functions() {
 }
 
 }  // namespace
+
+Text in_encoding(const Text &text, REALencoding encoding) {
+  if (text.encoding == encoding || text.encoding == kEncodingBytes) return text;
+  return {host::convert(text.bytes, text.encoding, encoding).value(), encoding};
+}
 
 KernelInput::KernelInput(const Arguments &arguments) {
   for (const Value &value : arguments) {

@@ -43,7 +43,13 @@ struct Function {
   std::vector<std::size_t> sizes;
   std::vector<Kind> kinds;
   Comparable comparable;
+  // The encoding in which ours reads text: it is stored so, as rivals' arguments are in theirs, for the
+  // host's conversions are not what is measured. 0: as the kind has it.
+  REALencoding reads = 0;
 };
+
+// The same text stored in another encoding; bytes stay as they are.
+Text in_encoding(const Text &text, REALencoding encoding);
 
 // In the order of the table.
 const std::vector<Function> &functions();

@@ -117,10 +117,18 @@ std::size_t bytes_of(const Arguments &arguments) {
   return sum;
 }
 
+Arguments as_read(const Function &function, Arguments arguments) {
+  for (Value &value : arguments) {
+    Text *const text = std::get_if<Text>(&value);
+    if (text != nullptr && function.reads != 0) *text = in_encoding(*text, function.reads);
+  }
+  return arguments;
+}
+
 Row measure(Plugins &plugins, const Function &function, const Kind &kind, std::size_t size) {
   const Arguments arguments = kind.arguments(size);
-  const Call ours =
-      function.prepare(plugins.ours.host, address_of(plugins.ours, function.declaration), arguments);
+  const Call ours = function.prepare(plugins.ours.host, address_of(plugins.ours, function.declaration),
+                                     as_read(function, arguments));
   const Outcome result = ours.outcome();
   const KernelInput input(arguments);
   const std::size_t bytes_read = bytes_of(arguments);
