@@ -143,7 +143,30 @@ consteval std::size_t longest_stretch() {
 }
 static_assert(longest_stretch() <= 8);
 
+// The apostrophe is the one character whose name is not written: HTML 4.01 itself does not know "apos".
+consteval Written make_written(std::uint16_t unit, bool keep_ascii) {
+  if (unit < 0x80 && (keep_ascii || !is_markup(unit))) return {{static_cast<char>(unit)}, 1};
+  Written written;
+  if (kEntityByUnit[unit] == 0 || unit == '\'') {
+    written.length = static_cast<std::uint8_t>(write_number(unit, written.text.data()));
+  } else {
+    const Entity &entity = escapecodes[kEntityByUnit[unit] - std::size_t{1}];
+    std::ranges::copy(entity.reference, written.text.begin());
+    written.length = entity.length;
+  }
+  return written;
+}
+
+consteval std::array<Written, 256> make_table_of_written(bool keep_ascii) {
+  std::array<Written, 256> table;
+  for (std::uint16_t unit = 0; unit < table.size(); ++unit) table[unit] = make_written(unit, keep_ascii);
+  return table;
+}
+
 }  // namespace
+
+constexpr std::array<Written, 256> kWrittenKeepingAscii = make_table_of_written(true);
+constexpr std::array<Written, 256> kWrittenEscapingMarkup = make_table_of_written(false);
 
 const Entity *entity_of(std::uint16_t unit) {
   if (unit > kLastCodePoint || kEntityByUnit[unit] == 0) return nullptr;

@@ -28,6 +28,35 @@ struct Entity {
 // Ascending by code point; every code point and every name occurs once.
 extern const std::array<Entity, kEntityCount> escapecodes;
 
+// The five characters " & ' < >, two of them at a time: & and ' differ in bit 0 alone, < and > in bit 1.
+constexpr bool is_markup(unsigned character) {
+  return character == '"' || (character | 1) == '\'' || (character | 2) == '>';
+}
+
+// Writes the decimal reference of a unit from 10 to 65535 and returns its length.
+constexpr std::size_t write_number(unsigned unit, char *output) {
+  const std::size_t digits = unit < 100 ? 2 : unit < 1000 ? 3 : unit < 10000 ? 4 : 5;
+  output[0] = '&';
+  output[1] = '#';
+  for (std::size_t at = digits + 1; at > 1; --at) {
+    output[at] = static_cast<char>('0' + unit % 10);
+    unit /= 10;
+  }
+  output[digits + 2] = ';';
+  return digits + 3;
+}
+
+// What is written for one unit: itself or a reference, in the size of one store.
+struct Written {
+  std::array<char, 15> text{};
+  std::uint8_t length = 0;
+};
+static_assert(sizeof(Written) == 16);
+
+// For each unit below 0x100, with the markup characters as they are or as references.
+extern const std::array<Written, 256> kWrittenKeepingAscii;
+extern const std::array<Written, 256> kWrittenEscapingMarkup;
+
 // The entity that stands for `unit`, or null when there is none. One table access.
 const Entity *entity_of(std::uint16_t unit);
 

@@ -15,29 +15,11 @@ static_assert(encode_room(1) == kLongestReference);
 // that its findings are gathered in an integer.
 constexpr std::size_t kBlock = 16;
 
-// The five characters " & ' < >, two of them at a time: & and ' differ in bit 0 alone, < and > in bit 1.
-constexpr bool is_markup(unsigned character) {
-  return character == '"' || (character | 1) == '\'' || (character | 2) == '>';
-}
-
-// Writes the decimal reference of a unit from 10 to 65535 and returns its length.
-std::size_t write_number(unsigned unit, std::uint8_t *output) {
-  const std::size_t digits = unit < 100 ? 2 : unit < 1000 ? 3 : unit < 10000 ? 4 : 5;
-  output[0] = '&';
-  output[1] = '#';
-  for (std::size_t at = digits + 1; at > 1; --at) {
-    output[at] = static_cast<std::uint8_t>('0' + unit % 10);
-    unit /= 10;
-  }
-  output[digits + 2] = ';';
-  return digits + 3;
-}
-
 // The apostrophe is the one character whose name is not written: HTML 4.01 itself does not know "apos".
-std::size_t write_reference(std::uint16_t unit, std::uint8_t *output) {
+std::size_t write_reference(std::uint16_t unit, char *output) {
   const Entity *entity = entity_of(unit);
   if (entity == nullptr || unit == '\'') return write_number(unit, output);
-  std::memcpy(output, entity->reference.data(), kLongestReference);
+  std::copy_n(entity->reference.data(), kLongestReference, output);
   return entity->length;
 }
 
@@ -48,9 +30,19 @@ constexpr bool is_ordinary(std::uint16_t unit) {
 
 template <bool kKeepAscii>
 std::size_t encode_unit(std::uint16_t unit, std::uint8_t *output) {
-  if (!is_ordinary<kKeepAscii>(unit)) return write_reference(unit, output);
+  if (!is_ordinary<kKeepAscii>(unit)) return write_reference(unit, reinterpret_cast<char *>(output));
   *output = static_cast<std::uint8_t>(unit);
   return 1;
+}
+
+// The same where there is room for one store, which spares the branches.
+template <bool kKeepAscii>
+std::size_t encode_unit_roomily(std::uint16_t unit, std::uint8_t *output) {
+  constexpr const auto &kWritten = kKeepAscii ? kWrittenKeepingAscii : kWrittenEscapingMarkup;
+  if (unit >= kWritten.size()) return write_reference(unit, reinterpret_cast<char *>(output));
+  const Written &written = kWritten[unit];
+  std::memcpy(output, &written, sizeof written);
+  return written.length;
 }
 
 // Narrows one block and tells whether that was all it needed. The output never overlaps the text.
@@ -73,12 +65,15 @@ Progress encode_all(UnitView text, ByteBuffer output) {
   const auto encode_next = [&] {
     written += encode_unit<kKeepAscii>(text[consumed++].value, output.data() + written);
   };
-  while (text.size() - consumed >= kBlock && output.size() - written >= encode_room(kBlock)) {
+  constexpr std::size_t kRoom = encode_room(kBlock) + sizeof(Written);
+  while (text.size() - consumed >= kBlock && output.size() - written >= kRoom) {
     if (narrow_block<kKeepAscii>(text.data() + consumed, output.data() + written)) {
       consumed += kBlock;
       written += kBlock;
     } else {
-      for (std::size_t i = 0; i < kBlock; ++i) encode_next();
+      for (std::size_t i = 0; i < kBlock; ++i) {
+        written += encode_unit_roomily<kKeepAscii>(text[consumed++].value, output.data() + written);
+      }
     }
   }
   while (consumed < text.size() && output.size() - written >= kLongestReference) encode_next();
