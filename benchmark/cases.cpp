@@ -226,19 +226,7 @@ std::string decoded_subject(const std::string &text) {
 }
 
 std::size_t decode_html(const KernelInput &in, ByteBuffer out) {
-  UnitView page = in.units;
-  std::uint8_t *next = out.data();
-  while (!page.empty()) {
-    const html::Reference reference = html::next_reference(page);
-    std::memcpy(next, page.data(), reference.start * 2);
-    next += reference.start * 2;
-    std::array<std::uint16_t, 2> units{};
-    const std::size_t count = reference.length > 0 ? html::to_units(reference.code_point, units) : 0;
-    std::memcpy(next, units.data(), count * 2);
-    next += count * 2;
-    page = page.subspan(reference.start + reference.length);
-  }
-  return static_cast<std::size_t>(next - out.data());
+  return 2 * html::decode(in.units, {reinterpret_cast<Unit *>(out.data()), out.size() / 2});
 }
 
 template <const charsets::Charset &kSet>
@@ -247,12 +235,13 @@ std::size_t decode_charset(const KernelInput &in, ByteBuffer out) {
                               {reinterpret_cast<std::uint16_t *>(out.data()), in.texts[0].size()});
 }
 
-std::size_t remove_tags(const KernelInput &in, ByteBuffer out) {
+std::size_t remove_tags(const KernelInput &in, ByteBuffer out) { return tags::remove(in.texts[0], out); }
+
+std::size_t replace_tags(const KernelInput &in, ByteBuffer out) {
   std::uint8_t *next = out.data();
   for (tags::TagScanner scanner(in.texts[0]); scanner.next();) {
     next = std::ranges::copy(scanner.kept(), next).out;
-    if (in.texts.size() < 2) continue;
-    for (std::size_t i = 0; i < scanner.dropped(); ++i) next = std::ranges::copy(in.texts[1], next).out;
+    next += tags::repeat(in.texts[1], {next, scanner.dropped() * in.texts[1].size()});
   }
   return static_cast<std::size_t>(next - out.data());
 }
@@ -382,7 +371,7 @@ std::vector<Function> make_functions() {
            of("best", kUtf8, kWords)}),
       row("tag replacement",
           "RemoveHTMLTagsWithKZV(AsciiTextWithTags as string, Replacement as string) as string",
-          prepare<S, S, S>, remove_tags,
+          prepare<S, S, S>, replace_tags,
           {of("typical", kUtf8, kWords + kMarkup, {ascii(" ")}),
            of("worst", kUtf8, {"<b>x</b>", "<i>", "y</i>"}, {ascii("--")}),
            of("best", kUtf8, kWords, {ascii(" ")})}),

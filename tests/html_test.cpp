@@ -42,16 +42,13 @@ std::string encoded(std::u16string_view text, bool keep_ascii, std::uint64_t roo
 }
 
 std::u16string decoded(std::u16string_view text) {
-  Guarded in(bytes_of(text));
-  UnitView rest = units_of(in.bytes());
-  std::u16string result;
-  while (!rest.empty()) {
-    const Reference found = next_reference(rest);
-    for (const Unit unit : rest.first(found.start)) result += static_cast<char16_t>(unit.value);
-    std::array<std::uint16_t, 2> units{};
-    if (found.length != 0) result.append(units.begin(), units.begin() + to_units(found.code_point, units));
-    rest = rest.subspan(found.start + found.length);
-  }
+  const std::string bytes =
+      run_kernel(bytes_of(text), text.size() * sizeof(Unit), [](ByteView in, ByteBuffer out) {
+        return sizeof(Unit) *
+               decode(units_of(in), {reinterpret_cast<Unit *>(out.data()), out.size() / sizeof(Unit)});
+      });
+  std::u16string result(bytes.size() / sizeof(Unit), u'\0');
+  std::memcpy(result.data(), bytes.data(), bytes.size());
   return result;
 }
 std::u16string widened(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }

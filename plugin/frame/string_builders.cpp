@@ -70,20 +70,13 @@ void AddBinary(AsciiStringHandle &builder, const void *bytes, std::int32_t count
   });
 }
 
-void AddUnits(UnicodeStringHandle &builder, UnitView units) {
-  if (units.empty()) return;
-  // As much as that many single units would need, the last of them on its own.
-  const std::int64_t need = 2 * (builder.length + static_cast<std::int64_t>(units.size()) - 1) + 10;
-  if (!builder.Reserve(need, need + kSpare + 1)) return;
-  HLock(builder.handle);
-  std::memcpy(*builder.handle + std::ptrdiff_t{builder.length} * 2, units.data(), units.size_bytes());
-  builder.length += static_cast<std::int32_t>(units.size());
-  HUnlock(builder.handle);
-}
-
 void Add(UnicodeStringHandle &builder, std::uint16_t unit) {
-  const Unit one{unit};
-  AddUnits(builder, {&one, 1});
+  const std::int64_t need = std::int64_t{2} * builder.length + 10;
+  if (!builder.Reserve(need, need + kSpare + 1)) return;
+  builder.AddInPlace([unit](std::span<Unit> room) {
+    room[0] = {unit};
+    return std::size_t{1};
+  });
 }
 
 }  // namespace kzv

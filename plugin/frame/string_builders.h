@@ -23,6 +23,15 @@ class StringBuilder {
   [[nodiscard]] bool Create(std::uint64_t byte_count);
   // Makes sure of `need` bytes in all, by growing to `new_size` if there are fewer; false when dropped.
   [[nodiscard]] bool Reserve(std::int64_t need, std::int64_t new_size);
+  template <typename Element, typename Kernel>
+  void AddInPlace(Kernel kernel) {
+    if (handle == nullptr) return;
+    HLock(handle);
+    const std::span<Element> room{reinterpret_cast<Element *>(*handle),
+                                  static_cast<std::size_t>(capacity) / sizeof(Element)};
+    length += static_cast<std::int32_t>(kernel(room.subspan(static_cast<std::size_t>(length))));
+    HUnlock(handle);
+  }
   REALstringStruct *Finish(std::int64_t byte_count, REALencoding encoding);
   void Drop();
 
@@ -46,12 +55,7 @@ class AsciiStringHandle : StringBuilder {
   // Has `kernel(room) -> bytes written` append in the room that there is; nothing happens without a block.
   template <typename Kernel>
   void AddInPlace(Kernel kernel) {
-    if (handle == nullptr) return;
-    HLock(handle);
-    const ByteBuffer room{reinterpret_cast<std::uint8_t *>(*handle) + length,
-                          static_cast<std::size_t>(capacity - length)};
-    length += static_cast<std::int32_t>(kernel(room));
-    HUnlock(handle);
+    StringBuilder::AddInPlace<std::uint8_t>(kernel);
   }
 
   // Whether an append has failed for want of memory.
@@ -70,7 +74,12 @@ class UnicodeStringHandle : StringBuilder {
   using StringBuilder::Create;
 
   friend void Add(UnicodeStringHandle &builder, std::uint16_t unit);
-  friend void AddUnits(UnicodeStringHandle &builder, UnitView units);
+
+  // The same, of units.
+  template <typename Kernel>
+  void AddInPlace(Kernel kernel) {
+    StringBuilder::AddInPlace<Unit>(kernel);
+  }
 
   REALstringStruct *Finish() { return StringBuilder::Finish(std::int64_t{length} * 2, kEncodingUTF16); }
 };

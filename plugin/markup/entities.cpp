@@ -69,16 +69,17 @@ namespace {
 
 constexpr std::uint16_t kLastCodePoint = 0x2666;
 
-// A name as one number: its characters are the bytes, the last one lowest.
+// A name as one number: its characters are the bytes, the first one lowest.
 using NameKey = std::uint64_t;
 static_assert(sizeof(NameKey) == kLongestName);
-
-constexpr NameKey append(NameKey key, std::uint16_t character) { return key << 8 | character; }
 
 consteval std::array<NameKey, kEntityCount> make_name_keys() {
   std::array<NameKey, kEntityCount> keys{};
   for (std::size_t i = 0; i < kEntityCount; ++i) {
-    for (const char c : escapecodes[i].name()) keys[i] = append(keys[i], static_cast<std::uint8_t>(c));
+    const std::string_view name = escapecodes[i].name();
+    for (std::size_t at = 0; at < name.size(); ++at) {
+      keys[i] |= NameKey{static_cast<std::uint8_t>(name[at])} << (8 * at);
+    }
   }
   return keys;
 }
@@ -173,16 +174,30 @@ const Entity *entity_of(std::uint16_t unit) {
   return &escapecodes[kEntityByUnit[unit] - std::size_t{1}];
 }
 
-std::uint16_t code_point_of(UnitView name) {
-  if (name.size() > kLongestName) return 0;
+std::uint16_t code_point_of(UnitView text, std::size_t length) {
   NameKey key = 0;
-  for (const Unit unit : name) {
-    if (unit.value == 0 || unit.value > 0x7F) return 0;
-    key = append(key, unit.value);
+  NameKey wrong = 0;  // set where a unit is no ASCII character
+  const auto add = [&](std::size_t at) {
+    const std::uint16_t unit = text[at].value;
+    key |= NameKey{unit & 0xFFU} << (8 * at);
+    wrong |= NameKey{unit > 0x7F} << (8 * at);
+  };
+  if (text.size() >= kLongestName) {
+    // Without a branch for the length; what lies behind is cut off.
+    for (std::size_t at = 0; at < kLongestName; ++at) add(at);
+    const NameKey of_name = ~NameKey{0} >> (8 * (kLongestName - length));
+    key &= of_name;
+    wrong &= of_name;
+  } else {
+    for (std::size_t at = 0; at < length; ++at) add(at);
   }
+  if (wrong != 0) return 0;
   for (std::size_t slot = slot_of(key); kEntityByName[slot] != 0; slot = next_slot(slot)) {
     const std::size_t entity = kEntityByName[slot] - std::size_t{1};
-    if (kNameKeys[entity] == key) return escapecodes[entity].code_point;
+    // The length tells a name from one with zeros behind it.
+    if (kNameKeys[entity] == key && escapecodes[entity].name().size() == length) {
+      return escapecodes[entity].code_point;
+    }
   }
   return 0;
 }

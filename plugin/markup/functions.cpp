@@ -40,19 +40,6 @@ void AddPage(AsciiStringHandle &page, UnitView text, bool keep_ascii) {
   }
 }
 
-void AddDecoded(UnicodeStringHandle &decoded, UnitView page) {
-  while (!page.empty()) {
-    const html::Reference reference = html::next_reference(page);
-    AddUnits(decoded, page.first(reference.start));
-    if (reference.length > 0) {
-      std::array<std::uint16_t, 2> units{};
-      const std::size_t count = html::to_units(reference.code_point, units);
-      for (std::size_t i = 0; i < count; ++i) Add(decoded, units[i]);
-    }
-    page = page.subspan(reference.start + reference.length);
-  }
-}
-
 // Appends `unit` as often as `times` says.
 void AddRepeated(AsciiStringHandle &page, ByteView unit, std::size_t times) {
   page.AddInPlace([&](ByteBuffer room) {
@@ -127,7 +114,7 @@ REALstringStruct *DecodingToHTML(REALstringStruct *s) {
     rbText argument(s);
     const UnitView page = argument.utf16();
     if (page.empty() || !decoded.Create(PageRoom(page))) return nullptr;
-    AddDecoded(decoded, page);
+    decoded.AddInPlace([page](std::span<Unit> room) { return html::decode(page, room); });
   }
   return decoded.Finish();
 }

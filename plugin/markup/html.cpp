@@ -1,10 +1,13 @@
 #include "html.h"
 
 #include <algorithm>
+#include <bit>
+#include <cassert>
 #include <cstring>
 
 #include "ascii.h"
 #include "entities.h"
+#include "marks.h"
 
 namespace kzv::html {
 namespace {
@@ -82,18 +85,13 @@ Progress encode_all(UnitView text, ByteBuffer output) {
 
 constexpr bool is_ready(std::uint8_t byte) { return byte != 0 && byte < 0x80 && !is_markup(byte); }
 
-// The index of the first "&" in `text` from `at` on, or its size.
-std::size_t find_ampersand(UnitView text, std::size_t at) {
-  for (; text.size() - at >= kBlock; at += kBlock) {
-    std::uint16_t found = 0;
-    for (std::size_t i = 0; i < kBlock; ++i) {
-      found |= text[at + i].value == '&' ? std::uint16_t{1} : std::uint16_t{0};
-    }
-    if (found != 0) break;
-  }
-  while (at < text.size() && text[at].value != '&') ++at;
-  return at;
-}
+// A reference in a text: its length with "&" and ";", and the character, which may lie above U+FFFF. `length`
+// is never less than the units that the character takes.
+struct Reference {
+  std::size_t length;
+  std::uint32_t code_point;
+};
+constexpr Reference kNoReference{0, 0};
 
 constexpr std::uint32_t kNoDigit = 16;
 
@@ -115,27 +113,87 @@ std::uint32_t parse_number(UnitView digits, std::uint32_t base) {
   return value;
 }
 
-// What stands between "&" and ";" as a code point, or 0. Numbers are at most 99999 or FFFF: 5 and 4 digits.
-std::uint32_t code_point_of_reference(UnitView text) {
+// What the first `length` units of `text`, which stand between "&" and ";", are as a code point, or 0.
+// Numbers are at most 99999 or FFFF: 5 and 4 digits.
+std::uint32_t code_point_of_reference(UnitView text, std::size_t length) {
   constexpr std::size_t kLongestNumber = 6;
-  if (text.empty()) return 0;
-  if (text[0].value != '#') return code_point_of(text);
-  if (text.size() > kLongestNumber) return 0;
-  const bool hexadecimal = text.size() > 1 && text[1].value == 'x';
-  return hexadecimal ? parse_number(text.subspan(2), 16) : parse_number(text.subspan(1), 10);
+  if (length == 0) return 0;
+  if (text[0].value != '#') return code_point_of(text, length);
+  if (length > kLongestNumber) return 0;
+  const bool hexadecimal = length > 1 && text[1].value == 'x';
+  return hexadecimal ? parse_number(text.first(length).subspan(2), 16)
+                     : parse_number(text.first(length).subspan(1), 10);
 }
 
-// The reference whose "&" is the unit at `start`; its length is 0 when it is none.
+// How many units stand before the first ";", if there are no more than a name may have; else more.
+std::size_t length_up_to_semicolon(UnitView text) {
+  constexpr std::size_t kLooked = kLongestName + 1;
+  if (text.size() < kLooked) {
+    std::size_t length = 0;
+    while (length < text.size() && text[length].value != ';') ++length;
+    return length;
+  }
+  unsigned found = 1U << kLooked;
+  for (std::size_t i = 0; i < kLooked; ++i) found |= (text[i].value == ';' ? 1U : 0U) << i;
+  return static_cast<std::size_t>(std::countr_zero(found));
+}
+
+// The reference whose "&" is the unit at `start`.
 Reference reference_at(UnitView text, std::size_t start) {
   const UnitView rest = text.subspan(start + 1);
-  const std::size_t limit = std::min(rest.size(), kLongestName + 1);
-  std::size_t length = 0;
-  while (length < limit && rest[length].value != ';') ++length;
+  const std::size_t length = length_up_to_semicolon(rest);
   const bool open = length == rest.size();  // the end of the text closes it, too
-  if (length > kLongestName) return {start, 0, 0};
-  const std::uint32_t code_point = code_point_of_reference(rest.first(length));
-  if (code_point == 0) return {start, 0, 0};
-  return {start, length + (open ? 1 : 2), code_point};
+  if (length > kLongestName) return kNoReference;
+  const std::uint32_t code_point = code_point_of_reference(rest, length);
+  if (code_point == 0) return kNoReference;
+  return {length + (open ? 1 : 2), code_point};
+}
+
+// Finds the "&" of a text one after the other, by its bytes.
+class Ampersands {
+ public:
+  explicit Ampersands(UnitView text)
+      : text_(text),
+        low_bytes_({reinterpret_cast<const std::uint8_t *>(text.data()), text.size_bytes()}, kAmpersand) {}
+
+  // The first from unit `at` on, or the end of the text. `at` never goes back.
+  std::size_t next(std::size_t at) {
+    std::size_t byte = low_bytes_.next(at * sizeof(Unit));
+    while (byte < text_.size_bytes() &&
+           (byte % sizeof(Unit) != 0 || text_[byte / sizeof(Unit)].value != '&')) {
+      byte = low_bytes_.next(byte + 1);
+    }
+    return byte / sizeof(Unit);
+  }
+
+ private:
+  static constexpr cpu::ByteSet kAmpersand = cpu::bytes_in("&");
+
+  UnitView text_;
+  cpu::MarkCursor low_bytes_;
+};
+
+// Copies units; a few of them in one piece where both sides have room for it.
+Unit *copy(UnitView run, UnitView text_from_there, Unit *to, const Unit *limit) {
+  constexpr std::size_t kFew = 16;
+  if (run.size() <= kFew && text_from_there.size() >= kFew && limit - to >= std::ptrdiff_t{kFew}) {
+    std::memcpy(to, run.data(), kFew * sizeof(Unit));
+  } else if (!run.empty()) {
+    std::memcpy(to, run.data(), run.size_bytes());
+  }
+  return to + run.size();
+}
+
+// Writes a code point up to U+10FFFF as one unit, or as a surrogate pair.
+Unit *write_character(std::uint32_t code_point, Unit *to) {
+  if (code_point < 0x10000) {
+    *to = {static_cast<std::uint16_t>(code_point)};
+    return to + 1;
+  }
+  // U+10000 = D800 DC00; 0xD800 - (0x10000 >> 10) = 0xD7C0.
+  to[0] = {static_cast<std::uint16_t>(0xD7C0 + (code_point >> 10))};
+  to[1] = {static_cast<std::uint16_t>(0xDC00 | (code_point & 0x3FF))};
+  return to + 2;
 }
 
 }  // namespace
@@ -153,23 +211,25 @@ bool is_html_ready(ByteView bytes) {
   return none_of_bytes(bytes, [](std::uint8_t byte) { return !is_ready(byte); });
 }
 
-Reference next_reference(UnitView text) {
-  for (std::size_t at = find_ampersand(text, 0); at < text.size(); at = find_ampersand(text, at + 1)) {
+std::size_t decode(UnitView text, std::span<Unit> output) {
+  assert(output.size() >= text.size());
+  Ampersands ampersands(text);
+  Unit *next = output.data();
+  const Unit *const limit = next + output.size();
+  std::size_t copied = 0;  // what stands before is in the output already
+  for (std::size_t at = ampersands.next(0); at < text.size();) {
     const Reference reference = reference_at(text, at);
-    if (reference.length != 0) return reference;
+    if (reference.length == 0) {
+      at = ampersands.next(at + 1);
+      continue;
+    }
+    next = copy(text.subspan(copied, at - copied), text.subspan(copied), next, limit);
+    next = write_character(reference.code_point, next);
+    copied = at + reference.length;
+    at = ampersands.next(copied);
   }
-  return {text.size(), 0, 0};
-}
-
-std::size_t to_units(std::uint32_t code_point, std::span<std::uint16_t, 2> units) {
-  if (code_point < 0x10000) {
-    units[0] = static_cast<std::uint16_t>(code_point);
-    return 1;
-  }
-  // U+10000 = D800 DC00; 0xD800 - (0x10000 >> 10) = 0xD7C0.
-  units[0] = static_cast<std::uint16_t>(0xD7C0 + (code_point >> 10));
-  units[1] = static_cast<std::uint16_t>(0xDC00 | (code_point & 0x3FF));
-  return 2;
+  next = copy(text.subspan(copied), text.subspan(copied), next, limit);
+  return static_cast<std::size_t>(next - output.data());
 }
 
 }  // namespace kzv::html

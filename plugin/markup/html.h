@@ -26,21 +26,11 @@ Progress encode(UnitView text, bool keep_ascii, ByteBuffer output);
 // Whether all bytes are ASCII other than 00 and " & ' < >, so that they mean themselves within a page.
 bool is_html_ready(ByteView bytes);
 
-// A reference found in a text: first unit, length in units with "&" and ";", and the character, which may lie
-// above U+FFFF. `length` is never less than the units that the character takes.
-struct Reference {
-  std::size_t start;
-  std::size_t length;
-  std::uint32_t code_point;
-};
-
-// The first valid reference in `text`; without one, `start` is text.size() and `length` 0. The ";" stands
+// Writes each valid reference's character, a surrogate pair above U+FFFF, and copies the rest. The ";" stands
 // after at most 8 characters, or is missing at the very end of the text. Known names count, and numbers
 // within 6 characters: "#" and decimal or "#x" and hexadecimal digits; what follows the digits is ignored;
-// the value 0 or a minus sign among them makes it none. Linear, also when called again behind each reference.
-Reference next_reference(UnitView text);
-
-// Writes a code point up to U+10FFFF as one unit, or as a surrogate pair; returns the number of units.
-std::size_t to_units(std::uint32_t code_point, std::span<std::uint16_t, 2> units);
+// the value 0 or a minus sign among them makes it none. The output needs as many units as the text; returns
+// the number written.
+std::size_t decode(UnitView text, std::span<Unit> output);
 
 }  // namespace kzv::html
