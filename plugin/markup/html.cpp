@@ -14,10 +14,6 @@ namespace {
 
 static_assert(encode_room(1) == kLongestReference);
 
-// Elements looked at together: a loop of fixed length without a way out becomes vector instructions, provided
-// that its findings are gathered in an integer.
-constexpr std::size_t kBlock = 16;
-
 // The apostrophe is the one character whose name is not written: HTML 4.01 itself does not know "apos".
 std::size_t write_reference(std::uint16_t unit, char *output) {
   const Entity *entity = entity_of(unit);
@@ -48,39 +44,62 @@ std::size_t encode_unit_roomily(std::uint16_t unit, std::uint8_t *output) {
   return written.length;
 }
 
-// Narrows one block and tells whether that was all it needed. The output never overlaps the text.
-template <bool kKeepAscii>
+// Narrows one block and tells whether all of it was ASCII.
 bool narrow_block(const Unit *units, std::uint8_t *__restrict output) {
-  std::uint16_t special = 0;
-  for (std::size_t i = 0; i < kBlock; ++i) {
-    const std::uint16_t unit = units[i].value;
-    output[i] = static_cast<std::uint8_t>(unit);
-    special |= is_ordinary<kKeepAscii>(unit) ? std::uint16_t{0} : std::uint16_t{1};
+  std::uint16_t bits = 0;
+  for (std::size_t i = 0; i < cpu::kBlock; ++i) {
+    bits |= units[i].value;
+    output[i] = static_cast<std::uint8_t>(units[i].value);
   }
-  return special == 0;
+  return bits < 0x80;
+}
+
+// Encodes a block of ASCII: copies it and, from each markup character on, copies the rest of it again behind
+// the reference. Has room for another block behind the longest output. Returns the end of what it wrote.
+std::uint8_t *escape_block(const std::uint8_t *block, std::uint8_t *next) {
+  static constexpr cpu::ByteSet kMarkup([](std::uint8_t byte) { return is_markup(byte); });
+  std::uint64_t left = 0;
+  cpu::level().find(block, 1, kMarkup, &left);
+  std::memcpy(next, block, cpu::kBlock);
+  std::size_t done = 0;
+  for (; left != 0; left &= left - 1) {
+    const auto at = static_cast<std::size_t>(std::countr_zero(left));
+    const Written &written = kWrittenEscapingMarkup[block[at]];
+    next += at - done;
+    done = at + 1;
+    std::memcpy(next, &written, sizeof written);
+    next += written.length;
+    // As much as may be left: what lies behind the block is overwritten later.
+    std::memcpy(next, block + done, cpu::kBlock);
+  }
+  return next + (cpu::kBlock - done);
 }
 
 // Blocks while the output has room for the worst of them, then unit by unit.
 template <bool kKeepAscii>
 Progress encode_all(UnitView text, ByteBuffer output) {
+  constexpr std::size_t kRoom = encode_room(cpu::kBlock) + cpu::kBlock;
+  std::array<std::uint8_t, 2 * cpu::kBlock> narrowed{};
   std::size_t consumed = 0;
-  std::size_t written = 0;
-  const auto encode_next = [&] {
-    written += encode_unit<kKeepAscii>(text[consumed++].value, output.data() + written);
-  };
-  constexpr std::size_t kRoom = encode_room(kBlock) + sizeof(Written);
-  while (text.size() - consumed >= kBlock && output.size() - written >= kRoom) {
-    if (narrow_block<kKeepAscii>(text.data() + consumed, output.data() + written)) {
-      consumed += kBlock;
-      written += kBlock;
+  std::uint8_t *next = output.data();
+  const std::uint8_t *const limit = next + output.size();
+  while (text.size() - consumed >= cpu::kBlock && limit - next >= std::ptrdiff_t{kRoom}) {
+    const Unit *const units = text.data() + consumed;
+    consumed += cpu::kBlock;
+    if (!narrow_block(units, narrowed.data())) {
+      for (std::size_t i = 0; i < cpu::kBlock; ++i)
+        next += encode_unit_roomily<kKeepAscii>(units[i].value, next);
+    } else if (kKeepAscii) {
+      std::memcpy(next, narrowed.data(), cpu::kBlock);
+      next += cpu::kBlock;
     } else {
-      for (std::size_t i = 0; i < kBlock; ++i) {
-        written += encode_unit_roomily<kKeepAscii>(text[consumed++].value, output.data() + written);
-      }
+      next = escape_block(narrowed.data(), next);
     }
   }
-  while (consumed < text.size() && output.size() - written >= kLongestReference) encode_next();
-  return {consumed, written};
+  while (consumed < text.size() && limit - next >= std::ptrdiff_t{kLongestReference}) {
+    next += encode_unit<kKeepAscii>(text[consumed++].value, next);
+  }
+  return {consumed, static_cast<std::size_t>(next - output.data())};
 }
 
 constexpr bool is_ready(std::uint8_t byte) { return byte != 0 && byte < 0x80 && !is_markup(byte); }
