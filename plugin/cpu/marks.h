@@ -16,6 +16,8 @@ constexpr std::uint64_t bits_below(std::size_t count) {
   return count < kBlock ? (std::uint64_t{1} << count) - 1 : ~std::uint64_t{0};
 }
 
+constexpr std::uint64_t lowest_bit(bool set) { return set ? 1 : 0; }
+
 // Finds the marked bytes of a text one after the other.
 class MarkCursor {
  public:
@@ -103,7 +105,7 @@ class MarksAhead {
   MarksAhead(const Piece &piece, const ByteSet &set) : last_(piece.blocks - 1) {
     find(piece, set, masks_);
     const std::uint8_t *const behind = piece.text + piece.blocks * kBlock;
-    behind_ = std::uint64_t{set.contains(behind[0])} | std::uint64_t{set.contains(behind[1])} << 1;
+    behind_ = lowest_bit(set.contains(behind[0])) | lowest_bit(set.contains(behind[1])) << 1;
   }
   std::uint64_t operator[](std::size_t i) const { return masks_[i]; }
   [[nodiscard]] std::uint64_t ahead(std::size_t i, unsigned distance) const {
@@ -175,7 +177,7 @@ std::uint64_t replace_in_block(Piece &piece, std::size_t block, std::uint64_t ma
     resume = replacement.end;
     text[bit] = replacement.byte;
     const std::uint64_t taken = bits_below(resume - base) & ~bits_below(bit);
-    kept &= ~taken | std::uint64_t{replacement.kept} << bit;
+    kept &= ~taken | lowest_bit(replacement.kept) << bit;
     // Two steps, so that the next mark seldom has to wait for this one's end.
     left &= left - 1;
     if ((left & taken) != 0) left &= ~taken;

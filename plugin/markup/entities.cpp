@@ -160,7 +160,9 @@ consteval Written make_written(std::uint16_t unit, bool keep_ascii) {
 
 consteval std::array<Written, 256> make_table_of_written(bool keep_ascii) {
   std::array<Written, 256> table;
-  for (std::uint16_t unit = 0; unit < table.size(); ++unit) table[unit] = make_written(unit, keep_ascii);
+  for (std::size_t unit = 0; unit < table.size(); ++unit) {
+    table[unit] = make_written(static_cast<std::uint16_t>(unit), keep_ascii);
+  }
   return table;
 }
 
@@ -180,7 +182,7 @@ std::uint16_t code_point_of(UnitView text, std::size_t length) {
   const auto add = [&](std::size_t at) {
     const std::uint16_t unit = text[at].value;
     key |= NameKey{unit & 0xFFU} << (8 * at);
-    wrong |= NameKey{unit > 0x7F} << (8 * at);
+    wrong |= NameKey{unit > 0x7F ? 1U : 0U} << (8 * at);
   };
   if (text.size() >= kLongestName) {
     // Without a branch for the length; what lies behind is cut off.

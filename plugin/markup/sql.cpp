@@ -76,7 +76,7 @@ class BooleanReplacer {
     cpu::find(piece, kSingleQuote, single);
     cpu::find(piece, kDoubleQuote, twofold);
     for (std::size_t i = 0; i < piece.blocks; ++i) {
-      const std::uint64_t behind_delimiters = delimiters[i] << 1 | std::uint64_t{behind_delimiter_};
+      const std::uint64_t behind_delimiters = delimiters[i] << 1 | cpu::lowest_bit(behind_delimiter_);
       behind_delimiter_ = delimiters[i] >> 63 != 0;
       const std::uint64_t words = behind_delimiters & ((t[i] & r.ahead(i, 1)) | (f[i] & a.ahead(i, 1)));
       if (single[i] == 0 && open_quote_ != '\'') {

@@ -14,7 +14,7 @@ constexpr std::uint8_t kEscapedOffset = 64;  // on top of the other
 // `carry` tells whether the last one of the block before counted.
 std::uint64_t counting(std::uint64_t marks, bool &carry) {
   constexpr std::uint64_t kOdd = 0xAAAAAAAAAAAAAAAA;
-  marks &= ~std::uint64_t{carry};
+  marks &= ~cpu::lowest_bit(carry);
   const std::uint64_t starts = marks & ~(marks << 1);
   // Added to a run, its start carries through and out of it.
   const std::uint64_t runs_from_odd = marks & ~(marks + (starts & kOdd));
@@ -34,7 +34,7 @@ std::size_t decode(ByteView input, ByteBuffer output) {
     for (std::size_t i = 0; i < piece.blocks; ++i) {
       const bool first_is_escaped = carry;
       const std::uint64_t escapes = counting(kept[i], carry);
-      escaped[i] = escapes << 1 | std::uint64_t{first_is_escaped};
+      escaped[i] = escapes << 1 | cpu::lowest_bit(first_is_escaped);
       kept[i] = ~escapes;
     }
     cpu::level().add(piece.text, piece.blocks, escaped.data(), 256 - kOffset, 256 - kEscapedOffset,
