@@ -1,5 +1,6 @@
 // Every function on hosts that let it down, and without memory: whatever fails, the answer is whole or one
 // that arguments which cannot be read explain, everything is given back, and at most one exception is raised.
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <memory>
 #include <new>
@@ -249,6 +250,18 @@ TEST_F(Faults, OfLookUpsLeaveWholeAnswersAndNothingBehind) {
         ASSERT_FALSE(HasFailure());
       }
     }
+  }
+}
+
+// A missing service is asked for again where bytes are given back. What is lost then, the leak sanitizer
+// finds.
+TEST_F(Faults, OfLookUpsLoseNoBytesThatTheHostLeavesToTheLibrary) {
+  const std::vector<Fault> all = faults();
+  const auto throwing = std::ranges::find(all, "a resolver that throws", &Fault::what);
+  bool happened = true;
+  for (int k = 1; happened; ++k) {
+    Plugin fresh(KZV_FAULTY, version(2013.03, {"PluginDisposeStringData"}));
+    happened = call(fresh, samples().front(), 1, *throwing, k);
   }
 }
 

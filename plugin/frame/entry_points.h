@@ -82,13 +82,6 @@ inline EntryPoint<void(REALobjectStruct *)> &UnlockObjectService() {
   return pUnlockObject;
 }
 
-// What "PluginGetStringData" put in the record goes back to the host; false when the host takes nothing back.
-inline bool REALDisposeStringData(REALstringData *data) {
-  auto *const dispose = DisposeStringDataService().address();
-  if (dispose != nullptr) dispose(data);
-  return dispose != nullptr;
-}
-
 inline void REALUnlockString(REALstringStruct *s) { UnlockStringService()(s); }
 inline void REALUnlockObject(REALobjectStruct *object) { UnlockObjectService()(object); }
 

@@ -1,6 +1,5 @@
 #include "frame/string_data.h"
 
-#include <cstdlib>
 #include <cstring>
 
 #include "frame/host_reference.h"
@@ -63,9 +62,14 @@ bool CopyBytes(REALstringStruct *s, REALencoding encoding, REALstringData &recor
 }
 
 void ReleaseStringData(StringDataOwner owner, REALstringData &record) {
-  // A host that lends bytes but has no service to take them back leaves them to us.
-  if (owner == StringDataOwner::kHost && REALDisposeStringData(&record)) return;
-  std::free(const_cast<std::uint8_t *>(record.data));
+  // A host that lends bytes but has no service to take them back leaves them to us, also when it throws at
+  // being asked for that service once more.
+  HeapBytes ours(const_cast<std::uint8_t *>(record.data));
+  if (owner != StringDataOwner::kHost) return;
+  auto *const dispose = DisposeStringDataService().address();
+  if (dispose == nullptr) return;
+  static_cast<void>(ours.release());
+  dispose(&record);
 }
 
 }  // namespace
