@@ -7,52 +7,10 @@
 #include <vector>
 
 #include "support/random.h"
+#include "support/twins.h"
 
 namespace kzv::distance {
 namespace {
-
-using Text = std::vector<std::uint32_t>;
-
-double slow_jaro_winkler(const Text &a, const Text &b) {
-  if (a.empty() || b.empty()) return a.size() == b.size() ? 0.0 : 1.0;
-  const std::size_t w = std::max(std::max(a.size(), b.size()) / 2, std::size_t{1}) - 1;
-  std::vector<bool> taken(b.size());
-  Text matched;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    std::size_t j = i - std::min(i, w);
-    while (j < std::min(i + w + 1, b.size()) && (taken[j] || a[i] != b[j])) ++j;
-    if (j >= std::min(i + w + 1, b.size())) continue;
-    taken[j] = true;
-    matched.push_back(a[i]);
-  }
-  if (matched.empty()) return 1.0;
-  std::size_t t = 0;
-  for (std::size_t j = 0, k = 0; j < b.size(); ++j) t += taken[j] && matched[k++] != b[j] ? 1U : 0U;
-  const auto real = [](std::size_t n) { return static_cast<double>(n); };
-  const double m = real(matched.size());
-  const double jaro = ((m / real(a.size()) + m / real(b.size())) + (m - real(t / 2)) / m) / 3.0;
-  const auto end = a.begin() + std::min(std::ssize(a), std::ptrdiff_t{4});
-  const auto p = static_cast<double>(std::mismatch(a.begin(), end, b.begin(), b.end()).first - a.begin());
-  const volatile double boost = (1.0 - jaro) * (p * 0.1);
-  return 1.0 - (jaro > 0.7 ? jaro + boost : jaro);
-}
-
-// The whole matrix, with the swap at the cost of the substitution.
-double slow_edit_distance(const Text &a, const Text &b) {
-  if (a.empty() || b.empty()) return 1.0;
-  std::vector<std::vector<int>> cell(b.size() + 1, std::vector<int>(a.size() + 1));
-  for (std::size_t i = 0; i <= a.size(); ++i) {
-    for (std::size_t j = 0; j <= b.size(); ++j) {
-      cell[j][i] = static_cast<int>(i + j);
-      if (i == 0 || j == 0) continue;
-      const int cost = a[i - 1] == b[j - 1] ? 0 : 1;
-      cell[j][i] = std::min({cell[j - 1][i] + 1, cell[j][i - 1] + 1, cell[j - 1][i - 1] + cost});
-      if (i >= 2 && j >= 2 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
-        cell[j][i] = std::min(cell[j][i], cell[j - 2][i - 2] + cost);
-    }
-  }
-  return 1.0 / (static_cast<double>(std::min(a.size(), b.size())) / cell[b.size()][a.size()]);
-}
 
 TEST(Distance, KnownPairs) {
   const auto expect = [](std::string_view x, std::string_view y, double jaro_winkler_expected, double edit) {

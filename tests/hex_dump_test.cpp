@@ -5,6 +5,7 @@
 
 #include "support/kernels.h"
 #include "support/random.h"
+#include "support/twins.h"
 
 namespace kzv::hex_dump {
 namespace {
@@ -12,25 +13,6 @@ namespace {
 std::string dumped(const std::string &input, const Shape &shape) {
   return run_kernel(input, dump_size(input.size(), shape).value(),
                     [&](ByteView in, ByteBuffer out) { return dump(in, shape, out); });
-}
-
-// The whole padded text first, then a character at a time.
-std::string slowly_dumped(const std::string &input, const Shape &shape) {
-  const auto text = [](ByteView bytes) { return std::string(bytes.begin(), bytes.end()); };
-  const auto hexlen = static_cast<std::size_t>(shape.hexlen);
-  std::string hex;
-  std::string result;
-  for (const char c : input) hex += {"0123456789ABCDEF"[(c >> 4) & 15], "0123456789ABCDEF"[c & 15]};
-  for (int i = 0; i < shape.hexlen * shape.linelen; ++i)
-    hex += shape.filler.empty() ? "0" : text(shape.filler);
-  for (std::size_t at = 0; at < input.size() * 2;) {
-    result += text(shape.linestart);
-    for (int group = 0; group < shape.linelen; ++group, at += hexlen) {
-      result += (group > 0 ? text(shape.spacer) : "") + hex.substr(at, hexlen);
-    }
-    result += text(shape.lineend);
-  }
-  return result.substr(0, result.find('\0'));
 }
 
 TEST(HexDump, RandomShapesAgreeWithTheSlowDump) {

@@ -4,6 +4,7 @@
 
 #include "markup/entities.h"
 #include "support/kernels.h"
+#include "support/twins.h"
 
 namespace kzv::html {
 namespace {
@@ -12,19 +13,6 @@ std::string_view bytes_of(std::u16string_view text) {
   return {reinterpret_cast<const char *>(text.data()), text.size() * 2};
 }
 UnitView units_of(ByteView bytes) { return {reinterpret_cast<const Unit *>(bytes.data()), bytes.size() / 2}; }
-
-// One unit at a time, the table from the start: what the encoder does in blocks and by index.
-std::string slowly_encoded(std::u16string_view text, bool keep_ascii) {
-  std::string result;
-  for (const char16_t unit : text) {
-    const auto *entity = std::ranges::find(escapecodes, unit, &Entity::code_point);
-    const bool known = entity != escapecodes.end();
-    const std::string name = known && unit != '\'' ? std::string(entity->name()) : "#" + std::to_string(unit);
-    const bool plain = unit < 0x80 && (keep_ascii || !known);
-    result += plain ? std::string(1, static_cast<char>(unit)) : "&" + name + ";";
-  }
-  return result;
-}
 
 // Encodes into pieces of `room` bytes; the last byte read and written lies before a guard page each time.
 std::string encoded(std::u16string_view text, bool keep_ascii, std::uint64_t room = encode_room(0x10000)) {

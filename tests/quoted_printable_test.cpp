@@ -4,6 +4,7 @@
 
 #include "support/kernels.h"
 #include "support/random.h"
+#include "support/twins.h"
 
 namespace kzv::quoted_printable {
 namespace {
@@ -18,26 +19,6 @@ std::string encoded(const std::string &text, std::int32_t line_length = 72) {
   });
 }
 std::string decoded(const std::string &text) { return run_kernel(text, text.size(), decode); }
-
-// Character by character: the encoded text, and what decoding should make of it.
-std::pair<std::string, std::string> slowly_encoded(const std::string &text, std::int64_t limit) {
-  const auto breaks = [](char c) { return c == '\r' || c == '\n'; };
-  std::string out;
-  std::string lines;
-  std::int64_t column = 0;
-  for (const char *c = text.c_str(); c < text.c_str() + text.size(); ++c) {
-    const bool kept = *c == ' ' || *c == '\t' ? !breaks(c[1]) : *c > 32 && *c < 127 && *c != '=';
-    std::string token = {'=', "0123456789ABCDEF"[(*c >> 4) & 15], "0123456789ABCDEF"[*c & 15]};
-    if (kept) token = *c;
-    if (breaks(*c)) token = "\r\n";
-    const bool full = !breaks(*c) && column + std::ssize(token) >= (limit < 2 ? 72 : limit) - 1;
-    column = breaks(*c) ? 0 : (full ? 0 : column) + std::ssize(token);
-    out += full ? "=\r\n" + token : token;
-    lines += breaks(*c) ? '\n' : *c;
-    if (breaks(*c) && breaks(c[1]) && *c != c[1]) ++c;
-  }
-  return {lines.find('\n') < lines.size() && column > 0 ? out + "=\r\n" : out, lines};
-}
 
 TEST(QuotedPrintable, RandomTextAgreesWithTheSlowEncoderAndDecodesAgain) {
   auto random = seeded_random();

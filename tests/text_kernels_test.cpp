@@ -7,6 +7,7 @@
 #include "markup/tags.h"
 #include "support/kernels.h"
 #include "support/random.h"
+#include "support/twins.h"
 #include "transfer/hex.h"
 #include "transfer/mail_subject.h"
 #include "transfer/yenc.h"
@@ -43,44 +44,6 @@ std::string tags_replaced(std::string_view text) {
   return result;
 }
 
-// What the fast code is held against: the rules byte by byte, with no thought of speed.
-std::string slow_tags_replaced(std::string_view text) {
-  std::string result;
-  for (int count = 0; const char c : text) {
-    count += c == '<' ? 1 : c == '>' ? -1 : 0;
-    if (c != '<' && c != '>') result += count == 0 ? std::string(1, c) : "*+";
-  }
-  return result;
-}
-std::string slow_decode_mysql(std::string_view text) {
-  std::string result;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const bool pair = text[i] == '\\' && i + 1 < text.size();
-    const std::size_t at = pair ? R"(0'"bnrtZ\%_)"s.find(text[++i]) : std::string::npos;
-    if (pair && at == std::string::npos) result += '\\';
-    result += at != std::string::npos ? "\0'\"\b\n\r\t\x1A\\%_"[at] : text[i];
-  }
-  return result;
-}
-bool delimits(std::string_view text, std::size_t at) {
-  return at >= text.size() || static_cast<signed char>(text[at]) <= ' ' || "(),;"s.find(text[at]) < 4;
-}
-std::string slow_replace_booleans(std::string_view text) {
-  std::string result;
-  char quote = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '\'' || text[i] == '"') quote = quote == text[i] ? '\0' : quote == 0 ? text[i] : quote;
-    const bool begins = quote == 0 && (i == 0 || delimits(text, i - 1));
-    std::string lower(text.substr(i, 5));
-    for (char &c : lower) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-    const std::size_t word = lower == "false" ? 5 : lower.starts_with("true") ? 4 : 0;
-    const bool replaced = begins && word > 0 && delimits(text, i + word);
-    result += !replaced ? text[i] : word == 4 ? '1' : '0';
-    if (replaced) i += word - 1;
-  }
-  return result;
-}
-
 TEST(TextKernels, Tables) {
   const auto rows = std::to_array<std::tuple<Rewriting, std::string, std::string>>({
       {from_hex, "4a4A1GG10A 0B", "\x4A\x4A\x10\x01\x0A\0"s},  // a space shifts the pairs, the end is odd
@@ -110,8 +73,8 @@ TEST(TextKernels, EveryByte) {
     const bool high = byte >= 128 || byte == '=' || byte == '_';
     const std::string escaped = high ? "=" + to_hex(one) : byte == ' ' ? "_" : one.c_str();
     EXPECT_EQ(subject("\t" + one), "=?utf-8?Q?\t" + escaped + "?=") << byte;
-    EXPECT_EQ(run<sql::decode_mysql>("\\" + one), slow_decode_mysql("\\" + one)) << byte;
-    EXPECT_EQ(run<sql::replace_booleans>("true" + one), slow_replace_booleans("true" + one)) << byte;
+    EXPECT_EQ(run<sql::decode_mysql>("\\" + one), sql::slow_decode_mysql("\\" + one)) << byte;
+    EXPECT_EQ(run<sql::replace_booleans>("true" + one), sql::slow_replace_booleans("true" + one)) << byte;
     Guarded bytes(one);
     EXPECT_EQ(is_ascii(bytes.bytes(), 0), byte < 128) << byte;
     EXPECT_EQ(is_ascii(bytes.bytes(), 1), byte >= 32 && byte < 128) << byte;
@@ -160,9 +123,9 @@ TEST(TextKernels, RandomTextsAgainstTheSlowTwins) {
   for (int round = 0; round < 20000; ++round) {
     std::string text;
     for (auto count = random() % 12; count > 0; --count) text += pieces.at(random() % pieces.size());
-    ASSERT_EQ(run<sql::decode_mysql>(text), slow_decode_mysql(text)) << text;
-    ASSERT_EQ(run<sql::replace_booleans>(text), slow_replace_booleans(text)) << text;
-    ASSERT_EQ(tags_replaced(text), slow_tags_replaced(text)) << text;
+    ASSERT_EQ(run<sql::decode_mysql>(text), sql::slow_decode_mysql(text)) << text;
+    ASSERT_EQ(run<sql::replace_booleans>(text), sql::slow_replace_booleans(text)) << text;
+    ASSERT_EQ(tags_replaced(text), slow_tags_replaced(text, "*+")) << text;
   }
 }
 
