@@ -4,12 +4,10 @@
 //   - After the start and after each call, everything that was taken has been given back.
 //   - At most one exception is raised, of a class that programs expect; on a healthy host none.
 //   - An exception that passes is one that the host threw. What the host threw passes; if it was
-//   std::bad_alloc, it
-//     may be raised instead.
+//     std::bad_alloc, it may be raised instead.
 //   - No call changes its arguments.
 //   - A complete host that is healthy again gets the answer that a healthy host of the newest version gets,
-//   whatever
-//     its version and whatever went wrong before.
+//     whatever its version and whatever went wrong before.
 #include <bit>
 #include <cstdio>
 #include <cstdlib>

@@ -2,12 +2,11 @@
 //
 //   url, hex   decode(encode(x)) is x; decode agrees with its slow twin
 //   printable  encode agrees with its slow twin and writes as many bytes as announced; decode gives the text
-//   back
-//              with every line break as LF, also a text that decode itself wrote
-//   subject    is encoded if need be, into as many bytes as announced; decoded, it is the text up to its
-//   first zero charset    decode and encode agree with the table, byte by byte html       encode agrees with
-//   its slow twin for every room; decode(encode(x)) is x; decode agrees with its slow
-//              twin
+//              back with every line break as LF, also a text that decode itself wrote
+//   subject    is encoded if need be, into as many bytes as announced; decoded, it is the text up to its zero
+//   charset    decode and encode agree with the table, byte by byte
+//   html       encode agrees with its slow twin for every room; decode agrees with its slow twin and gives
+//              back what was encoded
 //   rewritten  yEnc, SQL and tags agree with their slow twins
 //   kinds      of bytes agree with the definitions
 //   dump       agrees with its slow twin; there is none beyond the limit

@@ -30,17 +30,19 @@ TEST(Levels, FindEachByteOfASet) {
 
 // Dense and sparse masks, and the two extremes.
 std::uint64_t random_mask(std::mt19937_64 &random) {
+  const std::uint64_t bits = random();
+  const std::uint64_t others = random();
   switch (random() % 5) {
     case 0:
       return 0;
     case 1:
       return ~std::uint64_t{0};
     case 2:
-      return random() & random() & random();
+      return bits & others;
     case 3:
-      return random() | random() | random();
+      return bits | others;
     default:
-      return random();
+      return bits;
   }
 }
 
