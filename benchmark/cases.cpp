@@ -397,14 +397,14 @@ std::vector<Function> make_functions() {
           [](const KernelInput &in, ByteBuffer out) { return quoted_printable::decode(in.texts[0], out); },
           {of("typical", kAscii, kQuoted), of("worst", kAscii, kEscapesQuoted), of("best", kAscii, kLines)},
           without_carriage_returns),
-      reading(kUtf8, row(
+      row(
           "mail subject", "EncodeEmailSubjectKZV(s as string) as string", prepare<S, S>,
           [](const KernelInput &in, ByteBuffer out) {
             return mail_subject::needs_encoding(in.texts[0]) ? mail_subject::encode(in.texts[0], out) : 0;
           },
           {of("typical", kUtf8, accents), of("worst", kUtf8, {"\u00e9", "\u0434", "\u20ac"}),
            of("best", kAscii, kLetters)},
-          decoded_subject)),
+          decoded_subject),
       row("yEnc decode", "_yDecodeStringKZV(data as string) as string", prepare<S, S>,
           [](const KernelInput &in, ByteBuffer out) { return yenc::decode(in.texts[0], out); },
           {made("typical", kBytes, yenc_data), of("worst", kBytes, kEscapesYenc),
