@@ -329,6 +329,32 @@ TEST(RaisedExceptions, AreRaisedWithoutAMessageWhenThereIsNoMemoryForOne) {
   EXPECT_EQ(probe.host.ledger.report(), "");
 }
 
+// Raising calls the host, which may throw at each of those calls.
+TEST(RaisedExceptions, LeaveNothingBehindWhenTheHostThrows) {
+  using enum Misbehaviour::Kind;
+  for (const auto kind : {kThrowBadAlloc, kThrowOther, kRefuse}) {
+    for (const bool for_good : {false, true}) {
+      Plugin probe(KZV_PROBE);
+      auto *const raise =
+          probe.function<std::int32_t(REALboolean)>("Raise(withMessage as boolean) as integer");
+      bool happened = true;
+      for (int k = 1; happened; ++k) {
+        probe.host.settings.misbehaviour = {"", kind, k, for_good};
+        try {
+          probe.host.call(raise, ToREALboolean(true));
+        } catch (const std::bad_alloc &) {
+          EXPECT_EQ(kind, kThrowBadAlloc);
+        } catch (const HostFailure &) {
+          EXPECT_EQ(kind, kThrowOther);
+        }
+        happened = probe.host.settings.misbehaviour->calls_left <= 0;
+        EXPECT_LE(probe.host.take_raised().size(), 1U);
+        EXPECT_EQ(probe.host.ledger.report(), "") << k;
+      }
+    }
+  }
+}
+
 #if defined(__i386__)
 // Hosts of 32 bits keep their stack aligned to 4 bytes only: every function that they call begins by aligning
 // it.

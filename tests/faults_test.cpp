@@ -236,7 +236,7 @@ TEST_F(Faults, OfServicesAndMemoryLeaveWholeAnswersAndNothingBehind) {
 }
 
 TEST_F(Faults, OfLookUpsLeaveWholeAnswersAndNothingBehind) {
-  constexpr int kMostLookUps = 12;
+  constexpr int kMostLookUps = 16;
   for (const Settings &road : {roads().front(), roads().back(), version(2013.03)}) {
     for (const Sample &sample : samples()) {
       for (const Fault &fault : faults()) {

@@ -18,6 +18,7 @@ const std::vector<Sample> &samples() {
       sample("JaroWinklerDistanceKZV(a as string, b as string) as double",
              1.0 - (17.0 / 18.0 + (1.0 - 17.0 / 18.0) * (3 * 0.1)), utf8("MARTHA"), utf16("MARHTA")),
       sample("LevenshteinDistanceKZV(a as string, b as string) as double", 0.5, utf8("flaw"), ascii("lawn")),
+      sample("LevenshteinDistanceKZV(a as string, b as string) as double", 0.5, raw("flaw"), raw("lawn")),
       sample("LevenshteinDistanceKZV(a as string, b as string) as double", 1.0, kNil, utf8("lawn")),
       sample("ScientificStrKZV(d as double, digits as integer) as string", ascii("1.23e+03"), 1234.5, 2),
       sample("StrKZV(d as double) as string", ascii("99999999999999991611392.0"), 1e23),
@@ -64,6 +65,7 @@ const std::vector<Sample> &samples() {
              Text{"\xFE\xFF\xFF\xFE"
                   "a\0"s,
                   kEncodingUTF16}),
+      sample("DecodingFromHTMLKZV(s as string) as string", utf8("<b"), raw("&lt;b")),
       sample("DecodingFromHTMLKZV(s as string) as string", utf8("a"),
              Text{"\xFF\xFE\xFE\xFF"
                   "a\0"s,
@@ -82,6 +84,7 @@ const std::vector<Sample> &samples() {
              "lineend as "
              "string, spacer as string,filler as string) as string",
              ascii("<41 42|<43 ..|"), utf8("ABC"), 2, 2, utf8("<"), utf8("|"), utf8(" "), utf8(".")),
+      sample("EncodingToISO8859KZV(s as string) as string", ascii("plain"), raw("plain")),
       sample("EncodingToISO8859KZV(s as string) as string", raw("Gr\xFC\xDF"), utf16("Grüß€")),
       sample("DecodingFromISO8859KZV(s as string) as string", utf8("Ã©"), utf8("é")),
       sample("EncodingToCP1252KZV(s as string) as string", raw("\x80"), utf8("€\u0081")),
