@@ -221,6 +221,8 @@ TEST_F(Faults, OfServicesAndMemoryLeaveWholeAnswersAndNothingBehind) {
       {"EncodeEmailSubjectKZV(s as string) as string", "nil", kNoText},
       {"JaroWinklerDistanceKZV(a as string, b as string) as double", shown(0.0),
        "Failed to allocate 1200 bytes of memory."},
+      {"JaroWinklerDistanceKZV(a as string, b as string) as double", shown(0.0),
+       "Failed to allocate 400 bytes of memory."},
       {"LevenshteinDistanceKZV(a as string, b as string) as double", shown(1.0),
        "Failed to allocate 2566404 bytes of memory."},
   };

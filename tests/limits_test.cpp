@@ -153,6 +153,9 @@ TEST_F(Limits, OfSeveralArgumentsDecideWhetherMemoryIsAskedFor) {
   }
   // Beyond 32 bits.
   EXPECT_EQ(asked_for([&] { joined(std::size_t{2147483647} * (sizeof(void *) == 8 ? 6 : 1)); }), 0U);
+#if defined(__LP64__)
+  joined((std::size_t{1} << 32) + 100);  // whose last 32 bits would be little
+#endif
   EXPECT_EQ(asked_for([&] { dumped(1, 2147483647, 2147483647, none, none); }), 0U);
   EXPECT_EQ(plugin_.host.ledger.report(), "");
 }

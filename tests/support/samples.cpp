@@ -17,6 +17,7 @@ const std::vector<Sample> &samples() {
       sample("_yDecodeStringKZV(data as string) as string", raw("\xD6\x96"), raw("=@=")),
       sample("JaroWinklerDistanceKZV(a as string, b as string) as double",
              1.0 - (17.0 / 18.0 + (1.0 - 17.0 / 18.0) * (3 * 0.1)), utf8("MARTHA"), utf16("MARHTA")),
+      sample("JaroWinklerDistanceKZV(a as string, b as string) as double", 1.0, utf8("ab"), utf8("cde")),
       sample("LevenshteinDistanceKZV(a as string, b as string) as double", 0.5, utf8("flaw"), ascii("lawn")),
       sample("LevenshteinDistanceKZV(a as string, b as string) as double", 0.5, raw("flaw"), raw("lawn")),
       sample("LevenshteinDistanceKZV(a as string, b as string) as double", 1.0, kNil, utf8("lawn")),
