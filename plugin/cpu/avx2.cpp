@@ -63,7 +63,7 @@ KZV_AVX2 std::size_t compact_avx2(const std::uint8_t *bytes, std::size_t blocks,
   for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
     const std::uint64_t mask = kept[i];
     if (mask == ~std::uint64_t{0}) {
-      std::memcpy(next, bytes, kBlock);
+      if (next != bytes) std::memmove(next, bytes, kBlock);
       next += kBlock;
       continue;
     }

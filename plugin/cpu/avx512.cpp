@@ -33,9 +33,11 @@ KZV_AVX512 std::size_t compact_avx512(const std::uint8_t *bytes, std::size_t blo
                                       const std::uint64_t *kept, std::uint8_t *output) {
   std::uint8_t *next = output;
   for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
-    const __m512i text = _mm512_loadu_si512(bytes);
     const bool whole = kept[i] == ~std::uint64_t{0};  // as most blocks are
-    _mm512_storeu_si512(next, whole ? text : _mm512_maskz_compress_epi8(kept[i], text));
+    if (!whole || next != bytes) {
+      const __m512i text = _mm512_loadu_si512(bytes);
+      _mm512_storeu_si512(next, whole ? text : _mm512_maskz_compress_epi8(kept[i], text));
+    }
     next += __builtin_popcountll(kept[i]);
   }
   return static_cast<std::size_t>(next - output);

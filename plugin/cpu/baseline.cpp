@@ -40,7 +40,7 @@ std::size_t compact(const std::uint8_t *bytes, std::size_t blocks, const std::ui
   for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
     const std::uint64_t mask = kept[i];
     if (mask == ~std::uint64_t{0}) {
-      std::memcpy(next, bytes, kBlock);
+      if (next != bytes) std::memmove(next, bytes, kBlock);
       next += kBlock;
     } else if (mask != 0) {
       // Each byte is written; one that is dropped is overwritten by the next.

@@ -17,7 +17,7 @@ struct Level {
   void (*find)(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set, std::uint64_t *masks);
 
   // Moves together the bytes whose bits are set, and returns their number. The output has room for as many
-  // blocks; what is behind the bytes returned may be overwritten.
+  // blocks, and may be the bytes themselves; what is behind those returned may be overwritten.
   std::size_t (*compact)(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *kept,
                          std::uint8_t *output);
 

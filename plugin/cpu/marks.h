@@ -64,34 +64,39 @@ class Piece {
   static constexpr std::size_t kBlocks = 16;
   static constexpr std::size_t kReadBehind = 2;
 
-  void load(ByteView input, std::size_t at) {
+  // `output` is where the piece's bytes will go: it has room for as many as the text has from `at` on.
+  void load(ByteView input, std::size_t at, std::uint8_t *output) {
     const std::size_t left = input.size() - at;
     start = at;
     blocks = left > kReadBehind ? std::min((left - kReadBehind) / kBlock, kBlocks) : 0;
     size = blocks * kBlock;
     text = input.data() + at;
+    place = output;
     if (blocks == 0) {
-      // The rest, at most a block and two bytes.
+      // The rest, at most a block and two bytes. Whole blocks of it may not fit into the output.
       size = left;
       blocks = (size + kBlock - 1) / kBlock;
-      std::memset(changed.data(), 0, 2 * kBlock + kReadBehind);
-      std::memcpy(changed.data(), text, size);
-      text = changed.data();
+      rest_ = {};
+      std::memcpy(rest_.data(), text, size);
+      text = place = rest_.data();
     }
   }
 
-  // The text in memory of the piece's own, to be changed.
+  // The text where it may be changed.
   std::uint8_t *own() {
-    if (text != changed.data()) std::memcpy(changed.data(), text, blocks * kBlock + kReadBehind);
-    text = changed.data();
-    return changed.data();
+    if (text != place) std::memcpy(place, text, blocks * kBlock + kReadBehind);
+    text = place;
+    return place;
   }
 
   std::size_t start = 0;  // of the piece in the text
   std::size_t size = 0;
   std::size_t blocks = 0;
   const std::uint8_t *text = nullptr;
-  std::array<std::uint8_t, kBlocks * kBlock + kReadBehind> changed;
+  std::uint8_t *place = nullptr;  // for the text, once it is changed: whole blocks and kReadBehind bytes
+
+ private:
+  std::array<std::uint8_t, 2 * kBlock + kReadBehind> rest_;
 };
 using Masks = std::array<std::uint64_t, Piece::kBlocks>;
 
@@ -133,22 +138,18 @@ std::size_t keep(ByteView input, Choose choose, ByteBuffer output) {
   assert(output.size() >= input.size());
   Piece piece;
   Masks kept;
-  std::size_t written = 0;
+  std::uint8_t *next = output.data();
   for (std::size_t at = 0; at < input.size(); at += piece.size) {
-    piece.load(input, at);
+    piece.load(input, at, next);
     choose(piece, kept);
-    if (piece.size == piece.blocks * kBlock) {
-      written += level().compact(piece.text, piece.blocks, kept.data(), output.data() + written);
-    } else {
-      // Whole blocks may not fit into the output.
-      std::array<std::uint8_t, 2 * kBlock> last;
-      kept[piece.blocks - 1] &= bits_below(piece.size % kBlock);
-      const std::size_t count = level().compact(piece.text, piece.blocks, kept.data(), last.data());
-      std::memcpy(output.data() + written, last.data(), count);
-      written += count;
-    }
+    const bool whole = piece.size == piece.blocks * kBlock;
+    if (!whole) kept[piece.blocks - 1] &= bits_below(piece.size % kBlock);
+    std::uint8_t *const to = whole ? next : piece.place;
+    const std::size_t count = level().compact(piece.text, piece.blocks, kept.data(), to);
+    if (!whole) std::memcpy(next, to, count);
+    next += count;
   }
-  return written;
+  return static_cast<std::size_t>(next - output.data());
 }
 
 // What becomes of a marked byte and of those behind it, up to `end`: one byte, or nothing.

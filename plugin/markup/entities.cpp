@@ -158,8 +158,8 @@ consteval Written make_written(std::uint16_t unit, bool keep_ascii) {
   return written;
 }
 
-consteval std::array<Written, 256> make_table_of_written(bool keep_ascii) {
-  std::array<Written, 256> table;
+consteval WrittenTable make_table_of_written(bool keep_ascii) {
+  WrittenTable table;
   for (std::size_t unit = 0; unit < table.size(); ++unit) {
     table[unit] = make_written(static_cast<std::uint16_t>(unit), keep_ascii);
   }
@@ -168,8 +168,8 @@ consteval std::array<Written, 256> make_table_of_written(bool keep_ascii) {
 
 }  // namespace
 
-constexpr std::array<Written, 256> kWrittenKeepingAscii = make_table_of_written(true);
-constexpr std::array<Written, 256> kWrittenEscapingMarkup = make_table_of_written(false);
+constexpr WrittenTable kWrittenKeepingAscii = make_table_of_written(true);
+constexpr WrittenTable kWrittenEscapingMarkup = make_table_of_written(false);
 
 const Entity *entity_of(std::uint16_t unit) {
   if (unit > kLastCodePoint || kEntityByUnit[unit] == 0) return nullptr;

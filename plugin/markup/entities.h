@@ -54,8 +54,9 @@ struct Written {
 static_assert(sizeof(Written) == 16);
 
 // For each unit below 0x100, with the markup characters as they are or as references.
-extern const std::array<Written, 256> kWrittenKeepingAscii;
-extern const std::array<Written, 256> kWrittenEscapingMarkup;
+using WrittenTable = std::array<Written, 256>;
+extern const WrittenTable kWrittenKeepingAscii;
+extern const WrittenTable kWrittenEscapingMarkup;
 
 // The entity that stands for `unit`, or null when there is none. One table access.
 const Entity *entity_of(std::uint16_t unit);

@@ -14,34 +14,16 @@ namespace {
 
 static_assert(encode_room(1) == kLongestReference);
 
-// The apostrophe is the one character whose name is not written: HTML 4.01 itself does not know "apos".
-std::size_t write_reference(std::uint16_t unit, char *output) {
-  const Entity *entity = entity_of(unit);
-  if (entity == nullptr || unit == '\'') return write_number(unit, output);
-  std::copy_n(entity->reference.data(), kLongestReference, output);
+// Writes a unit as `table` says, or as a reference where that ends: 16 bytes, of which those returned count.
+std::size_t encode_unit(std::uint16_t unit, const WrittenTable &table, std::uint8_t *output) {
+  if (unit < table.size()) {
+    std::memcpy(output, &table[unit], sizeof(Written));
+    return table[unit].length;
+  }
+  const Entity *const entity = entity_of(unit);
+  if (entity == nullptr) return write_number(unit, reinterpret_cast<char *>(output));
+  std::memcpy(output, entity->reference.data(), kLongestReference);
   return entity->length;
-}
-
-template <bool kKeepAscii>
-constexpr bool is_ordinary(std::uint16_t unit) {
-  return unit < 0x80 && (kKeepAscii || !is_markup(unit));
-}
-
-template <bool kKeepAscii>
-std::size_t encode_unit(std::uint16_t unit, std::uint8_t *output) {
-  if (!is_ordinary<kKeepAscii>(unit)) return write_reference(unit, reinterpret_cast<char *>(output));
-  *output = static_cast<std::uint8_t>(unit);
-  return 1;
-}
-
-// The same where there is room for one store, which spares the branches.
-template <bool kKeepAscii>
-std::size_t encode_unit_roomily(std::uint16_t unit, std::uint8_t *output) {
-  constexpr const auto &kWritten = kKeepAscii ? kWrittenKeepingAscii : kWrittenEscapingMarkup;
-  if (unit >= kWritten.size()) return write_reference(unit, reinterpret_cast<char *>(output));
-  const Written &written = kWritten[unit];
-  std::memcpy(output, &written, sizeof written);
-  return written.length;
 }
 
 // Narrows one block and tells whether all of it was ASCII.
@@ -54,52 +36,28 @@ bool narrow_block(const Unit *units, std::uint8_t *__restrict output) {
   return bits < 0x80;
 }
 
-// Encodes a block of ASCII: copies it and, from each markup character on, copies the rest of it again behind
-// the reference. Has room for another block behind the longest output. Returns the end of what it wrote.
-std::uint8_t *escape_block(const std::uint8_t *block, std::uint8_t *next) {
+// The markup characters in a block of ASCII.
+std::uint64_t markup_in(const std::uint8_t *block) {
   static constexpr cpu::ByteSet kMarkup([](std::uint8_t byte) { return is_markup(byte); });
-  std::uint64_t left = 0;
-  cpu::level().find(block, 1, kMarkup, &left);
+  std::uint64_t found = 0;
+  cpu::level().find(block, 1, kMarkup, &found);
+  return found;
+}
+
+// Copies a block of ASCII and, from each character in `escaped` on, the rest of it again behind the
+// reference. There is room for another block behind the longest output. Returns the end of what it wrote.
+std::uint8_t *copy_escaping(const std::uint8_t *block, std::uint64_t escaped, std::uint8_t *next) {
   std::memcpy(next, block, cpu::kBlock);
   std::size_t done = 0;
-  for (; left != 0; left &= left - 1) {
-    const auto at = static_cast<std::size_t>(std::countr_zero(left));
-    const Written &written = kWrittenEscapingMarkup[block[at]];
+  for (; escaped != 0; escaped &= escaped - 1) {
+    const auto at = static_cast<std::size_t>(std::countr_zero(escaped));
     next += at - done;
+    next += encode_unit(block[at], kWrittenEscapingMarkup, next);
     done = at + 1;
-    std::memcpy(next, &written, sizeof written);
-    next += written.length;
     // As much as may be left: what lies behind the block is overwritten later.
     std::memcpy(next, block + done, cpu::kBlock);
   }
   return next + (cpu::kBlock - done);
-}
-
-// Blocks while the output has room for the worst of them, then unit by unit.
-template <bool kKeepAscii>
-Progress encode_all(UnitView text, ByteBuffer output) {
-  constexpr std::size_t kRoom = encode_room(cpu::kBlock) + cpu::kBlock;
-  std::array<std::uint8_t, 2 * cpu::kBlock> narrowed{};
-  std::size_t consumed = 0;
-  std::uint8_t *next = output.data();
-  const std::uint8_t *const limit = next + output.size();
-  while (text.size() - consumed >= cpu::kBlock && limit - next >= std::ptrdiff_t{kRoom}) {
-    const Unit *const units = text.data() + consumed;
-    consumed += cpu::kBlock;
-    if (!narrow_block(units, narrowed.data())) {
-      for (std::size_t i = 0; i < cpu::kBlock; ++i)
-        next += encode_unit_roomily<kKeepAscii>(units[i].value, next);
-    } else if (kKeepAscii) {
-      std::memcpy(next, narrowed.data(), cpu::kBlock);
-      next += cpu::kBlock;
-    } else {
-      next = escape_block(narrowed.data(), next);
-    }
-  }
-  while (consumed < text.size() && limit - next >= std::ptrdiff_t{kLongestReference}) {
-    next += encode_unit<kKeepAscii>(text[consumed++].value, next);
-  }
-  return {consumed, static_cast<std::size_t>(next - output.data())};
 }
 
 constexpr bool is_ready(std::uint8_t byte) { return byte != 0 && byte < 0x80 && !is_markup(byte); }
@@ -222,8 +180,34 @@ UnitView without_mark(UnitView text) {
   return marked ? text.subspan(1) : text;
 }
 
+// Blocks while the output has room for the worst of them, then unit by unit.
 Progress encode(UnitView text, bool keep_ascii, ByteBuffer output) {
-  return keep_ascii ? encode_all<true>(text, output) : encode_all<false>(text, output);
+  constexpr std::size_t kRoom = encode_room(cpu::kBlock) + cpu::kBlock;
+  constexpr int kManyReferences =
+      16;  // in a block: copying the rest of it for each takes longer from here on
+  const WrittenTable &table = keep_ascii ? kWrittenKeepingAscii : kWrittenEscapingMarkup;
+  std::array<std::uint8_t, 2 * cpu::kBlock> narrowed{};
+  std::size_t consumed = 0;
+  std::uint8_t *next = output.data();
+  const std::uint8_t *const limit = next + output.size();
+  while (text.size() - consumed >= cpu::kBlock && limit - next >= std::ptrdiff_t{kRoom}) {
+    const Unit *const units = text.data() + consumed;
+    consumed += cpu::kBlock;
+    const bool ascii = narrow_block(units, narrowed.data());
+    const std::uint64_t escaped = ascii && !keep_ascii ? markup_in(narrowed.data()) : 0;
+    if (ascii && std::popcount(escaped) < kManyReferences) {
+      next = copy_escaping(narrowed.data(), escaped, next);
+    } else {
+      for (std::size_t i = 0; i < cpu::kBlock; ++i) next += encode_unit(units[i].value, table, next);
+    }
+  }
+  while (consumed < text.size() && limit - next >= std::ptrdiff_t{kLongestReference}) {
+    std::array<std::uint8_t, sizeof(Written)> written;
+    const std::size_t length = encode_unit(text[consumed++].value, table, written.data());
+    std::memcpy(next, written.data(), length);
+    next += length;
+  }
+  return {consumed, static_cast<std::size_t>(next - output.data())};
 }
 
 bool is_html_ready(ByteView bytes) {

@@ -238,8 +238,8 @@ class Decoder {
     const std::size_t end = piece.start + piece.blocks * cpu::kBlock;
     resume_ = std::max(resume_, end + static_cast<std::size_t>(std::bit_width(taken)));
     if (any_escape == 0) return true;
-    cpu::level().unescape(piece.text, piece.blocks, escapes.data(), piece.changed.data());
-    piece.text = piece.changed.data();
+    cpu::level().unescape(piece.text, piece.blocks, escapes.data(), piece.place);
+    piece.text = piece.place;
     return true;
   }
 

@@ -85,8 +85,8 @@ std::size_t decode(ByteView input, std::uint32_t options, ByteBuffer output) {
       any |= marks[i];
     }
     if (any == 0) return;
-    cpu::level().unescape(piece.text, piece.blocks, marks.data(), piece.changed.data());
-    piece.text = piece.changed.data();
+    cpu::level().unescape(piece.text, piece.blocks, marks.data(), piece.place);
+    piece.text = piece.place;
   };
   return cpu::keep(input, choose, output);
 }

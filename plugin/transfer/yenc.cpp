@@ -38,8 +38,8 @@ std::size_t decode(ByteView input, ByteBuffer output) {
       kept[i] = ~escapes;
     }
     cpu::level().add(piece.text, piece.blocks, escaped.data(), 256 - kOffset, 256 - kEscapedOffset,
-                     piece.changed.data());
-    piece.text = piece.changed.data();
+                     piece.place);
+    piece.text = piece.place;
   };
   std::size_t written = cpu::keep(input, choose, output);
   const auto last_run =
