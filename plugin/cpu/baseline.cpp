@@ -1,4 +1,3 @@
-#include <bit>
 #include <cstring>
 #include <emmintrin.h>
 
@@ -42,12 +41,19 @@ std::size_t compact(const std::uint8_t *bytes, std::size_t blocks, const std::ui
     if (mask == ~std::uint64_t{0}) {
       if (next != bytes) std::memmove(next, bytes, kBlock);
       next += kBlock;
-    } else if (mask != 0) {
+      continue;
+    }
+    for (unsigned part = 0; part < kBlock; part += 8) {
+      const std::uint64_t bits = mask >> part & 0xFF;
+      if (bits == 0xFF) {
+        std::memmove(next, bytes + part, 8);
+        next += 8;
+        continue;
+      }
       // Each byte is written; one that is dropped is overwritten by the next.
-      const auto end = kBlock - static_cast<std::size_t>(std::countl_zero(mask));
-      for (std::size_t k = 0; k < end; ++k) {
-        *next = bytes[k];
-        next += mask >> k & 1;
+      for (unsigned k = 0; k < 8; ++k) {
+        *next = bytes[part + k];
+        next += bits >> k & 1;
       }
     }
   }

@@ -14,6 +14,11 @@ constexpr std::uint8_t kEscapedOffset = 64;  // on top of the other
 // `carry` tells whether the last one of the block before counted.
 std::uint64_t counting(std::uint64_t marks, bool &carry) {
   constexpr std::uint64_t kOdd = 0xAAAAAAAAAAAAAAAA;
+  if ((marks & (marks << 1 | cpu::lowest_bit(carry))) == 0) {
+    // None is behind another: all count, and the next block need not wait for what follows.
+    carry = (marks >> 63) != 0;
+    return marks;
+  }
   marks &= ~cpu::lowest_bit(carry);
   const std::uint64_t starts = marks & ~(marks << 1);
   // Added to a run, its start carries through and out of it.
