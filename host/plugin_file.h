@@ -3,16 +3,15 @@
 
 #include <filesystem>
 #include <memory>
-#include <stdexcept>
+#include <string>
 
 #include "abi.h"
+#include "elf_file.h"
 
 namespace kzv::host {
 
-// Why a file could not be loaded, in words for a person.
-struct LoadError : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
+// The one symbol that every plugin exports.
+inline constexpr char kEntryName[] = "REALPluginMain";
 
 // A loaded plugin, unloaded at the end. Throws LoadError.
 class PluginFile {
@@ -38,8 +37,7 @@ class PluginFile {
   Main main_ = nullptr;
 };
 
-// "64-bit x86-64", "32-bit x86" and the like; empty when the file is no library for this system.
-std::string architecture_of(const std::filesystem::path &file);
+// As ElfFile tells it of a plugin's file.
 std::string architecture_of_this_process();
 
 }  // namespace kzv::host

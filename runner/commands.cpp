@@ -68,17 +68,17 @@ int call_function(const Options &options, const std::vector<std::string> &words,
 
 int list_functions(const Options &options, const Output &output) {
   const Session session(options);
+  std::vector<Entry> entries;
   for (const Group &group : reference()) {
-    output.out << group.title << '\n';
     for (const Section &section : group.sections) {
+      entries.push_back({group.title, section.name, {}, section.sentence});
       for (const Function &function : session.functions()) {
         if (function.declaration.name == section.name)
-          output.out << "  " << function.declaration.text << '\n';
+          entries.back().declarations.push_back(function.declaration.text);
       }
-      output.out << "      " << section.sentence << '\n';
     }
-    output.out << '\n';
   }
+  write_list(options, entries, output.out);
   return kDone;
 }
 
@@ -102,8 +102,8 @@ int help_on(const std::vector<std::string> &names, const Output &output) {
 int tour(const Options &options, RunWords run, const Output &output) {
   Session session(options);
   const std::optional<std::int32_t> version = session.host().interface_version();
-  output.out << "Loaded " << session.plugin().path().string() << " ("
-             << host::architecture_of(session.plugin().path()) << ").\n"
+  output.out << "Loaded " << session.plugin().path().string() << " (" << host::architecture_of_this_process()
+             << ").\n"
              << "It told interface version " << (version ? std::to_string(*version) : "none")
              << " and registered " << session.functions().size() << " functions. An example of each:\n";
   for (const Group &group : reference()) {

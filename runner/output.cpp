@@ -90,4 +90,27 @@ void write_result(const Options &options, Type type, const Value &result,
   if (options.newline_at_end) out << '\n';
 }
 
+void write_list(const Options &options, const std::vector<Entry> &entries, std::ostream &out) {
+  if (options.format == Format::kJson) {
+    Json list = Json::array();
+    for (const Entry &each : entries) {
+      list.push_back({{"group", each.group},
+                      {"name", each.name},
+                      {"declarations", each.declarations},
+                      {"sentence", each.sentence}});
+    }
+    out << list.dump(2) << '\n';
+    return;
+  }
+  std::string_view group;
+  for (const Entry &each : entries) {
+    if (each.group != group) {
+      out << (group.empty() ? "" : "\n") << each.group << '\n';
+      group = each.group;
+    }
+    for (const std::string &declaration : each.declarations) out << "  " << declaration << '\n';
+    out << "      " << each.sentence << '\n';
+  }
+}
+
 }  // namespace kzv::runner

@@ -4,6 +4,8 @@
 #include <cctype>
 #include <numeric>
 
+#include "shown.h"
+
 namespace kzv::runner {
 namespace {
 
@@ -35,8 +37,10 @@ std::size_t edit_distance(std::string_view a, std::string_view b) {
   return row.back();
 }
 
-// How far a typed word is from a name; a part of the name, such as one without its ending, is close.
+// How far a typed word is from a name; a part of the name, such as one without its ending, is close. A word
+// that is much longer is never measured.
 std::size_t distance_to_name(const std::string &word, const std::string &name) {
+  if (word.size() > 2 * name.size()) return word.size();
   return name.find(word) != std::string_view::npos ? 0 : edit_distance(word, name);
 }
 
@@ -47,6 +51,8 @@ std::vector<std::string> nearest_names(std::string_view word, std::vector<std::s
   const auto distance = [&](const std::string &name) { return distance_to_name(typed, lower(name)); };
   std::ranges::sort(names);
   names.erase(std::unique(names.begin(), names.end()), names.end());
+  const auto same = std::ranges::find(names, typed, lower);
+  if (same != names.end()) return {*same};
   std::erase_if(names, [&](const std::string &name) { return distance(name) > name.size() / 2; });
   std::ranges::stable_sort(names, {}, distance);
   names.resize(std::min(names.size(), kMost));
@@ -56,7 +62,7 @@ std::vector<std::string> nearest_names(std::string_view word, std::vector<std::s
 }  // namespace
 
 UsageError no_such_function(const std::string &name, std::vector<std::string> known) {
-  std::string message = "there is no function " + name;
+  std::string message = "there is no function " + host::shown(name);
   for (const std::string &near : nearest_names(name, std::move(known)))
     message += "\n  did you mean " + near + "?";
   message += "\n  kzv list shows all functions";

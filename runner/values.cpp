@@ -11,11 +11,12 @@
 #include <system_error>
 
 #include "encodings.h"
+#include "shown.h"
 
 namespace kzv::runner {
 namespace {
 
-std::string in_quotes(std::string_view word) { return "\"" + std::string(word) + "\""; }
+std::string in_quotes(std::string_view word) { return "\"" + host::shown(word) + "\""; }
 
 [[noreturn]] void refuse(const Parameter &parameter, std::string_view word, const std::string &why) {
   throw UsageError("argument " + parameter.name + ": " + in_quotes(word) + " " + why);

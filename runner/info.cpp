@@ -1,0 +1,130 @@
+#include "info.h"
+
+#include <array>
+#include <csignal>
+#include <cstring>
+#include <nlohmann/json.hpp>
+#include <sys/wait.h>
+#include <system_error>
+#include <unistd.h>
+
+#include "host.h"
+#include "plugin_file.h"
+#include "shown.h"
+
+namespace kzv::runner {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr unsigned kMostSeconds = 10;
+
+std::vector<std::string> asked_for;
+
+void *record_and_resolve(const char *name) {
+  asked_for.emplace_back(name);
+  return host::Services::resolve(name);
+}
+
+Json load(const std::filesystem::path &path) try {
+  const host::PluginFile plugin(path);
+  host::Host host;
+  host.start(plugin.main(), record_and_resolve);
+  return {{"functions", host.methods().size()}, {"services", asked_for}};
+} catch (const std::exception &error) {
+  return {{"error", error.what()}};
+}
+
+std::string text_of(const Json &json) { return json.dump(2, ' ', false, Json::error_handler_t::replace); }
+
+[[noreturn]] void load_and_tell(const std::filesystem::path &path, int pipe) {
+  alarm(kMostSeconds);
+  const std::string text = text_of(load(path));
+  for (std::size_t told = 0; told < text.size();) {
+    const ssize_t count = write(pipe, text.data() + told, text.size() - told);
+    if (count < 0) break;
+    told += static_cast<std::size_t>(count);
+  }
+  _exit(0);
+}
+
+std::string read_all(int pipe) {
+  std::string text;
+  std::array<char, 4096> chunk{};
+  for (ssize_t count = 0; (count = read(pipe, chunk.data(), chunk.size())) > 0;)
+    text.append(chunk.data(), static_cast<std::size_t>(count));
+  return text;
+}
+
+// What loading the file brings: "functions" and "services", or "error". It happens in a process of its own,
+// for a damaged file may crash it or never come to an end.
+Json load_apart(const std::filesystem::path &path) {
+  std::array<int, 2> ends{};
+  if (pipe(ends.data()) != 0) throw std::system_error(errno, std::generic_category(), "cannot make a pipe");
+  const pid_t child = fork();
+  if (child < 0) throw std::system_error(errno, std::generic_category(), "cannot make a process");
+  if (child == 0) load_and_tell(path, ends[1]);
+  close(ends[1]);
+  const std::string text = read_all(ends[0]);
+  close(ends[0]);
+  int status = 0;
+  waitpid(child, &status, 0);
+  if (WIFSIGNALED(status)) {
+    const int signal = WTERMSIG(status);
+    return {{"error", "cannot load " + host::shown(path.string()) +
+                          (signal == SIGALRM ? ": it does not come to an end"
+                                             : std::string(": it crashes (") + strsignal(signal) + ")")}};
+  }
+  Json told = Json::parse(text, nullptr, false);
+  if (told.is_object()) return told;
+  return {{"error", "cannot load " + host::shown(path.string()) + ": it ends the process"}};
+}
+
+// What a person reads for one of the facts.
+std::string in_words(const Json &fact) {
+  if (fact.is_null()) return "none";
+  if (fact.is_string()) return host::shown(fact.get<std::string>());
+  if (!fact.is_array()) return fact.dump();
+  std::string words;
+  for (const Json &each : fact) words += (words.empty() ? "" : " ") + in_words(each);
+  return words.empty() ? "none" : words;
+}
+
+// The facts that loading tells, and why it failed if it did.
+std::string add_loaded(const std::filesystem::path &path, const std::string &architecture, Json &facts) {
+  if (facts["entry"].is_null())
+    return "cannot load " + host::shown(path.string()) + ": it has no symbol " + host::kEntryName +
+           ", so it is no plugin";
+  if (architecture != host::architecture_of_this_process()) {
+    facts["not_loaded"] = "it takes a " + architecture + " runner to load it";
+    return "";
+  }
+  Json told = load_apart(path);
+  if (told.contains("error")) return told["error"];
+  facts.update(told);
+  return "";
+}
+
+}  // namespace
+
+int describe_plugin(const Options &options, const std::string &path, const Output &output) {
+  host::ElfFile file(path);
+  file.check_complete();
+  const std::optional<std::string> version = file.note("kzvstrings");
+  Json facts = {
+      {"file", path}, {"architecture", file.architecture()}, {"entry", nullptr}, {"version", nullptr}};
+  if (file.exports(host::kEntryName)) facts["entry"] = host::kEntryName;
+  if (version) facts["version"] = version->substr(version->find(' ') + 1);
+  const std::string failure = add_loaded(path, file.architecture(), facts);
+  if (options.format == Format::kJson) {
+    output.out << text_of(facts) << '\n';
+  } else {
+    for (const auto &[name, fact] : facts.items())
+      output.out << name << std::string(14 - name.size(), ' ') << in_words(fact) << '\n';
+  }
+  if (failure.empty()) return kDone;
+  output.err << "kzv: " << failure << '\n';
+  return kFailed;
+}
+
+}  // namespace kzv::runner
