@@ -18,7 +18,7 @@ constexpr unsigned char kOurByteOrder =
     std::endian::native == std::endian::little ? ELFDATA2LSB : ELFDATA2MSB;
 
 // No table of a library comes near this; a damaged file may claim any size.
-constexpr std::uint64_t kLargestTable = 64 << 20;
+constexpr std::size_t kLargestTable = 64 << 20;
 
 // Both widths begin alike, up to and including the machine.
 constexpr std::size_t kHeadSize = offsetof(Elf32_Ehdr, e_version);
@@ -41,29 +41,30 @@ std::string name_of_machine(std::uint16_t machine) {
   }
 }
 
-// Where the text that begins at `start` ends with a zero; a text without one is none.
-std::string_view text_at(std::string_view bytes, std::uint64_t start) {
+// The text that begins at `start`; one that does not end with a zero is none.
+std::string_view text_at(std::string_view bytes, std::size_t start) {
   if (start >= bytes.size()) return {};
   const std::size_t end = bytes.find('\0', start);
   return end == std::string_view::npos ? std::string_view{} : bytes.substr(start, end - start);
 }
 
-std::uint64_t padded(std::uint64_t size, std::uint64_t alignment) {
-  return (size + alignment - 1) / alignment * alignment;
+// Takes the first `size` bytes and the padding behind them; nothing when there are not so many.
+std::optional<std::string_view> take(std::string_view &bytes, std::size_t size, std::size_t alignment) {
+  if (size > bytes.size()) return std::nullopt;
+  const std::string_view taken = bytes.substr(0, size);
+  bytes.remove_prefix(std::min(size + (alignment - size % alignment) % alignment, bytes.size()));
+  return taken;
 }
 
 // The text of the note of `owner` among those in `notes`.
-std::optional<std::string> find_note(std::string_view notes, std::uint64_t alignment,
-                                     std::string_view owner) {
+std::optional<std::string> find_note(std::string_view notes, std::size_t alignment, std::string_view owner) {
   Elf32_Nhdr header{};  // the same in both widths
-  while (notes.size() >= sizeof header) {
-    std::memcpy(&header, notes.data(), sizeof header);
-    const std::uint64_t text = padded(sizeof header + header.n_namesz, alignment);
-    const std::uint64_t end = text + header.n_descsz;
-    if (end > notes.size()) return std::nullopt;
-    if (header.n_namesz == owner.size() + 1 && text_at(notes, sizeof header) == owner)
-      return std::string(text_at(notes.substr(0, end), text));
-    notes.remove_prefix(std::min<std::size_t>(padded(end, alignment), notes.size()));
+  while (const auto start = take(notes, sizeof header, 4)) {
+    std::memcpy(&header, start->data(), sizeof header);
+    const auto name = take(notes, header.n_namesz, alignment);
+    const auto text = take(notes, header.n_descsz, alignment);
+    if (!name || !text) return std::nullopt;
+    if (text_at(*name, 0) == owner) return std::string(text_at(*text, 0));
   }
   return std::nullopt;
 }
@@ -100,7 +101,7 @@ std::string ElfFile::architecture() const {
 std::string ElfFile::read(const Range &range) {
   if (range.offset > size_ || range.size > size_ - range.offset) fail("the file is cut short; copy it again");
   if (range.size > kLargestTable) fail("the file is damaged");
-  std::string bytes(range.size, '\0');
+  std::string bytes(static_cast<std::size_t>(range.size), '\0');
   stream_.seekg(static_cast<std::streamoff>(range.offset));
   stream_.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   if (!stream_) fail("it cannot be read");

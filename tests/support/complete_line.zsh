@@ -1,0 +1,10 @@
+# Prints what stands on an interactive shell's line behind the words typed and a tab: complete_line.zsh FOLDER TYPED.
+# The folder holds the completions.
+zmodload zsh/zpty
+zpty line zsh -f -i
+zpty -w line "fpath=($1 \$fpath); PS1=; autoload -Uz compinit; compinit -u -D"
+zpty -w line 'tell() { print -r -- "<$BUFFER>"; exit }; zle -N tell; bindkey "^X" tell; print -r REA""DY'
+zpty -r line seen '*READY*'
+zpty -w -n line "$2"$'\t\x18'
+zpty -r line seen '*<kzv*>*'
+print -r -- "${${seen##*<}%%>*}"
