@@ -82,6 +82,10 @@ ElfFile::ElfFile(const fs::path &path) : path_(path) {
   if (size_ >= SELFMAG) head_ = read({0, std::min<std::uint64_t>(size_, kHeadSize)});
   if (!head_.starts_with(ELFMAG)) fail("it is no library (no ELF file)");
   if (head_.size() < kHeadSize) fail("the file is cut short; copy it again");
+  const unsigned char width = identity(head_, EI_CLASS);
+  const unsigned char order = identity(head_, EI_DATA);
+  if ((width != ELFCLASS32 && width != ELFCLASS64) || (order != ELFDATA2LSB && order != ELFDATA2MSB))
+    fail("the file is damaged");
 }
 
 void ElfFile::fail(const std::string &why) const {
@@ -170,7 +174,7 @@ std::optional<std::string> ElfFile::note(std::string_view owner) {
   need_parts();
   for (const Part &segment : segments_) {
     if (segment.type != PT_NOTE) continue;
-    if (const auto text = find_note(read(segment.range), segment.alignment == 8 ? 8 : 4, owner)) return text;
+    if (auto text = find_note(read(segment.range), segment.alignment == 8 ? 8 : 4, owner)) return text;
   }
   return std::nullopt;
 }

@@ -57,7 +57,7 @@ void read_option(Word &word, Word end, CommandLine &line) {
 CommandLine read_command_line(const std::vector<std::string> &words) {
   CommandLine line;
   const auto dashes = std::ranges::find(words, "--");
-  for (Word word = words.begin(); word != dashes; ++word) {
+  for (auto word = words.begin(); word != dashes; ++word) {
     if (looks_like_option(*word)) {
       read_option(word, dashes, line);
     } else {

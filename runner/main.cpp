@@ -35,7 +35,7 @@ std::filesystem::path find_plugin() {
   constexpr std::array<std::string_view, 3> kFolders = {"", KZV_PLUGIN_FOLDER, KZV_SYSTEM_PLUGIN_FOLDER};
   const std::filesystem::path here = std::filesystem::read_symlink("/proc/self/exe").parent_path();
   for (const std::string_view folder : kFolders) {
-    const std::filesystem::path plugin = (here / folder / "kzvstrings.so").lexically_normal();
+    std::filesystem::path plugin = (here / folder / "kzvstrings.so").lexically_normal();
     std::error_code error;
     if (std::filesystem::exists(plugin, error)) return plugin;
   }

@@ -97,16 +97,17 @@ TEST(Info, OutlivesWhatItLoads) {
       {"extern \"C\" void _exit(int); extern \"C\" void REALPluginMain(void *) { _exit(0); }", 1, nullptr},
   };
   for (const auto &row : rows) {
-    const std::string plugin = testing::TempDir() + "kzv-info" + std::to_string(getpid()) + ".so";
-    const Outcome outcome =
-        run("echo '" + std::string(row.code) + "' | " KZV_COMPILER " -shared -fPIC -w -x c++ -o " + plugin +
-            " - && kzv --json info " + plugin);
+    const Outcome outcome = run("code='" + std::string(row.code) + R"('
+plugin=$(mktemp)
+echo "$code" | )" KZV_COMPILER R"( -shared -fPIC -w -x c++ -o $plugin - && kzv --json info $plugin
+status=$?
+rm $plugin
+exit $status)");
     EXPECT_EQ(outcome.exit_code, row.exit_code) << row.code << outcome.err;
     const json told = json::parse(outcome.out);
     EXPECT_EQ(told["version"], nullptr) << row.code;
     EXPECT_EQ(told.value("functions", json()), row.functions) << row.code;
     EXPECT_EQ(outcome.err.find("cannot load") != std::string::npos, row.exit_code != 0) << outcome.err;
-    std::filesystem::remove(plugin);
   }
 }
 
@@ -151,11 +152,12 @@ TEST(Completion, InZshWorksOnALine) {
       {"kzv info /etc/host.con", "kzv info /etc/host.conf "},
       {"kzv completion z", "kzv completion zsh "},
   };
-  const std::string folder = testing::TempDir() + "kzv-zsh" + std::to_string(getpid());
   for (const auto &[typed, line] : rows) {
-    const Outcome outcome = run("mkdir -p " + folder + " && kzv completion zsh >" + folder +
-                                "/_kzv && timeout 20 zsh -f " KZV_SOURCE "/tests/support/complete_line.zsh " +
-                                folder + " '" + typed + "'; rm -r " + folder);
+    const Outcome outcome = run("typed='" + std::string(typed) + R"('
+folder=$(mktemp -d)
+kzv completion zsh >$folder/_kzv
+timeout 20 zsh -f ")" KZV_SOURCE R"(/tests/support/complete_line.zsh" $folder "$typed"
+rm -r $folder)");
     EXPECT_EQ(outcome.out, line + std::string("\n")) << outcome.err;
   }
 }
