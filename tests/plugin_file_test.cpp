@@ -21,7 +21,7 @@ std::string bytes_of(const fs::path &path) {
 }
 
 std::string write_file(const std::string &name, const std::string &bytes) {
-  const std::string path = testing::TempDir() + name + std::to_string(getpid());
+  std::string path = testing::TempDir() + name + std::to_string(getpid());
   std::ofstream(path, std::ios::binary) << bytes;
   return path;
 }
