@@ -2,12 +2,12 @@
 include(GNUInstallDirs)
 
 set(KZV_PLUGIN_FOLDER ${CMAKE_INSTALL_LIBDIR}/kzvstrings)
-# Below /usr Debian has a folder for each architecture. The compiler calls itself x86-64 at either width.
+# Below /usr Debian has a folder for each architecture; CMake knows that of 64 bit alone.
 set(KZV_SYSTEM_PLUGIN_FOLDER ${KZV_PLUGIN_FOLDER})
-if(CMAKE_LIBRARY_ARCHITECTURE)
-  set(architecture ${CMAKE_LIBRARY_ARCHITECTURE})
-  if(NOT KZV_64BIT)
-    string(REPLACE x86_64 i386 architecture ${architecture})
+if(EXISTS /etc/debian_version)
+  set(architecture i386-linux-gnu)
+  if(KZV_64BIT)
+    set(architecture ${CMAKE_LIBRARY_ARCHITECTURE})
   endif()
   set(KZV_SYSTEM_PLUGIN_FOLDER lib/${architecture}/kzvstrings)
 endif()
