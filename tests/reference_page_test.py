@@ -1,0 +1,89 @@
+#!/usr/bin/env python3
+"""Looks at the reference's page in a browser: tests/reference_page_test.py PAGE KZV.
+
+Chromium shows the page in frames as wide as a phone and as a desktop, in the light and in the dark."""
+import json
+import os
+import re
+import subprocess
+import sys
+import tempfile
+from html import escape, unescape
+
+ROOT = os.path.dirname(os.path.dirname(os.path.realpath(__file__)))
+OPTIONS = ("--headless --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-background-networking "
+           "--disable-component-update --disable-sync --enable-logging=stderr --window-size=1400,900").split()
+LOOK = r"""
+function look(page) {
+  const { document, innerWidth } = page, all = q => [...document.querySelectorAll(q)], faults = [];
+  const ids = new Set(all('[id]').map(e => e.id)), styled = e => page.getComputedStyle(e);
+  if (ids.size < all('[id]').length) faults.push('an id stands twice');
+  for (const a of all('a'))
+    if (!ids.has((a.getAttribute('href') || '').slice(1))) faults.push('no anchor for ' + a.outerHTML);
+  if (document.documentElement.scrollWidth > innerWidth)
+    faults.push('as wide as ' + document.documentElement.scrollWidth);
+  for (const e of page.performance.getEntriesByType('resource')) faults.push('loads ' + e.name);
+  all('h1, h2, h3, h4').reduce((level, e) => {
+    if (e.tagName[1] - level > 1) faults.push('a level is left out before ' + e.textContent);
+    return +e.tagName[1];
+  }, 0);
+  const light = colour => colour.match(/[\d.]+/g).slice(0, 3).map(v => v / 255)
+    .map(v => v <= 0.04045 ? v / 12.92 : ((v + 0.055) / 1.055) ** 2.4)
+    .reduce((sum, v, i) => sum + v * [0.2126, 0.7152, 0.0722][i], 0);
+  for (const e of all('body *:not(script)')) {
+    let behind = e;
+    while (styled(behind).backgroundColor === 'rgba(0, 0, 0, 0)') behind = behind.parentElement;
+    const [dark, bright] = [light(styled(e).color), light(styled(behind).backgroundColor)].sort((a, b) => a - b);
+    if ((bright + 0.05) / (dark + 0.05) < 4.5) faults.push('weak contrast: ' + e.outerHTML.slice(0, 80));
+  }
+  const targets = q => all(q).filter(a => document.getElementById(a.hash.slice(1))?.textContent === a.textContent);
+  const names = q => targets(q).map(a => a.textContent);
+  const [letters, groups] = [names('.letters li a'), names('.groups li a')], field = document.getElementById('filter');
+  field.value = 'XOR2';
+  field.dispatchEvent(new page.Event('input'));
+  const kept = all('li a').filter(a => a.closest('nav') && a.offsetParent).map(a => a.textContent);
+  return { width: innerWidth, dark: page.matchMedia('(prefers-color-scheme: dark)').matches, faults, letters, groups, kept };
+}
+addEventListener('load', () => { document.body.textContent = JSON.stringify([...frames].map(look)); });
+"""
+
+
+def findings(page, dark):
+    """What the browser finds in each frame, and what its console says."""
+    frames = "".join(f'<iframe style="width:{width}px;height:800px;border:0" srcdoc="{escape(page)}"></iframe>'
+                     for width in (360, 1280))
+    with tempfile.TemporaryDirectory() as folder:
+        path = os.path.join(folder, "frames.html")
+        with open(path, "w") as file:
+            file.write(f'<!DOCTYPE html><meta charset="utf-8"><meta name="color-scheme" content="light dark">'
+                       f"<script>{LOOK}</script>{frames}")
+        run = subprocess.run(["chromium", *OPTIONS, f"--user-data-dir={folder}/profile", "--dump-dom",
+                              f"--blink-settings=preferredColorScheme={0 if dark else 1}", "file://" + path],
+                             capture_output=True, text=True, timeout=120)
+    body = re.search(r"<body>(.*)</body>", run.stdout, re.DOTALL)
+    return json.loads(unescape(body[1])), re.findall(r"CONSOLE.*", run.stderr)
+
+
+def main(page_path, kzv):
+    with open(page_path) as file:
+        page = file.read()
+    with open(os.path.join(ROOT, "docs", "functions.md")) as file:
+        wanted = sorted(re.findall(r"^### (\w+)$", file.read(), re.MULTILINE))
+    listed = subprocess.run([kzv, "list"], capture_output=True, text=True, check=True).stdout
+    faults = [] if sorted(set(re.findall(r"^  (\w+)\(", listed, re.MULTILINE))) == wanted else ["kzv lists others"]
+    for dark in (False, True):
+        frames, said = findings(page, dark)
+        faults += said
+        if [(frame["width"], frame["dark"]) for frame in frames] != [(360, dark), (1280, dark)]:
+            faults.append(f"frames are not as they should be: {frames}")
+        for frame in frames:
+            where = f"{frame['width']} wide, {'dark' if dark else 'light'}: "
+            faults += [where + fault for fault in frame["faults"]]
+            faults += [f"{where}{name} misses {set(wanted) ^ set(frame[name])}" for name in ("letters", "groups")
+                       if sorted(frame[name]) != wanted]
+            if frame["kept"] != ["StringXOR2KZV"] * 2:
+                faults.append(f"{where}the filter leaves {frame['kept']}")
+    sys.exit("\n".join(faults))
+
+
+main(*sys.argv[1:])
