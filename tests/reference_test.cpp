@@ -1,9 +1,11 @@
-// The reference against the plugin: nothing forgotten, nothing misdescribed, every example run.
+// The reference against the plugin: nothing forgotten or misdescribed, every example run; and the README's.
 #include "reference.h"
 
 #include <algorithm>
+#include <fstream>
 #include <gtest/gtest.h>
-#include <map>
+#include <iterator>
+#include <regex>
 
 #include "support/plugin.h"
 #include "support/shell.h"
@@ -16,6 +18,15 @@ std::vector<Section> all_sections() {
   for (const Group &group : reference())
     sections.insert(sections.end(), group.sections.begin(), group.sections.end());
   return sections;
+}
+
+void expect_what_stands_below(const std::vector<Example> &examples) {
+  for (const Example &example : examples) {
+    const Outcome outcome = shell("PATH=" KZV_FOLDER ":$PATH\n" + std::string(example.command));
+    std::string output = outcome.out + outcome.err;
+    if (!output.empty() && !output.ends_with('\n')) output += '\n';
+    EXPECT_EQ(output, example.output) << example.command;
+  }
 }
 
 TEST(Reference, DeclaresExactlyWhatThePluginRegisters) {
@@ -45,14 +56,19 @@ TEST(Reference, SaysOfEveryFunctionWhatAPersonMustKnow) {
 }
 
 TEST(Reference, ExamplesGiveWhatStandsBelowThem) {
-  for (const Section &section : all_sections()) {
-    for (const Example &example : section.examples) {
-      const Outcome outcome = shell("PATH=" KZV_FOLDER ":$PATH\n" + std::string(example.command));
-      std::string output = outcome.out + outcome.err;
-      if (!output.empty() && !output.ends_with('\n')) output += '\n';
-      EXPECT_EQ(output, example.output) << example.command;
-    }
-  }
+  for (const Section &section : all_sections()) expect_what_stands_below(section.examples);
+}
+
+// What stands before README.md's first section. There the runner goes by the command that builds it.
+TEST(Readme, TranscriptGivesWhatStandsBelowIt) {
+  std::ifstream file(KZV_SOURCE "/README.md");
+  const std::string readme{std::istreambuf_iterator<char>(file), {}};
+  const std::string front =
+      "## README\n### README\n" + std::regex_replace(readme, std::regex(R"(\./run )"), "kzv ");
+  const std::vector<Group> groups = parse_reference(front);
+  const std::vector<Example> &examples = groups.at(0).sections.at(0).examples;
+  EXPECT_GE(examples.size(), 5U);
+  expect_what_stands_below(examples);
 }
 
 TEST(Reference, IsWhatHelpListAndTourShow) {
