@@ -11,8 +11,8 @@ import tempfile
 from html import escape, unescape
 
 ROOT = os.path.dirname(os.path.dirname(os.path.realpath(__file__)))
-OPTIONS = ("--headless --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-background-networking "
-           "--disable-component-update --disable-sync --enable-logging=stderr --window-size=1400,900").split()
+OPTIONS = ("--headless --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-sync "
+           "--disable-background-networking --disable-component-update --enable-logging=stderr").split()
 LOOK = r"""
 function look(page) {
   const { document, innerWidth } = page, all = q => [...document.querySelectorAll(q)], faults = [];
@@ -33,12 +33,14 @@ function look(page) {
   for (const e of all('body *:not(script)')) {
     let behind = e;
     while (styled(behind).backgroundColor === 'rgba(0, 0, 0, 0)') behind = behind.parentElement;
-    const [dark, bright] = [light(styled(e).color), light(styled(behind).backgroundColor)].sort((a, b) => a - b);
-    if ((bright + 0.05) / (dark + 0.05) < 4.5) faults.push('weak contrast: ' + e.outerHTML.slice(0, 80));
+    const [text, back] = [light(styled(e).color), light(styled(behind).backgroundColor)];
+    if ((Math.max(text, back) + 0.05) / (Math.min(text, back) + 0.05) < 4.5)
+      faults.push('weak contrast: ' + e.outerHTML.slice(0, 80));
   }
-  const names = q => all(q).filter(a => document.getElementById(a.hash.slice(1))?.textContent === a.textContent)
-    .map(a => a.textContent);
-  const [letters, groups] = [names('.letters li a'), names('.groups li a')], field = document.getElementById('filter');
+  const names = q => all(q).map(a => a.textContent)
+    .filter((name, i) => document.getElementById(all(q)[i].hash.slice(1))?.textContent === name);
+  const [letters, groups] = [names('.letters li a'), names('.groups li a')];
+  const field = document.getElementById('filter');
   field.value = 'XOR2';
   field.dispatchEvent(new page.Event('input'));
   const kept = all('li a').filter(a => a.closest('nav') && a.offsetParent).map(a => a.textContent);
@@ -51,12 +53,12 @@ addEventListener('load', () => { document.body.textContent = JSON.stringify(Arra
 
 def findings(page, dark):
     """What the browser finds in each frame, and what its console says."""
-    frames = "".join(f'<iframe style="width:{width}px;height:800px;border:0" srcdoc="{escape(page)}"></iframe>'
+    frames = "".join(f'<iframe style="width:{width}px; border:0" srcdoc="{escape(page)}"></iframe>'
                      for width in (360, 1280))
     with tempfile.TemporaryDirectory() as folder:
         path = os.path.join(folder, "frames.html")
         with open(path, "w") as file:
-            file.write(f'<!DOCTYPE html><meta charset="utf-8"><meta name="color-scheme" content="light dark">'
+            file.write('<!DOCTYPE html><meta charset="utf-8"><meta name="color-scheme" content="light dark">'
                        f"<script>{LOOK}</script>{frames}")
         run = subprocess.run(["chromium", *OPTIONS, f"--user-data-dir={folder}/profile", "--dump-dom",
                               f"--blink-settings=preferredColorScheme={0 if dark else 1}", "file://" + path],
@@ -72,17 +74,19 @@ def main(page_path, kzv):
     with open(os.path.join(ROOT, "docs", "functions.md")) as file:
         wanted = sorted(re.findall(r"^### (\w+)$", file.read(), re.MULTILINE))
     listed = subprocess.run([kzv, "list"], capture_output=True, text=True, check=True).stdout
-    faults = [] if sorted(set(re.findall(r"^  (\w+)\(", listed, re.MULTILINE))) == wanted else ["kzv lists others"]
+    faults = []
+    if sorted(set(re.findall(r"^  (\w+)\(", listed, re.MULTILINE))) != wanted:
+        faults.append("kzv lists other functions")
     for dark in (False, True):
         frames, said = findings(page, dark)
         faults += said
         if [(frame["width"], frame["dark"]) for frame in frames] != [(360, dark), (1280, dark)]:
-            faults.append(f"frames are not as they should be: {frames}")
+            faults.append(f"not the frames that were asked for: {frames}"[:200])
         for frame in frames:
             where = f"{frame['width']} wide, {'dark' if dark else 'light'}: "
             faults += [where + fault for fault in frame["faults"]]
-            faults += [f"{where}{name} misses {set(wanted) ^ set(frame[name])}" for name in ("letters", "groups")
-                       if sorted(frame[name]) != wanted]
+            faults += [f"{where}{index} differ by {set(wanted) ^ set(frame[index])}"
+                       for index in ("letters", "groups") if sorted(frame[index]) != wanted]
             if frame["kept"] != ["StringXOR2KZV"] * 2:
                 faults.append(f"{where}the filter leaves {frame['kept']}")
     sys.exit("\n".join(faults) or 0)

@@ -1,5 +1,5 @@
--- Prepares the reference for its page: takes the title and the introduction out of the text, makes the indexes,
--- links the functions' names, and gives tables a box to scroll in.
+-- Prepares the reference for its page: takes the title and the introduction out of the text, makes the
+-- indexes, links the functions' names, and gives tables a box to scroll in.
 local stringify = pandoc.utils.stringify
 
 local function escape(text)
@@ -22,7 +22,8 @@ function CodeBlock(block)
     local text = escape(line)
     table.insert(lines, line:match('^%$ ') and '<b>' .. text .. '</b>' or text)
   end
-  return pandoc.RawBlock('html', '<pre class="console"><code>' .. table.concat(lines, '\n') .. '</code></pre>')
+  local code = table.concat(lines, '\n')
+  return pandoc.RawBlock('html', '<pre class="console"><code>' .. code .. '</code></pre>')
 end
 
 function Table(block)
