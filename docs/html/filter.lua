@@ -30,45 +30,58 @@ function Table(block)
   return { pandoc.RawBlock('html', '<div class="wide">'), block, pandoc.RawBlock('html', '</div>') }
 end
 
--- The first paragraph behind a function's heading tells what it does.
-function Pandoc(doc)
-  local introduction, body, groups, alphabet, wanting = pandoc.List(), pandoc.List(), {}, {}, nil
-  for _, block in ipairs(doc.blocks) do
-    local level = block.t == 'Header' and block.level or nil
-    if level == 1 then
-      doc.meta.title = block.content
-    elseif #groups == 0 and level ~= 2 then
-      introduction:insert(block)
-    else
-      if level == 2 then
-        table.insert(groups, entry(block))
-        groups[#groups].functions = {}
-      elseif level == 3 then
-        wanting = entry(block)
-        table.insert(groups[#groups].functions, wanting)
-        table.insert(alphabet, wanting)
-        block.content = { pandoc.Link(block.content, '#' .. block.identifier) }
-      elseif wanting and block.t == 'Para' then
-        wanting.sentence = block.content
-        wanting = nil
-      end
-      body:insert(block)
+-- The groups with their functions. The first paragraph behind a function's heading tells what it does.
+local function outline(blocks)
+  local groups, wanting = {}, nil
+  for _, block in ipairs(blocks) do
+    if block.t == 'Header' and block.level == 2 then
+      table.insert(groups, entry(block))
+      groups[#groups].functions = {}
+    elseif block.t == 'Header' then
+      wanting = entry(block)
+      table.insert(groups[#groups].functions, wanting)
+    elseif wanting and block.t == 'Para' then
+      wanting.sentence = block.content
+      wanting = nil
     end
   end
+  return groups
+end
+
+local function by_letters(groups)
+  local functions = {}
+  for _, group in ipairs(groups) do
+    for _, one in ipairs(group.functions) do table.insert(functions, one) end
+  end
+  table.sort(functions, function(a, b) return sort_key(a) < sort_key(b) end)
+  return functions
+end
+
+-- Links each heading of a function with itself, so that its address can be copied, and each name in a text
+-- with its function.
+local function linked(blocks, functions)
   local ids = {}
-  for _, one in ipairs(alphabet) do ids[one.name] = one.id end
+  for _, one in ipairs(functions) do ids[one.name] = one.id end
   local function link(text)
     local name, rest = text.text:match('^([%w_]+)(.*)$')
     if ids[name] then return { pandoc.Link(name, '#' .. ids[name]), pandoc.Str(rest) } end
   end
-  for i, block in ipairs(body) do
-    if block.t ~= 'Header' then body[i] = pandoc.walk_block(block, { Str = link }) end
-  end
-  table.sort(alphabet, function(a, b) return sort_key(a) < sort_key(b) end)
-  doc.meta.introduction = pandoc.MetaBlocks(introduction)
-  doc.meta.count = tostring(#alphabet)
+  return blocks:map(function(block)
+    if block.t == 'Header' and block.level == 2 then return block end
+    return pandoc.walk_block(block, { Str = link })
+  end)
+end
+
+function Pandoc(doc)
+  local _, begin = doc.blocks:find_if(function(block) return block.t == 'Header' and block.level == 2 end)
+  local body = pandoc.List(table.move(doc.blocks, begin, #doc.blocks, 1, {}))
+  local groups = outline(body)
+  local functions = by_letters(groups)
+  doc.meta.title = doc.blocks[1].content
+  doc.meta.introduction = pandoc.MetaBlocks(table.move(doc.blocks, 2, begin - 1, 1, {}))
+  doc.meta.count = tostring(#functions)
   doc.meta.groups = groups
-  doc.meta.alphabet = alphabet
-  doc.blocks = body
+  doc.meta.alphabet = functions
+  doc.blocks = linked(body, functions)
   return doc
 end
