@@ -1,15 +1,11 @@
 #include "host.h"
 
 #include <algorithm>
-#include <cassert>
 #include <new>
 
 namespace kzv::host {
-namespace {
 
-thread_local Host *current = nullptr;
-
-}  // namespace
+thread_local constinit Host *Host::current_ = nullptr;
 
 String new_string(std::string_view bytes, REALencoding encoding) {
   return String(make_string(bytes, encoding));
@@ -20,9 +16,6 @@ MemoryBlock new_memory_block(std::string_view bytes) {
   block->references.take_for_host();
   return block;
 }
-
-Host::Scope::Scope(Host &host) : outer_(std::exchange(current, &host)) {}
-Host::Scope::~Scope() { current = outer_; }
 
 void Host::start(void (*plugin_main)(REALresolver), REALresolver resolver) {
   const Scope scope(*this);
@@ -57,19 +50,7 @@ std::vector<RaisedException> Host::take_raised() {
   return std::exchange(raised_, {});
 }
 
-Host &Host::serving() {
-  assert(current != nullptr);
-  return *current;
-}
-
-Host &Host::serving(const char *service) {
-  Host &host = serving();
-  host.misbehaves(service);
-  return host;
-}
-
-std::optional<Misbehaviour::Kind> Host::misbehaves(const char *service, Kinds able) {
-  if (!settings.misbehaviour) return std::nullopt;
+std::optional<Misbehaviour::Kind> Host::misbehaves_now(const char *service, Kinds able) {
   Misbehaviour &misbehaviour = *settings.misbehaviour;
   if (!misbehaviour.service.empty() && misbehaviour.service != service) return std::nullopt;
   const Misbehaviour::Kind kind = misbehaviour.kind;

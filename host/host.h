@@ -1,6 +1,7 @@
 // The in-process host: stands in the host's place for the runner, the tests and the benchmarks.
 #pragma once
 
+#include <cassert>
 #include <initializer_list>
 #include <map>
 #include <memory>
@@ -105,10 +106,10 @@ class Host {
   // Makes this host the one that serves its thread, until it ends.
   class Scope {
    public:
-    explicit Scope(Host &host);
+    explicit Scope(Host &host) : outer_(std::exchange(current_, &host)) {}
     Scope(const Scope &) = delete;
     Scope &operator=(const Scope &) = delete;
-    ~Scope();
+    ~Scope() { current_ = outer_; }
 
    private:
     Host *outer_;
@@ -131,14 +132,24 @@ class Host {
   friend struct Services;
 
   // The host that serves this thread.
-  static Host &serving();
+  static Host &serving() {
+    assert(current_ != nullptr);
+    return *current_;
+  }
   // The same; the service throws here if it is its turn.
-  static Host &serving(const char *service);
+  static Host &serving(const char *service) {
+    Host &host = serving();
+    host.misbehaves(service);
+    return host;
+  }
 
   // What a service that is `able` to do more than throw does wrong in this call; it throws here if that is
   // it.
   using Kinds = std::initializer_list<Misbehaviour::Kind>;
-  std::optional<Misbehaviour::Kind> misbehaves(const char *service, Kinds able = {});
+  std::optional<Misbehaviour::Kind> misbehaves(const char *service, Kinds able = {}) {
+    return settings.misbehaviour ? misbehaves_now(service, able) : std::nullopt;
+  }
+  std::optional<Misbehaviour::Kind> misbehaves_now(const char *service, Kinds able);
 
   bool withholds(std::string_view service) const {
     return !settings.withheld.empty() && settings.withheld.contains(service);
@@ -146,6 +157,8 @@ class Host {
   // A host that takes no references back keeps what it hands out until its own end.
   bool keeps_strings() const { return withholds("REALUnlockString"); }
   bool keeps_objects() const { return withholds("REALUnlockObject"); }
+
+  static thread_local constinit Host *current_;
 
   std::vector<Method> methods_;
   std::optional<std::int32_t> interface_version_;

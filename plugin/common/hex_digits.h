@@ -20,6 +20,15 @@ inline constexpr std::array<std::uint8_t, 256> kDigitValues = [] {
   return values;
 }();
 
+// The two digits of each byte, the first one in the low byte as on every processor of ours.
+inline constexpr std::array<std::uint16_t, 256> kHexPairs = [] {
+  std::array<std::uint16_t, 256> pairs{};
+  for (std::size_t byte = 0; byte < pairs.size(); ++byte) {
+    pairs[byte] = static_cast<std::uint16_t>(kHexDigits[byte >> 4] | kHexDigits[byte & 15] << 8);
+  }
+  return pairs;
+}();
+
 // What one byte is replaced with. Four bytes wide so that it is written with one store.
 struct Escape {
   std::array<char, 3> text;

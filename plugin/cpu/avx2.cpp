@@ -3,6 +3,7 @@
 #include <cstring>
 #include <immintrin.h>
 
+#include "hex_digits.h"
 #include "levels.h"
 
 #define KZV_AVX2 __attribute__((target("avx2,bmi2,popcnt")))
@@ -55,6 +56,19 @@ KZV_AVX2 void find_avx2(const std::uint8_t *bytes, std::size_t blocks, const Byt
     const std::uint64_t low = find_32(bytes, ascii_rows, high_rows);
     masks[i] = low | std::uint64_t{find_32(bytes + 32, ascii_rows, high_rows)} << 32;
   }
+}
+
+KZV_AVX2 void find_pair_avx2(const std::uint8_t *bytes, std::size_t blocks, std::uint8_t first,
+                             std::uint8_t last, std::size_t distance, std::uint64_t *masks) {
+  const __m256i firsts = _mm256_set1_epi8(static_cast<char>(first));
+  const __m256i lasts = _mm256_set1_epi8(static_cast<char>(last));
+  const auto find_32 = [=](const std::uint8_t *at) KZV_AVX2 {
+    const __m256i found =
+        _mm256_and_si256(_mm256_cmpeq_epi8(load(at), firsts), _mm256_cmpeq_epi8(load(at + distance), lasts));
+    return std::uint64_t{static_cast<std::uint32_t>(_mm256_movemask_epi8(found))};
+  };
+  for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock)
+    masks[i] = find_32(bytes) | find_32(bytes + 32) << 32;
 }
 
 KZV_AVX2 std::size_t compact_avx2(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *kept,
@@ -119,8 +133,58 @@ KZV_AVX2 void unescape_avx2(const std::uint8_t *bytes, std::size_t blocks, const
   }
 }
 
+KZV_AVX2 __m256i load(const Unit *units) {
+  return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(units));
+}
+
+// Packing works within the halves of a vector; this puts the quarters back in order.
+KZV_AVX2 __m256i in_order(__m256i packed) { return _mm256_permute4x64_epi64(packed, 0b11011000); }
+
+KZV_AVX2 void narrow_avx2(const Unit *units, std::size_t blocks, std::uint16_t limit, std::uint8_t *output,
+                          std::uint64_t *masks) {
+  const __m256i limits = _mm256_set1_epi16(static_cast<short>(limit));
+  const __m256i kLow = _mm256_set1_epi16(0xFF);
+  for (std::size_t i = 0; i < blocks; ++i) {
+    std::uint64_t mask = 0;
+    for (unsigned part = 0; part < kBlock; part += 32, units += 32, output += 32) {
+      const __m256i first = load(units);
+      const __m256i second = load(units + 16);
+      store(output,
+            in_order(_mm256_packus_epi16(_mm256_and_si256(first, kLow), _mm256_and_si256(second, kLow))));
+      const __m256i found = _mm256_packs_epi16(_mm256_cmpeq_epi16(_mm256_max_epu16(first, limits), first),
+                                               _mm256_cmpeq_epi16(_mm256_max_epu16(second, limits), second));
+      mask |= std::uint64_t{static_cast<std::uint32_t>(_mm256_movemask_epi8(in_order(found)))} << part;
+    }
+    masks[i] = mask;
+  }
+}
+
+KZV_AVX2 void to_hex_avx2(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *digits) {
+  const __m256i kDigits =
+      _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(kHexDigits)));
+  const __m256i kNibble = _mm256_set1_epi8(15);
+  for (; byte_count >= 16; byte_count -= 16, bytes += 16, digits += 32) {
+    const __m256i wide = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes)));
+    const __m256i nibbles = _mm256_or_si256(_mm256_srli_epi16(wide, 4), _mm256_slli_epi16(wide, 8));
+    store(digits, _mm256_shuffle_epi8(kDigits, _mm256_and_si256(nibbles, kNibble)));
+  }
+  to_hex(bytes, byte_count, digits);
+}
+
+KZV_AVX2 void from_hex_avx2(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *bytes) {
+  const __m256i kWeights = _mm256_set1_epi16(0x0110);  // 16 and 1
+  for (; byte_count >= 16; byte_count -= 16, bytes += 16, digits += 32) {
+    const __m256i sums = _mm256_maddubs_epi16(digit_values(load(digits)), kWeights);
+    const __m256i packed = in_order(_mm256_packus_epi16(sums, sums));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(bytes), _mm256_castsi256_si128(packed));
+  }
+  from_hex(digits, byte_count, bytes);
+}
+
 }  // namespace
 
-constexpr Level kAvx2 = {"avx2", find_avx2, compact_avx2, add_avx2, unescape_avx2};
+constexpr Level kAvx2 = {"avx2",         48,           read_part,   find_avx2,
+                         find_pair_avx2, compact_avx2, add_avx2,    unescape_avx2,
+                         escape,         narrow_avx2,  to_hex_avx2, from_hex_avx2};
 
 }  // namespace kzv::cpu

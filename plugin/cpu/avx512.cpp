@@ -1,23 +1,36 @@
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <immintrin.h>
 
+#include "hex_digits.h"
 #include "levels.h"
 
-#define KZV_AVX512 __attribute__((target("avx512f,avx512bw,avx512vbmi2,bmi2,popcnt")))
+#define KZV_AVX512 __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,bmi2,popcnt")))
 
 namespace kzv::cpu {
 namespace {
 
 // By way of a mask, for GCC 12 takes the plain intrinsic's own code for a use of uninitialised memory.
-KZV_AVX512 __m512i four_times(const std::array<std::uint8_t, 16> &row) {
-  return _mm512_maskz_broadcast_i32x4(0xFFFF, _mm_loadu_si128(reinterpret_cast<const __m128i *>(row.data())));
+KZV_AVX512 __m512i four_times(__m128i quarter) { return _mm512_maskz_broadcast_i32x4(0xFFFF, quarter); }
+
+KZV_AVX512 __m128i load_quarter(const void *bytes) {
+  return _mm_loadu_si128(static_cast<const __m128i *>(bytes));
+}
+
+KZV_AVX512 __mmask64 first_bits(std::size_t count) {
+  return _bzhi_u64(~std::uint64_t{0}, static_cast<unsigned>(count));
+}
+
+KZV_AVX512 void read_part_avx512(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block) {
+  _mm512_storeu_si512(block, _mm512_maskz_loadu_epi8(first_bits(byte_count), bytes));
 }
 
 // As with AVX2, with a mask for an answer.
 KZV_AVX512 void find_avx512(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set,
                             std::uint64_t *masks) {
-  const __m512i ascii_rows = four_times(set.ascii_rows);
-  const __m512i high_rows = four_times(set.high_rows);
+  const __m512i ascii_rows = four_times(load_quarter(set.ascii_rows.data()));
+  const __m512i high_rows = four_times(load_quarter(set.high_rows.data()));
   const __m512i kBits = _mm512_set1_epi64(static_cast<long long>(0x8040201008040201));
   for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
     const __m512i text = _mm512_loadu_si512(bytes);
@@ -26,6 +39,16 @@ KZV_AVX512 void find_avx512(const std::uint8_t *bytes, std::size_t blocks, const
         _mm512_or_si512(_mm512_shuffle_epi8(ascii_rows, text), _mm512_shuffle_epi8(high_rows, high_text));
     const __m512i nibbles = _mm512_and_si512(_mm512_srli_epi16(text, 4), _mm512_set1_epi8(7));
     masks[i] = _mm512_test_epi8_mask(rows, _mm512_shuffle_epi8(kBits, nibbles));
+  }
+}
+
+KZV_AVX512 void find_pair_avx512(const std::uint8_t *bytes, std::size_t blocks, std::uint8_t first,
+                                 std::uint8_t last, std::size_t distance, std::uint64_t *masks) {
+  const __m512i firsts = _mm512_set1_epi8(static_cast<char>(first));
+  const __m512i lasts = _mm512_set1_epi8(static_cast<char>(last));
+  for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
+    const __mmask64 found = _mm512_cmpeq_epi8_mask(_mm512_loadu_si512(bytes), firsts);
+    masks[i] = _mm512_mask_cmpeq_epi8_mask(found, _mm512_loadu_si512(bytes + distance), lasts);
   }
 }
 
@@ -73,8 +96,110 @@ KZV_AVX512 void unescape_avx512(const std::uint8_t *bytes, std::size_t blocks, c
   }
 }
 
+// Each number up to 15 three times: where 16 bytes go that take three places each.
+constexpr std::array<std::uint8_t, kBlock> kThreePlaces = [] {
+  std::array<std::uint8_t, kBlock> sources{};
+  for (std::uint8_t place = 0; place < 48; ++place) sources[place] = place / 3;
+  return sources;
+}();
+constexpr std::uint64_t kFirstPlaces = 0x249249249249;  // each third bit of 48
+
+KZV_AVX512 __m512i in_turn(__m128i first, __m128i second, __m128i third) {
+  const __m512i sources = _mm512_loadu_si512(kThreePlaces.data());
+  const __m512i firsts = _mm512_shuffle_epi8(four_times(first), sources);
+  const __m512i two = _mm512_mask_shuffle_epi8(firsts, kFirstPlaces << 1, four_times(second), sources);
+  return _mm512_mask_shuffle_epi8(two, kFirstPlaces << 2, four_times(third), sources);
+}
+
+// 16 bytes take three places each, of which those stay that are needed.
+KZV_AVX512 std::size_t escape_avx512(const std::uint8_t *bytes, std::size_t blocks,
+                                     const std::uint64_t *where, char introducer, std::uint8_t *output) {
+  const __m128i kDigits = load_quarter(kHexDigits);
+  const __m128i kNibble = _mm_set1_epi8(15);
+  std::uint8_t *next = output;
+  for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
+    if (where[i] == 0) {
+      _mm512_storeu_si512(next, _mm512_loadu_si512(bytes));
+      next += kBlock;
+      continue;
+    }
+    for (unsigned part = 0; part < kBlock; part += 16) {
+      const auto escaped = static_cast<__mmask16>(where[i] >> part);
+      const __m128i text = load_quarter(bytes + part);
+      const __m128i high = _mm_shuffle_epi8(kDigits, _mm_and_si128(_mm_srli_epi16(text, 4), kNibble));
+      const __m128i low = _mm_shuffle_epi8(kDigits, _mm_and_si128(text, kNibble));
+      const __m128i first = _mm_mask_mov_epi8(text, escaped, _mm_set1_epi8(introducer));
+      const std::uint64_t firsts = _pdep_u64(escaped, kFirstPlaces);
+      const __m512i all = in_turn(first, high, low);
+      const std::uint64_t kept = kFirstPlaces | firsts << 1 | firsts << 2;
+      _mm512_storeu_si512(next, _mm512_maskz_compress_epi8(kept, all));
+      next += __builtin_popcountll(kept);
+    }
+  }
+  return static_cast<std::size_t>(next - output);
+}
+
+constexpr std::array<std::uint8_t, kBlock> kEvenBytes = [] {
+  std::array<std::uint8_t, kBlock> even{};
+  for (std::size_t i = 0; i < kBlock; ++i) even[i] = static_cast<std::uint8_t>(2 * i);
+  return even;
+}();
+
+KZV_AVX512 void narrow_avx512(const Unit *units, std::size_t blocks, std::uint16_t limit,
+                              std::uint8_t *output, std::uint64_t *masks) {
+  const __m512i limits = _mm512_set1_epi16(static_cast<short>(limit));
+  const __m512i low_bytes = _mm512_loadu_si512(kEvenBytes.data());
+  for (std::size_t i = 0; i < blocks; ++i, units += kBlock, output += kBlock) {
+    const __m512i first = _mm512_loadu_si512(units);
+    const __m512i second = _mm512_loadu_si512(units + kBlock / 2);
+    _mm512_storeu_si512(output, _mm512_permutex2var_epi8(first, low_bytes, second));
+    masks[i] = _mm512_cmpge_epu16_mask(first, limits) | std::uint64_t{_mm512_cmpge_epu16_mask(second, limits)}
+                                                            << 32;
+  }
+}
+
+// A masked store would keep whoever reads the bytes next waiting, so the last ones take a detour.
+template <typename Vector>
+KZV_AVX512 void store_first(Vector vector, std::size_t byte_count, std::uint8_t *bytes) {
+  if (byte_count == sizeof vector) {
+    std::memcpy(bytes, &vector, sizeof vector);
+  } else {
+    std::array<std::uint8_t, sizeof vector> last;
+    std::memcpy(last.data(), &vector, sizeof vector);
+    std::memcpy(bytes, last.data(), byte_count);
+  }
+}
+
+KZV_AVX512 void to_hex_avx512(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *digits) {
+  const __m512i kDigits = four_times(load_quarter(kHexDigits));
+  const __m512i kNibble = _mm512_set1_epi8(15);
+  for (std::size_t at = 0; at < byte_count; at += kBlock / 2) {
+    const std::size_t count = std::min(byte_count - at, kBlock / 2);
+    const __m256i text = _mm256_maskz_loadu_epi8(static_cast<__mmask32>(first_bits(count)), bytes + at);
+    const __m512i wide = _mm512_cvtepu8_epi16(text);
+    const __m512i nibbles = _mm512_or_si512(_mm512_srli_epi16(wide, 4), _mm512_slli_epi16(wide, 8));
+    const __m512i hex = _mm512_shuffle_epi8(kDigits, _mm512_and_si512(nibbles, kNibble));
+    store_first(hex, 2 * count, digits + 2 * at);
+  }
+}
+
+KZV_AVX512 void from_hex_avx512(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *bytes) {
+  const __m512i kWeights = _mm512_set1_epi16(0x0110);  // 16 and 1
+  for (std::size_t at = 0; at < byte_count; at += kBlock / 2) {
+    const std::size_t count = std::min(byte_count - at, kBlock / 2);
+    const __m512i text = _mm512_maskz_loadu_epi8(first_bits(2 * count), digits + 2 * at);
+    const __m512i sums = _mm512_maddubs_epi16(digit_values(text), kWeights);
+    store_first(_mm512_maskz_cvtepi16_epi8(~__mmask32{0}, sums), count, bytes + at);
+  }
+}
+
 }  // namespace
 
-constexpr Level kAvx512 = {"avx512", find_avx512, compact_avx512, add_avx512, unescape_avx512};
+constexpr Level kAvx512 = {"avx512",         48,
+                           read_part_avx512, find_avx512,
+                           find_pair_avx512, compact_avx512,
+                           add_avx512,       unescape_avx512,
+                           escape_avx512,    narrow_avx512,
+                           to_hex_avx512,    from_hex_avx512};
 
 }  // namespace kzv::cpu

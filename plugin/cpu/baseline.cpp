@@ -1,6 +1,7 @@
 #include <cstring>
 #include <emmintrin.h>
 
+#include "hex_digits.h"
 #include "levels.h"
 
 namespace kzv::cpu {
@@ -28,6 +29,21 @@ void find(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set, std
     std::uint64_t mask = 0;
     for (unsigned part = 0; part < kBlock; part += 16, bytes += 16) {
       mask |= find_16(load(bytes), set) << part;
+    }
+    masks[i] = mask;
+  }
+}
+
+void find_pair(const std::uint8_t *bytes, std::size_t blocks, std::uint8_t first, std::uint8_t last,
+               std::size_t distance, std::uint64_t *masks) {
+  const __m128i firsts = _mm_set1_epi8(static_cast<char>(first));
+  const __m128i lasts = _mm_set1_epi8(static_cast<char>(last));
+  for (std::size_t i = 0; i < blocks; ++i) {
+    std::uint64_t mask = 0;
+    for (unsigned part = 0; part < kBlock; part += 16, bytes += 16) {
+      const __m128i found =
+          _mm_and_si128(_mm_cmpeq_epi8(load(bytes), firsts), _mm_cmpeq_epi8(load(bytes + distance), lasts));
+      mask |= static_cast<std::uint64_t>(_mm_movemask_epi8(found)) << part;
     }
     masks[i] = mask;
   }
@@ -102,8 +118,83 @@ void unescape(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t
   }
 }
 
+__m128i load(const Unit *units) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(units)); }
+
+void narrow(const Unit *units, std::size_t blocks, std::uint16_t limit, std::uint8_t *output,
+            std::uint64_t *masks) {
+  const __m128i limits = _mm_set1_epi16(static_cast<short>(limit));
+  const __m128i kLow = _mm_set1_epi16(0xFF);
+  const __m128i kZero = _mm_setzero_si128();
+  for (std::size_t i = 0; i < blocks; ++i) {
+    std::uint64_t mask = 0;
+    for (unsigned part = 0; part < kBlock; part += 16, units += 16, output += 16) {
+      const __m128i first = load(units);
+      const __m128i second = load(units + 8);
+      store(output, _mm_packus_epi16(_mm_and_si128(first, kLow), _mm_and_si128(second, kLow)));
+      // What is left of the limit, where it is the greater one.
+      const __m128i below = _mm_packs_epi16(_mm_cmpeq_epi16(_mm_subs_epu16(limits, first), kZero),
+                                            _mm_cmpeq_epi16(_mm_subs_epu16(limits, second), kZero));
+      mask |= static_cast<std::uint64_t>(_mm_movemask_epi8(below)) << part;
+    }
+    masks[i] = mask;
+  }
+}
+
+// Computed, not looked up: arithmetic on bytes is what a compiler turns into vector code.
+constexpr std::uint8_t digit_of(unsigned nibble) {
+  return static_cast<std::uint8_t>(nibble + '0' + (nibble > 9 ? 'A' - '9' - 1 : 0));
+}
+
+constexpr std::uint8_t value_of(std::uint8_t digit) {
+  const auto decimal = static_cast<std::uint8_t>(digit - '0');
+  const auto letter = static_cast<std::uint8_t>((digit | 0x20) - 'a');  // the bit that lower case adds
+  const auto letter_value = static_cast<std::uint8_t>(letter < 6 ? letter + 10 : 0);
+  return decimal < 10 ? decimal : letter_value;
+}
+
 }  // namespace
 
-constexpr Level kBaseline = {"sse2", find, compact, add, unescape};
+void read_part(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block) {
+  std::memset(block, 0, kBlock);
+  if (byte_count > 0) std::memcpy(block, bytes, byte_count);
+}
+
+std::size_t escape(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where, char introducer,
+                   std::uint8_t *output) {
+  std::uint8_t *next = output;
+  for (std::size_t part = 0; part < blocks * (kBlock / 8); ++part, bytes += 8) {
+    const std::uint64_t bits = where[part / 8] >> part % 8 * 8 & 0xFF;
+    if (bits == 0) {
+      std::memcpy(next, bytes, 8);
+      next += 8;
+      continue;
+    }
+    for (unsigned k = 0; k < 8; ++k) {
+      // The introducer and the two digits in one store, of which the first byte counts or all three.
+      const bool escaped = (bits >> k & 1) != 0;
+      const auto digits = static_cast<std::uint32_t>(kHexPairs[bytes[k]]) << 8;
+      const std::uint32_t form = digits | static_cast<std::uint8_t>(escaped ? introducer : bytes[k]);
+      std::memcpy(next, &form, sizeof form);
+      next += escaped ? 3 : 1;
+    }
+  }
+  return static_cast<std::size_t>(next - output);
+}
+
+void to_hex(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *digits) {
+  for (std::size_t i = 0; i < byte_count; ++i) {
+    digits[2 * i] = digit_of(bytes[i] >> 4U);
+    digits[2 * i + 1] = digit_of(bytes[i] & 15U);
+  }
+}
+
+void from_hex(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *bytes) {
+  for (std::size_t i = 0; i < byte_count; ++i) {
+    bytes[i] = static_cast<std::uint8_t>(value_of(digits[2 * i]) << 4U | value_of(digits[2 * i + 1]));
+  }
+}
+
+constexpr Level kBaseline = {"sse2", ~std::size_t{0}, read_part, find,   find_pair, compact,
+                             add,    unescape,        escape,    narrow, to_hex,    from_hex};
 
 }  // namespace kzv::cpu

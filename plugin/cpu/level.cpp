@@ -13,7 +13,8 @@ constexpr std::array<const Level *, 3> kAll = {&kBaseline, &kAvx2, &kAvx512};
 
 bool has_avx2() { return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2"); }
 bool has_avx512() {
-  return has_avx2() && __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi2");
+  return has_avx2() && __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") &&
+         __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "byte_set.h"
+#include "bytes.h"
 
 namespace kzv::cpu {
 
@@ -12,9 +13,17 @@ inline constexpr std::size_t kBlock = 64;
 
 struct Level {
   const char *name;
+  std::size_t by_table;  // bytes up to which a table is faster than finding and escaping
+
+  // Copies at most a block and fills up the rest of it with zeros.
+  void (*read_part)(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block);
 
   // Sets bit k of masks[i] to whether byte 64 * i + k belongs to the set.
   void (*find)(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set, std::uint64_t *masks);
+
+  // Sets bit k of masks[i] to whether byte 64 * i + k is `first` and the one `distance` behind it `last`.
+  void (*find_pair)(const std::uint8_t *bytes, std::size_t blocks, std::uint8_t first, std::uint8_t last,
+                    std::size_t distance, std::uint64_t *masks);
 
   // Moves together the bytes whose bits are set, and returns their number. The output has room for as many
   // blocks, and may be the bytes themselves; what is behind those returned may be overwritten.
@@ -29,6 +38,19 @@ struct Level {
   // no digit counts as 0. Two bytes behind the blocks are read.
   void (*unescape)(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
                    std::uint8_t *output);
+
+  // Writes the bytes and, in place of those whose bits are set, `introducer` and two hex digits. Returns the
+  // number written, behind which a block may be overwritten.
+  std::size_t (*escape)(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                        char introducer, std::uint8_t *output);
+
+  // Writes the low byte of each unit and sets the bits of those that are not below `limit`.
+  void (*narrow)(const Unit *units, std::size_t blocks, std::uint16_t limit, std::uint8_t *output,
+                 std::uint64_t *masks);
+
+  // Between bytes and pairs of hex digits, any number of them. What is no digit counts as 0.
+  void (*to_hex)(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *digits);
+  void (*from_hex)(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *bytes);
 };
 
 // Those that this processor has, the baseline first and the fastest last.

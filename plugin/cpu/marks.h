@@ -41,8 +41,8 @@ class MarkCursor {
     const std::size_t blocks = std::min(rest.size() / kBlock, masks_.size());
     level().find(rest.data(), blocks, set_, masks_.data());
     if (blocks == 0) {
-      std::array<std::uint8_t, kBlock> last{};
-      std::ranges::copy(rest, last.begin());
+      std::array<std::uint8_t, kBlock> last;
+      level().read_part(rest.data(), rest.size(), last.data());
       level().find(last.data(), 1, set_, masks_.data());
       masks_[0] &= bits_below(rest.size());
     }
@@ -75,9 +75,11 @@ class Piece {
     if (blocks == 0) {
       // The rest, at most a block and two bytes. Whole blocks of it may not fit into the output.
       size = left;
-      blocks = (size + kBlock - 1) / kBlock;
-      rest_ = {};
-      std::memcpy(rest_.data(), text, size);
+      const std::size_t first = std::min(size, kBlock);
+      level().read_part(text, first, rest_.data());
+      if (size > kBlock) level().read_part(text + kBlock, size - kBlock, rest_.data() + kBlock);
+      blocks = size > kBlock ? 2 : 1;
+      std::memset(rest_.data() + blocks * kBlock, 0, kReadBehind);
       text = place = rest_.data();
     }
   }
@@ -102,6 +104,19 @@ using Masks = std::array<std::uint64_t, Piece::kBlocks>;
 
 inline void find(const Piece &piece, const ByteSet &set, Masks &masks) {
   level().find(piece.text, piece.blocks, set, masks.data());
+}
+
+// Reads the rest of a text, less than a block of units, with zeros behind; returns how many of those.
+inline std::size_t read_last(UnitView text, std::array<Unit, kBlock> &units) {
+  constexpr std::size_t kHalf = kBlock / sizeof(Unit);  // fill one block of bytes
+  const std::size_t first = std::min(text.size(), kHalf);
+  const auto read = [](UnitView part, Unit *to) {
+    level().read_part(reinterpret_cast<const std::uint8_t *>(part.data()), part.size_bytes(),
+                      reinterpret_cast<std::uint8_t *>(to));
+  };
+  read(text.first(first), units.data());
+  read(text.subspan(first), units.data() + kHalf);
+  return kBlock - text.size();
 }
 
 // The marks of a piece's bytes in a set, and how they look a byte or two further on.

@@ -1,14 +1,20 @@
 #include "frame/handles.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 namespace kzv {
 namespace {
 
-// The address comes first: a handle points at it.
+// The address comes first: a handle points at it. Until the block grows its bytes stand right behind, for
+// most never do, and one allocation is all they take.
 struct Block {
   char *address;
   std::int32_t size;
+
+  char *first_bytes() { return reinterpret_cast<char *>(this + 1); }
+  [[nodiscard]] bool has_grown() { return address != first_bytes(); }
 };
 
 Block *BlockOf(Handle handle) { return reinterpret_cast<Block *>(handle); }
@@ -21,20 +27,19 @@ std::size_t RoomFor(std::int32_t byte_count) {
 }  // namespace
 
 Handle NewHandle(std::int32_t byte_count) {
-  auto *const block = static_cast<Block *>(std::malloc(sizeof(Block)));
+  auto *const block = static_cast<Block *>(std::malloc(sizeof(Block) + RoomFor(byte_count)));
   if (block == nullptr) return nullptr;
-  *block = {static_cast<char *>(std::malloc(RoomFor(byte_count))), byte_count};
-  if (block->address == nullptr) {
-    std::free(block);
-    return nullptr;
-  }
+  *block = {block->first_bytes(), byte_count};
   return &block->address;
 }
 
 void SetHandleSize(Handle handle, std::int32_t byte_count) {
   Block *const block = BlockOf(handle);
-  auto *const moved = static_cast<char *>(std::realloc(block->address, RoomFor(byte_count)));
-  if (moved != nullptr) *block = {moved, byte_count};
+  const bool has_grown = block->has_grown();
+  void *const moved = std::realloc(has_grown ? block->address : nullptr, RoomFor(byte_count));
+  if (moved == nullptr) return;
+  if (!has_grown) std::memcpy(moved, block->address, RoomFor(std::min(block->size, byte_count)));
+  *block = {static_cast<char *>(moved), byte_count};
 }
 
 std::int32_t GetHandleSize(Handle handle) { return BlockOf(handle)->size; }
@@ -44,8 +49,9 @@ void HLock(Handle) {}
 void HUnlock(Handle) {}
 
 void DisposeHandle(Handle handle) {
-  std::free(BlockOf(handle)->address);
-  std::free(BlockOf(handle));
+  Block *const block = BlockOf(handle);
+  if (block->has_grown()) std::free(block->address);
+  std::free(block);
 }
 
 }  // namespace kzv

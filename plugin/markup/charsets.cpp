@@ -4,6 +4,10 @@
 #include <array>
 #include <bit>
 #include <cassert>
+#include <cstring>
+#include <utility>
+
+#include "marks.h"
 
 namespace kzv::charsets {
 namespace {
@@ -52,55 +56,65 @@ consteval Charset make_charset(const UnitTable &units, std::span<const std::uint
   return {units, bytes, std::bit_floor(same)};
 }
 
-// Elements converted together: a loop of fixed length without a way out becomes vector instructions.
-constexpr std::size_t kBlock = 16;
-
-constexpr unsigned number(std::uint8_t byte) { return byte; }
-constexpr unsigned number(Unit unit) { return unit.value; }
-
-// Copies one block number for number and tells whether that was right, all of them lying below
-// `identity_end`. The output never overlaps the input.
-template <typename Input, typename Output>
-bool copy_block(const Input *input, std::uint16_t identity_end, Output *__restrict output) {
-  unsigned bits = 0;
-  for (std::size_t i = 0; i < kBlock; ++i) {
-    const unsigned value = number(input[i]);
-    output[i] = static_cast<Output>(value);
-    bits |= value;
-  }
-  return bits < identity_end;
-}
-
 }  // namespace
 
 constexpr Charset kIso8859 = make_charset(escapecharsISO8859, kBytesISO8859);
 constexpr Charset kCp1252 = make_charset(escapecharsCP1252, kBytesCP1252);
 
-std::size_t encode(UnitView text, const Charset &charset, ByteBuffer output) {
-  assert(output.size() >= text.size());
-  std::size_t written = 0;
-  const auto encode_unit = [&](std::uint16_t unit) {
-    const std::uint8_t byte = unit < charset.byte_of.size() ? charset.byte_of[unit] : std::uint8_t{0};
-    output[written] = byte;
-    if (byte != 0 || unit == 0) ++written;
-  };
-  for (; text.size() >= kBlock; text = text.subspan(kBlock)) {
-    if (copy_block(text.data(), charset.identity_end, output.data() + written)) {
-      written += kBlock;
-    } else {
-      for (const Unit unit : text.first(kBlock)) encode_unit(unit.value);
+namespace {
+
+// Writes up to a whole run of blocks: their units as bytes, those that have none left out. `output` has room
+// for the blocks; returns the number of bytes written.
+std::size_t encode_blocks(const Unit *units, std::size_t blocks, const Charset &charset,
+                          std::uint8_t *output) {
+  cpu::Masks kept;
+  cpu::level().narrow(units, blocks, charset.identity_end, output, kept.data());
+  for (std::size_t i = 0; i < blocks; ++i) {
+    std::uint64_t others = std::exchange(kept[i], ~std::uint64_t{0});
+    for (; others != 0; others &= others - 1) {
+      const auto bit = static_cast<unsigned>(std::countr_zero(others));
+      const std::size_t at = i * cpu::kBlock + bit;
+      const std::uint16_t unit = units[at].value;
+      const std::uint8_t byte = unit < charset.byte_of.size() ? charset.byte_of[unit] : std::uint8_t{0};
+      output[at] = byte;  // U+0000 is not among the others
+      kept[i] ^= cpu::lowest_bit(byte == 0) << bit;
     }
   }
-  for (const Unit unit : text) encode_unit(unit.value);
-  return written;
+  return cpu::level().compact(output, blocks, kept.data(), output);
+}
+
+}  // namespace
+
+std::size_t encode(UnitView text, const Charset &charset, ByteBuffer output) {
+  assert(output.size() >= text.size());
+  std::uint8_t *next = output.data();
+  while (text.size() >= cpu::kBlock) {
+    const std::size_t blocks = std::min(text.size() / cpu::kBlock, cpu::Piece::kBlocks);
+    next += encode_blocks(text.data(), blocks, charset, next);
+    text = text.subspan(blocks * cpu::kBlock);
+  }
+  if (text.empty()) return static_cast<std::size_t>(next - output.data());
+  std::array<Unit, cpu::kBlock> units;
+  std::array<std::uint8_t, cpu::kBlock> bytes;
+  const std::size_t padding = cpu::read_last(text, units);
+  const std::size_t count = encode_blocks(units.data(), 1, charset, bytes.data()) - padding;
+  std::memcpy(next, bytes.data(), count);
+  return static_cast<std::size_t>(next - output.data()) + count;
 }
 
 std::size_t decode(ByteView bytes, const Charset &charset, std::span<std::uint16_t> output) {
   assert(output.size() >= bytes.size());
+  // A loop of fixed length without a way out becomes vector instructions.
+  constexpr std::size_t kTogether = 16;
   std::size_t done = 0;
-  for (; bytes.size() - done >= kBlock; done += kBlock) {
-    if (copy_block(bytes.data() + done, charset.identity_end, output.data() + done)) continue;
-    for (std::size_t i = done; i < done + kBlock; ++i) output[i] = charset.unit_of[bytes[i]];
+  for (; bytes.size() - done >= kTogether; done += kTogether) {
+    std::uint8_t bits = 0;
+    for (std::size_t i = done; i < done + kTogether; ++i) {
+      output[i] = bytes[i];
+      bits |= bytes[i];
+    }
+    if (bits < charset.identity_end) continue;
+    for (std::size_t i = done; i < done + kTogether; ++i) output[i] = charset.unit_of[bytes[i]];
   }
   for (; done < bytes.size(); ++done) output[done] = charset.unit_of[bytes[done]];
   return done;

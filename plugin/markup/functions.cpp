@@ -61,8 +61,10 @@ void AddReplaced(AsciiStringHandle &page, ByteView text, ByteView instead) {
   }
 }
 
-// The initial block of the HTML builders.
-std::uint64_t PageRoom(UnitView text) { return std::uint64_t{text.size()} * 2 + 4096; }
+// The initial block of the HTML builders: for a short text no more than it can need.
+std::uint64_t PageRoom(UnitView text) {
+  return std::min(std::uint64_t{text.size()} * 2 + 4096, html::encode_room(text.size()));
+}
 
 REALstringStruct *EncodingTo(REALstringStruct *s, const charsets::Charset &charset) {
   return Transform<rbText>(s, &rbText::utf16, kEncodingBytes, kOneByteEach,

@@ -26,36 +26,20 @@ std::size_t encode_unit(std::uint16_t unit, const WrittenTable &table, std::uint
   return entity->length;
 }
 
-// Narrows one block and tells whether all of it was ASCII.
-bool narrow_block(const Unit *units, std::uint8_t *__restrict output) {
-  std::uint16_t bits = 0;
-  for (std::size_t i = 0; i < cpu::kBlock; ++i) {
-    bits |= units[i].value;
-    output[i] = static_cast<std::uint8_t>(units[i].value);
-  }
-  return bits < 0x80;
-}
-
-// The markup characters in a block of ASCII.
-std::uint64_t markup_in(const std::uint8_t *block) {
-  static constexpr cpu::ByteSet kMarkup([](std::uint8_t byte) { return is_markup(byte); });
-  std::uint64_t found = 0;
-  cpu::level().find(block, 1, kMarkup, &found);
-  return found;
-}
-
-// Copies a block of ASCII and, from each character in `escaped` on, the rest of it again behind the
-// reference. There is room for another block behind the longest output. Returns the end of what it wrote.
-std::uint8_t *copy_escaping(const std::uint8_t *block, std::uint64_t escaped, std::uint8_t *next) {
-  std::memcpy(next, block, cpu::kBlock);
+// Copies a block, narrowed, and writes the units in `references` as the table says: from each of them on, the
+// rest of the block is copied again behind it. There is room for another block behind the longest output.
+// Returns the end of what it wrote.
+std::uint8_t *copy_with_references(const Unit *units, const std::uint8_t *narrowed, std::uint64_t references,
+                                   const WrittenTable &table, std::uint8_t *next) {
+  std::memcpy(next, narrowed, cpu::kBlock);
   std::size_t done = 0;
-  for (; escaped != 0; escaped &= escaped - 1) {
-    const auto at = static_cast<std::size_t>(std::countr_zero(escaped));
+  for (; references != 0; references &= references - 1) {
+    const auto at = static_cast<std::size_t>(std::countr_zero(references));
     next += at - done;
-    next += encode_unit(block[at], kWrittenEscapingMarkup, next);
+    next += encode_unit(units[at].value, table, next);
     done = at + 1;
     // As much as may be left: what lies behind the block is overwritten later.
-    std::memcpy(next, block + done, cpu::kBlock);
+    std::memcpy(next, narrowed + done, cpu::kBlock);
   }
   return next + (cpu::kBlock - done);
 }
@@ -180,26 +164,40 @@ UnitView without_mark(UnitView text) {
   return marked ? text.subspan(1) : text;
 }
 
+namespace {
+
+// Writes one block of units; there is room for another one behind its longest output. Returns its end.
+std::uint8_t *encode_block(const Unit *units, bool keep_ascii, std::uint8_t *next) {
+  static constexpr cpu::ByteSet kMarkup([](std::uint8_t byte) { return is_markup(byte); });
+  constexpr int kManyReferences = 16;  // copying the rest of the block for each takes longer from here on
+  const WrittenTable &table = keep_ascii ? kWrittenKeepingAscii : kWrittenEscapingMarkup;
+  std::array<std::uint8_t, 2 * cpu::kBlock> narrowed;
+  std::uint64_t references = 0;
+  cpu::level().narrow(units, 1, 0x80, narrowed.data(), &references);
+  if (!keep_ascii) {
+    std::uint64_t markup = 0;
+    cpu::level().find(narrowed.data(), 1, kMarkup, &markup);
+    references |= markup;
+  }
+  if (std::popcount(references) < kManyReferences) {
+    return copy_with_references(units, narrowed.data(), references, table, next);
+  }
+  for (std::size_t i = 0; i < cpu::kBlock; ++i) next += encode_unit(units[i].value, table, next);
+  return next;
+}
+
+}  // namespace
+
 // Blocks while the output has room for the worst of them, then unit by unit.
 Progress encode(UnitView text, bool keep_ascii, ByteBuffer output) {
   constexpr std::size_t kRoom = encode_room(cpu::kBlock) + cpu::kBlock;
-  constexpr int kManyReferences =
-      16;  // in a block: copying the rest of it for each takes longer from here on
   const WrittenTable &table = keep_ascii ? kWrittenKeepingAscii : kWrittenEscapingMarkup;
-  std::array<std::uint8_t, 2 * cpu::kBlock> narrowed{};
   std::size_t consumed = 0;
   std::uint8_t *next = output.data();
   const std::uint8_t *const limit = next + output.size();
   while (text.size() - consumed >= cpu::kBlock && limit - next >= std::ptrdiff_t{kRoom}) {
-    const Unit *const units = text.data() + consumed;
+    next = encode_block(text.data() + consumed, keep_ascii, next);
     consumed += cpu::kBlock;
-    const bool ascii = narrow_block(units, narrowed.data());
-    const std::uint64_t escaped = ascii && !keep_ascii ? markup_in(narrowed.data()) : 0;
-    if (ascii && std::popcount(escaped) < kManyReferences) {
-      next = copy_escaping(narrowed.data(), escaped, next);
-    } else {
-      for (std::size_t i = 0; i < cpu::kBlock; ++i) next += encode_unit(units[i].value, table, next);
-    }
   }
   while (consumed < text.size() && limit - next >= std::ptrdiff_t{kLongestReference}) {
     std::array<std::uint8_t, sizeof(Written)> written;

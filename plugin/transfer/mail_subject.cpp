@@ -3,9 +3,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "escaping.h"
 #include "find_byte.h"
-#include "hex_digits.h"
-#include "marks.h"
 
 namespace kzv::mail_subject {
 namespace {
@@ -13,16 +12,8 @@ namespace {
 constexpr std::string_view kOpening = "=?utf-8?Q?";
 constexpr std::string_view kClosing = "?=";
 
-consteval EscapeTable make_escapes() {
-  EscapeTable table{};
-  for (std::size_t byte = 0; byte < table.size(); ++byte) {
-    const bool kept = byte < 128 && byte != '=' && byte != '_';
-    table[byte] = kept ? as_it_is(byte) : hex_escape('=', byte);
-  }
-  table[' '] = as_it_is('_');
-  return table;
-}
-constexpr EscapeTable kEscapes = make_escapes();
+constexpr bool is_escaped(std::uint8_t byte) { return byte >= 128 || byte == '=' || byte == '_'; }
+constexpr cpu::Escaping kEscaping('=', is_escaped, ' ', '_');
 
 std::uint8_t *append(std::string_view text, std::uint8_t *next) {
   std::memcpy(next, text.data(), text.size());
@@ -40,23 +31,14 @@ bool needs_encoding(ByteView utf8) {
 
 std::uint64_t encoded_size(ByteView utf8) {
   std::uint64_t size = kOpening.size() + kClosing.size();
-  for (const std::uint8_t byte : until_zero(utf8)) size += kEscapes[byte].length;
+  for (const std::uint8_t byte : until_zero(utf8)) size += is_escaped(byte) ? 3U : 1U;
   return size;
 }
 
 std::size_t encode(ByteView utf8, ByteBuffer output) {
   const ByteView text = until_zero(utf8);
   std::uint8_t *next = append(kOpening, output.data());
-  if (!text.empty()) {
-    // One store writes up to 3 bytes too many: the next byte and the closing take their place. The last byte
-    // has no next one.
-    for (const std::uint8_t byte : text.first(text.size() - 1)) {
-      std::memcpy(next, &kEscapes[byte], sizeof(Escape));
-      next += kEscapes[byte].length;
-    }
-    const Escape &last = kEscapes[text.back()];
-    next = append({last.text.data(), last.length}, next);
-  }
+  next += cpu::write_escaped(text, kEscaping, output.subspan(kOpening.size()));
   next = append(kClosing, next);
   return static_cast<std::size_t>(next - output.data());
 }

@@ -4,8 +4,7 @@
 #include <cassert>
 #include <cstring>
 
-#include "hex_digits.h"
-#include "marks.h"
+#include "escaping.h"
 
 namespace kzv::quoted_printable {
 namespace {
@@ -16,16 +15,6 @@ constexpr bool is_text(std::uint8_t byte) {
 constexpr bool is_no_text(std::uint8_t byte) { return !is_text(byte); }
 constexpr bool is_line_break(std::uint8_t byte) { return byte == '\r' || byte == '\n'; }
 constexpr bool is_white_space(std::uint8_t byte) { return byte == ' ' || byte == '\t'; }
-
-// How each byte is written, line breaks excepted.
-consteval EscapeTable make_escapes() {
-  EscapeTable escapes{};
-  for (std::size_t value = 0; value < escapes.size(); ++value) {
-    escapes[value] = is_text(static_cast<std::uint8_t>(value)) ? as_it_is(value) : hex_escape('=', value);
-  }
-  return escapes;
-}
-constexpr EscapeTable kEscapes = make_escapes();
 
 constexpr bool is_hex_digit(std::uint8_t byte) { return byte == '0' || kDigitValues[byte] != 0; }
 
@@ -44,20 +33,6 @@ class Writer {
     std::memcpy(output_.data() + size_, bytes, byte_count);
     size_ += byte_count;
   }
-  // Returns the number of characters written.
-  std::size_t append_escaped(ByteView bytes) {
-    std::uint8_t *const start = output_.data() + size_;
-    std::uint8_t *next = start;
-    // A store of fixed size is fastest; the last ones might reach behind the output.
-    const bool roomy = output_.size() - size_ >= bytes.size() * 3 + 1;
-    for (const std::uint8_t byte : bytes) {
-      const Escape escape = kEscapes[byte];
-      std::memcpy(next, &escape, roomy ? sizeof escape : escape.length);
-      next += escape.length;
-    }
-    size_ += static_cast<std::size_t>(next - start);
-    return static_cast<std::size_t>(next - start);
-  }
   [[nodiscard]] std::size_t size() const { return size_; }
 
  private:
@@ -68,86 +43,88 @@ class Writer {
 class Counter {
  public:
   void append(const void *, std::size_t byte_count) { size_ += byte_count; }
-  std::size_t append_escaped(ByteView bytes) {
-    std::size_t added = 0;
-    for (const std::uint8_t byte : bytes) added += kEscapes[byte].length;
-    size_ += added;
-    return added;
-  }
   [[nodiscard]] std::uint64_t size() const { return size_; }
 
  private:
   std::uint64_t size_ = 0;
 };
 
+// How much of a text of characters and escapes fits into `room` without splitting an escape.
+std::size_t fitting(ByteView text, std::size_t room) {
+  if (text.size() <= room) return text.size();
+  if (room >= 1 && text[room - 1] == '=') return room - 1;
+  if (room >= 2 && text[room - 2] == '=') return room - 2;
+  return room;
+}
+
 // One encoding in progress: what was written, and how full its last line is.
 template <typename Output>
 class EncodeData {
  public:
-  EncodeData(ByteView input, std::int32_t line_length, Output output)
-      : output_(output), input_(input), escaped_(input, kEscaped), room_(line_room(line_length)) {}
+  EncodeData(std::int32_t line_length, Output output) : output_(output), room_(line_room(line_length)) {}
 
-  auto encode() {
-    cpu::MarkCursor line_breaks(input_, kLineBreaks);
-    bool has_line_breaks = false;
-    while (position_ < input_.size()) {
-      const std::size_t end = line_breaks.next(position_);
-      const bool broken = end < input_.size();
-      // White space at the end of a line could get lost in transport, so it is escaped there.
-      const bool escape_last = broken && end > position_ && is_white_space(input_[end - 1]);
-      encode_to(escape_last ? end - 1 : end);
-      if (escape_last) emit_hex_encoded(input_[position_++]);
-      if (!broken) break;
-      output_line_break();
-      position_ = behind_line_break(input_, position_);
-      has_line_breaks = true;
+  // Piece by piece: first escapes are written, with line breaks left as they are, then lines are made of
+  // that.
+  auto encode(ByteView input) {
+    std::array<std::uint8_t, cpu::kEscapedRoom> escaped;
+    cpu::Piece piece;
+    for (std::size_t at = 0; at < input.size(); at += piece.size) {
+      piece.load(input, at, nullptr);
+      make_lines(ByteView(escaped).first(escape(piece, escaped)));
     }
-    if (has_line_breaks && column_ > 0) output_soft_break();
+    if (has_line_breaks_ && column_ > 0) output_soft_break();
     return output_.size();
   }
 
  private:
-  static constexpr cpu::ByteSet kEscaped{is_no_text};
-  static constexpr cpu::ByteSet kLineBreaks = cpu::bytes_in("\r\n");
+  static constexpr cpu::ByteSet kEscaped{
+      [](std::uint8_t byte) { return !is_text(byte) && !is_line_break(byte); }};
+  static constexpr cpu::ByteSet kLineBreaks{is_line_break};
+  static constexpr cpu::ByteSet kWhiteSpace{is_white_space};
 
-  // Text without line breaks. Long runs of literal characters are copied, everything else goes by the table:
-  // as many bytes at once as fit into the line even if all are escaped.
-  void encode_to(std::size_t end) {
-    constexpr std::size_t kLongRun = 16;
-    while (position_ < end) {
-      const std::size_t run = std::min(escaped_.next(position_), end) - position_;
-      const std::size_t fitting = room_ > column_ ? (room_ - column_) / 3 : 0;
-      if (run >= kLongRun) {
-        emit_literally(input_.subspan(position_, run));
-        position_ += run;
-      } else if (fitting > 0) {
-        const std::size_t count = std::min(end - position_, fitting);
-        column_ += output_.append_escaped(input_.subspan(position_, count));
-        position_ += count;
-      } else if (run > 0) {
-        emit_literally(input_.subspan(position_++, 1));
-      } else {
-        emit_hex_encoded(input_[position_++]);
-      }
+  static std::size_t escape(const cpu::Piece &piece, std::array<std::uint8_t, cpu::kEscapedRoom> &escaped) {
+    cpu::Masks marks;
+    cpu::Masks white_space;
+    const cpu::MarksAhead line_breaks(piece, kLineBreaks);
+    cpu::find(piece, kEscaped, marks);
+    cpu::find(piece, kWhiteSpace, white_space);
+    // White space at the end of a line could get lost in transport, so it is escaped there.
+    for (std::size_t i = 0; i < piece.blocks; ++i) marks[i] |= white_space[i] & line_breaks.ahead(i, 1);
+    return cpu::escape(piece, marks, '=', escaped);
+  }
+
+  void make_lines(ByteView text) {
+    cpu::MarkCursor line_breaks(text, kLineBreaks);
+    for (std::size_t at = 0; at < text.size(); ++at) {
+      const std::size_t end = line_breaks.next(at);
+      if (end > at) fill_lines(text.subspan(at, end - at));
+      at = end;
+      if (at < text.size()) take_line_break(text[at]);
     }
   }
 
-  void emit_literally(ByteView text) {
+  // Text without line breaks.
+  void fill_lines(ByteView text) {
+    first_of_pair_ = 0;
     while (!text.empty()) {
-      if (column_ + 1 > room_) output_soft_break();
-      // Without any room at all, each character stands alone on its line.
-      const std::size_t fitting = std::min(text.size(), std::max(room_ - column_, std::size_t{1}));
-      column_ += fitting;
-      output_.append(text.data(), fitting);
-      text = text.subspan(fitting);
+      std::size_t size = fitting(text, room_ > column_ ? room_ - column_ : 0);
+      if (size == 0) {
+        output_soft_break();
+        // What is wider than a line stands alone on its own.
+        size = std::max(fitting(text, room_), std::size_t{text.front() == '=' ? 3U : 1U});
+      }
+      output_.append(text.data(), size);
+      column_ += size;
+      text = text.subspan(size);
     }
   }
 
-  void emit_hex_encoded(std::uint8_t byte) {
-    if (column_ + 3 > room_) output_soft_break();
-    column_ += 3;
-    const std::array<char, 3> escape = {'=', kHexDigits[byte >> 4], kHexDigits[byte & 15]};
-    output_.append(escape.data(), escape.size());
+  // CR LF and LF CR are one line break, CR CR and LF LF are two.
+  void take_line_break(std::uint8_t byte) {
+    has_line_breaks_ = true;
+    const bool is_second = first_of_pair_ != 0 && first_of_pair_ != byte;
+    if (!is_second) output_line_break();
+    first_of_pair_ = is_second ? std::uint8_t{0} : byte;
   }
 
   void output_line_break() {
@@ -156,16 +133,15 @@ class EncodeData {
   }
 
   void output_soft_break() {
-    output_.append("=", 1);
-    output_line_break();
+    output_.append("=\r\n", 3);
+    column_ = 0;
   }
 
   Output output_;
-  ByteView input_;
-  cpu::MarkCursor escaped_;
-  std::size_t position_ = 0;
   std::size_t room_;
-  std::size_t column_ = 0;  // at most the room or, on a line that is too short, one escape
+  std::size_t column_ = 0;          // at most the room or, on a line that is too short, one escape
+  std::uint8_t first_of_pair_ = 0;  // the line break that the next byte may belong to
+  bool has_line_breaks_ = false;
 };
 
 // Position behind a soft break whose "=" is followed, at `at`, by white space or the line break itself.
@@ -177,11 +153,11 @@ std::size_t behind_soft_break(ByteView input, std::size_t at) {
 }  // namespace
 
 std::uint64_t encoded_size(ByteView input, std::int32_t line_length) {
-  return EncodeData(input, line_length, Counter()).encode();
+  return EncodeData(line_length, Counter()).encode(input);
 }
 
 std::size_t encode(ByteView input, std::int32_t line_length, ByteBuffer output) {
-  return EncodeData(input, line_length, Writer(output)).encode();
+  return EncodeData(line_length, Writer(output)).encode(input);
 }
 
 namespace {

@@ -2,47 +2,37 @@
 
 #include <array>
 #include <cassert>
-#include <cstring>
 #include <string_view>
 #include <utility>
 
-#include "hex_digits.h"
-#include "marks.h"
+#include "escaping.h"
 
 namespace kzv::url {
 namespace {
 
-consteval EscapeTable make_escapes(Escape space, Escape plus) {
+constexpr bool is_kept(std::uint8_t byte) {
   constexpr std::string_view kKept = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789!*-._@";
-  EscapeTable table{};
-  for (std::size_t byte = 0; byte < table.size(); ++byte) {
-    const bool kept = kKept.find(static_cast<char>(byte)) != std::string_view::npos;
-    table[byte] = kept ? as_it_is(byte) : hex_escape('%', byte);
-  }
-  table[' '] = space;
-  table['+'] = plus;
-  return table;
+  return kKept.find(static_cast<char>(byte)) != std::string_view::npos;
 }
 
-// One table for each value of the two option bits.
-constexpr std::array<EscapeTable, 4> escapechars = {
-    make_escapes(hex_escape('%', ' '), as_it_is('+')),
-    make_escapes(as_it_is('+'), hex_escape('%', '+')),
-    make_escapes(hex_escape('%', ' '), hex_escape('%', '+')),
-    make_escapes(hex_escape('%', ' '), as_it_is('+')),
-};
+consteval cpu::Escaping make_escaping(bool space_is_plus, bool escape_plus) {
+  const auto is_escaped = [=](std::uint8_t byte) {
+    if (byte == ' ') return !space_is_plus;
+    if (byte == '+') return escape_plus;
+    return !is_kept(byte);
+  };
+  return cpu::Escaping('%', is_escaped, space_is_plus ? ' ' : 'A', space_is_plus ? '+' : 'A');
+}
+
+// One for each value of the two option bits.
+constexpr std::array<cpu::Escaping, 4> kEscapings = {make_escaping(false, false), make_escaping(true, true),
+                                                     make_escaping(false, true), make_escaping(false, false)};
 
 }  // namespace
 
 std::size_t encode(ByteView input, std::uint32_t options, ByteBuffer output) {
   assert(output.size() >= encode_room(input.size()));
-  const EscapeTable &escapes = escapechars[options & (kSpaceIsPlus | kEscapePlus)];
-  std::uint8_t *next = output.data();
-  for (const std::uint8_t byte : input) {
-    std::memcpy(next, &escapes[byte], sizeof(Escape));
-    next += escapes[byte].length;
-  }
-  return static_cast<std::size_t>(next - output.data());
+  return cpu::write_escaped(input, kEscapings[options & (kSpaceIsPlus | kEscapePlus)], output);
 }
 
 namespace {

@@ -10,8 +10,7 @@ namespace kzv::url {
 inline constexpr std::uint32_t kSpaceIsPlus = 1;
 inline constexpr std::uint32_t kEscapePlus = 2;
 
-// Bytes that the output buffer of `encode` must hold: 3 for each byte of input and a margin of 10, for the
-// encoder writes in fixed steps of 4 and leaves what it wrote too much.
+// Bytes that the output buffer of `encode` must hold: 3 for each byte of input and a margin of 10.
 constexpr std::uint64_t encode_room(std::size_t byte_count) { return std::uint64_t{byte_count} * 3 + 10; }
 
 // Writes letters, digits and ! * + - . _ @ as they are and every other byte as "%" and two upper-case hex
