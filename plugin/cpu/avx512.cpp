@@ -18,8 +18,8 @@ KZV_AVX512 __m128i load_quarter(const void *bytes) {
   return _mm_loadu_si128(static_cast<const __m128i *>(bytes));
 }
 
-KZV_AVX512 __mmask64 first_bits(std::size_t count) {
-  return _bzhi_u64(~std::uint64_t{0}, static_cast<unsigned>(count));
+constexpr __mmask64 first_bits(std::size_t count) {
+  return count < kBlock ? (__mmask64{1} << count) - 1 : ~__mmask64{0};
 }
 
 KZV_AVX512 void read_part_avx512(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block) {
@@ -104,6 +104,12 @@ constexpr std::array<std::uint8_t, kBlock> kThreePlaces = [] {
 }();
 constexpr std::uint64_t kFirstPlaces = 0x249249249249;  // each third bit of 48
 
+// 16 bits, each moved to the first of its three places. In halves, for 32-bit programs have nothing wider.
+KZV_AVX512 std::uint64_t to_first_places(unsigned bits) {
+  constexpr auto kHalf = static_cast<unsigned>(kFirstPlaces & 0xFFFFFF);
+  return _pdep_u32(bits & 0xFF, kHalf) | std::uint64_t{_pdep_u32(bits >> 8, kHalf)} << 24;
+}
+
 KZV_AVX512 __m512i in_turn(__m128i first, __m128i second, __m128i third) {
   const __m512i sources = _mm512_loadu_si512(kThreePlaces.data());
   const __m512i firsts = _mm512_shuffle_epi8(four_times(first), sources);
@@ -129,7 +135,7 @@ KZV_AVX512 std::size_t escape_avx512(const std::uint8_t *bytes, std::size_t bloc
       const __m128i high = _mm_shuffle_epi8(kDigits, _mm_and_si128(_mm_srli_epi16(text, 4), kNibble));
       const __m128i low = _mm_shuffle_epi8(kDigits, _mm_and_si128(text, kNibble));
       const __m128i first = _mm_mask_mov_epi8(text, escaped, _mm_set1_epi8(introducer));
-      const std::uint64_t firsts = _pdep_u64(escaped, kFirstPlaces);
+      const std::uint64_t firsts = to_first_places(escaped);
       const __m512i all = in_turn(first, high, low);
       const std::uint64_t kept = kFirstPlaces | firsts << 1 | firsts << 2;
       _mm512_storeu_si512(next, _mm512_maskz_compress_epi8(kept, all));
