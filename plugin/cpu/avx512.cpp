@@ -159,8 +159,9 @@ KZV_AVX512 void narrow_avx512(const Unit *units, std::size_t blocks, std::uint16
     const __m512i first = _mm512_loadu_si512(units);
     const __m512i second = _mm512_loadu_si512(units + kBlock / 2);
     _mm512_storeu_si512(output, _mm512_permutex2var_epi8(first, low_bytes, second));
-    masks[i] = _mm512_cmpge_epu16_mask(first, limits) | std::uint64_t{_mm512_cmpge_epu16_mask(second, limits)}
-                                                            << 32;
+    // Joined as masks: shifted together as numbers, GCC 12 fills one half with rubbish on 32 bit.
+    masks[i] =
+        _mm512_kunpackd(_mm512_cmpge_epu16_mask(second, limits), _mm512_cmpge_epu16_mask(first, limits));
   }
 }
 
