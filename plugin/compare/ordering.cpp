@@ -5,6 +5,8 @@
 #include <bit>
 #include <cstring>
 
+#include "marks.h"
+
 namespace kzv::ordering {
 namespace {
 
@@ -90,25 +92,46 @@ std::size_t count_two_way(ByteView text, ByteView needle) {
   return total;
 }
 
-constexpr std::size_t kBlock = 64;
-
-// The positions, `count` of them and at most 64, where the needle's first and last byte stand at their
-// places: bit k for position k.
-inline std::uint64_t candidates(const std::uint8_t *data, ByteView needle, std::size_t count) {
-  const std::uint8_t first = needle.front();
-  const std::uint8_t last = needle.back();
-  const std::uint8_t *const ends = data + needle.size() - 1;
-  std::array<std::uint8_t, kBlock> marks;
-  std::uint8_t any = 0;
-  for (std::size_t k = 0; k < count; ++k) {
-    marks[k] = static_cast<std::uint8_t>((data[k] == first ? 1 : 0) & (ends[k] == last ? 1 : 0));
-    any |= marks[k];
+// Marks the positions from `at` on where the needle's first and last byte stand at their places, for at most
+// all the masks; returns the number of positions that were looked at.
+std::size_t find_candidates(ByteView text, ByteView needle, std::size_t at, cpu::Masks &masks) {
+  const std::size_t distance = needle.size() - 1;
+  const std::size_t left = text.size() - distance - at;
+  const std::uint8_t *const from = text.data() + at;
+  const std::size_t blocks = std::min(left / cpu::kBlock, masks.size());
+  if (blocks > 0) {
+    cpu::level().find_pair(from, blocks, needle.front(), needle.back(), distance, masks.data());
+    return blocks * cpu::kBlock;
   }
-  if (any == 0) return 0;
-  std::uint64_t result = 0;
-  for (std::size_t k = 0; k < count; ++k) result |= std::uint64_t{marks[k]} << k;
-  return result;
+  std::array<std::uint8_t, 2 * cpu::kBlock> last;  // the bytes at both ends
+  cpu::level().read_part(from, left, last.data());
+  cpu::level().read_part(from + distance, left, last.data() + cpu::kBlock);
+  cpu::level().find_pair(last.data(), 1, needle.front(), needle.back(), cpu::kBlock, masks.data());
+  masks[0] &= cpu::bits_below(left);
+  return left;
 }
+
+// The needle's first bytes as a number, so that a look at them costs no call.
+class Head {
+ public:
+  explicit Head(ByteView needle)
+      : size_(std::min(needle.size(), sizeof bytes_)), mask_(cpu::bits_below(size_ * 8)) {
+    std::memcpy(&bytes_, needle.data(), size_);
+  }
+  [[nodiscard]] std::size_t size() const { return size_; }
+  // Whether the text at `found`, of which at least the needle's size is left, begins alike.
+  [[nodiscard]] bool begins(const std::uint8_t *found, std::size_t left) const {
+    if (left < sizeof bytes_) return std::memcmp(found, &bytes_, size_) == 0;
+    std::uint64_t bytes = 0;
+    std::memcpy(&bytes, found, sizeof bytes);
+    return ((bytes ^ bytes_) & mask_) == 0;
+  }
+
+ private:
+  std::uint64_t bytes_ = 0;
+  std::size_t size_;
+  std::uint64_t mask_;
+};
 
 // The needle's two end bytes rule out most positions, many at a time. Where they do not, and the comparisons
 // that follow keep failing, the rest of the text goes to the search that cannot be slowed down.
@@ -116,31 +139,33 @@ std::size_t count_filtered(ByteView text, ByteView needle) {
   constexpr std::size_t kWastePerByte = 8;
   constexpr std::size_t kWasteAtStart = 4096;
   const std::size_t positions = text.size() - needle.size() + 1;
-  const std::size_t glance = std::min(needle.size(), std::size_t{16});
+  const Head head(needle);
 
+  cpu::Masks masks;
   std::size_t total = 0;
   std::uint64_t wasted = 0;  // in 64 bits: a long needle can waste more than memory has bytes
   std::size_t next = 0;      // the first position that no match covers
-  for (std::size_t block = 0; block < positions;) {
-    const std::uint8_t *const data = text.data() + block;
-    const std::size_t size = std::min(kBlock, positions - block);
-    // The same call twice: the compiler unrolls the one whose count it knows.
-    std::uint64_t left = size == kBlock ? candidates(data, needle, kBlock) : candidates(data, needle, size);
-    for (; left != 0; left &= left - 1) {
-      const auto k = static_cast<std::size_t>(std::countr_zero(left));
-      if (block + k < next) continue;
-      if (!same_bytes(data + k, needle.data(), glance)) {
-        wasted += glance;
-      } else if (!same_bytes(data + k + glance, needle.data() + glance, needle.size() - glance)) {
-        wasted += needle.size();
-      } else {
-        ++total;
-        next = block + k + needle.size();
+  for (std::size_t group = 0, size = 0; group < positions; group = std::max(group + size, next)) {
+    size = find_candidates(text, needle, group, masks);
+    for (std::size_t block = group; block < group + size; block += cpu::kBlock) {
+      for (std::uint64_t left = masks[(block - group) / cpu::kBlock]; left != 0; left &= left - 1) {
+        const std::size_t at = block + static_cast<std::size_t>(std::countr_zero(left));
+        if (at < next) continue;
+        const std::uint8_t *const found = text.data() + at;
+        if (!head.begins(found, text.size() - at)) {
+          wasted += head.size();
+        } else if (!same_bytes(found + head.size(), needle.data() + head.size(),
+                               needle.size() - head.size())) {
+          wasted += needle.size();
+        } else {
+          ++total;
+          next = at + needle.size();
+        }
       }
-    }
-    block = std::max(block + size, next);
-    if (wasted / kWastePerByte > std::uint64_t{block} + kWasteAtStart && block < positions) {
-      return total + count_two_way(text.subspan(block), needle);
+      const std::size_t done = std::max(block + cpu::kBlock, next);
+      if (wasted / kWastePerByte > std::uint64_t{done} + kWasteAtStart && done < positions) {
+        return total + count_two_way(text.subspan(done), needle);
+      }
     }
   }
   return total;
