@@ -16,6 +16,9 @@ constexpr std::uint64_t bits_below(std::size_t count) {
   return count < kBlock ? (std::uint64_t{1} << count) - 1 : ~std::uint64_t{0};
 }
 
+// The lowest bit that is set, and all below it.
+constexpr std::uint64_t up_to_lowest(std::uint64_t bits) { return bits ^ (bits - 1); }
+
 constexpr std::uint64_t lowest_bit(bool set) { return set ? 1 : 0; }
 
 // Finds the marked bytes of a text one after the other.

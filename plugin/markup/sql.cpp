@@ -1,8 +1,7 @@
 #include "sql.h"
 
-#include <algorithm>
 #include <array>
-#include <string_view>
+#include <cstring>
 
 #include "marks.h"
 
@@ -34,16 +33,29 @@ constexpr bool is_delimiter(std::uint8_t byte) {
   return byte <= 0x20 || byte >= 0x80 || byte == '(' || byte == ')' || byte == ',' || byte == ';';
 }
 
-// The letter that `byte` is in lower case. Other bytes become others that are no letters.
-constexpr std::uint8_t lower(std::uint8_t byte) { return byte | 0x20; }
+// A word to look for and what takes its place.
+struct Word {
+  std::uint64_t letters;  // in lower case, the first one in the low byte
+  std::size_t length;
+  std::uint8_t replacement;
+};
+constexpr Word kTrue = {0x65757274, 4, '1'};
+constexpr Word kFalse = {0x65736C6166, 5, '0'};
 
-// Whether `rest` begins with `word`, in letters of either case, and the word ends there.
-bool begins_with_word(ByteView rest, std::string_view word) {
-  if (rest.size() < word.size()) return false;
-  const bool same = std::equal(word.begin(), word.end(), rest.begin(), [](char letter, std::uint8_t byte) {
-    return static_cast<std::uint8_t>(letter) == lower(byte);
-  });
-  return same && (rest.size() == word.size() || is_delimiter(rest[word.size()]));
+// Whether `rest` begins with the word, in letters of either case, and the word ends there.
+bool begins_with_word(ByteView rest, const Word &word) {
+  if (rest.size() < word.length) return false;
+  std::uint64_t text = 0;
+  if (rest.size() >= sizeof text) {
+    std::memcpy(&text, rest.data(), sizeof text);
+  } else {
+    std::memcpy(&text, rest.data(), word.length);
+  }
+  // The bit that lower case adds makes other bytes others that are no letters.
+  constexpr std::uint64_t kLower = 0x2020202020202020;
+  const std::uint64_t differing = (text | kLower) ^ word.letters;
+  const bool same = (differing & cpu::bits_below(word.length * 8)) == 0;
+  return same && (rest.size() == word.length || is_delimiter(rest[word.length]));
 }
 
 }  // namespace
@@ -79,14 +91,8 @@ class BooleanReplacer {
       const std::uint64_t behind_delimiters = delimiters[i] << 1 | cpu::lowest_bit(behind_delimiter_);
       behind_delimiter_ = delimiters[i] >> 63 != 0;
       const std::uint64_t words = behind_delimiters & ((t[i] & r.ahead(i, 1)) | (f[i] & a.ahead(i, 1)));
-      if (single[i] == 0 && open_quote_ != '\'') {
-        kept[i] = replace_outside(piece, i, words, twofold[i], '"');
-      } else if (twofold[i] == 0 && open_quote_ != '"') {
-        kept[i] = replace_outside(piece, i, words, single[i], '\'');
-      } else {
-        const auto replace = [this](std::size_t at) { return with_quotes(at); };
-        kept[i] = cpu::replace_in_block(piece, i, words | single[i] | twofold[i], resume_, replace);
-      }
+      const auto replace = [this](std::size_t at) { return replaced(at); };
+      kept[i] = cpu::replace_in_block(piece, i, words & ~quoted_in(single[i], twofold[i]), resume_, replace);
     }
   }
 
@@ -99,32 +105,38 @@ class BooleanReplacer {
   static constexpr cpu::ByteSet kF = cpu::bytes_in("fF");
   static constexpr cpu::ByteSet kA = cpu::bytes_in("aA");
 
-  // A block with quotes of one kind only: each changes sides.
-  std::uint64_t replace_outside(cpu::Piece &piece, std::size_t block, std::uint64_t words,
-                                std::uint64_t quotes, std::uint8_t quote) {
+  // What of a block stands between quotes, given its quotes of both kinds.
+  std::uint64_t quoted_in(std::uint64_t single, std::uint64_t twofold) {
+    if (single == 0 && open_quote_ != '\'') return quoted_by(twofold, '"');
+    if (twofold == 0 && open_quote_ != '"') return quoted_by(single, '\'');
+    std::uint64_t quoted = 0;
+    for (std::uint64_t ahead = ~std::uint64_t{0};;) {
+      if (open_quote_ == 0) {
+        const std::uint64_t quotes = (single | twofold) & ahead;
+        if (quotes == 0) return quoted;
+        open_quote_ = (single & cpu::up_to_lowest(quotes) & quotes) != 0 ? '\'' : '"';
+        ahead = ~cpu::up_to_lowest(quotes);
+      }
+      const std::uint64_t closing = (open_quote_ == '"' ? twofold : single) & ahead;
+      if (closing == 0) return quoted | ahead;
+      quoted |= ahead & cpu::up_to_lowest(closing);
+      ahead = ~cpu::up_to_lowest(closing);
+      open_quote_ = 0;
+    }
+  }
+
+  // The same where there are quotes of one kind only: each changes sides.
+  std::uint64_t quoted_by(std::uint64_t quotes, std::uint8_t quote) {
     const std::uint64_t quoted = cpu::parity_up_to_each(quotes) ^ (open_quote_ != 0 ? ~std::uint64_t{0} : 0);
     open_quote_ = quoted >> 63 != 0 ? quote : std::uint8_t{0};
-    const auto replace = [this](std::size_t at) { return replaced(at); };
-    return cpu::replace_in_block(piece, block, words & ~quoted, resume_, replace);
+    return quoted;
   }
 
   [[nodiscard]] cpu::Replacement replaced(std::size_t at) const {
     const ByteView rest = sql_.subspan(at);
-    if (begins_with_word(rest, "true")) return cpu::replaced_by('1', at + 4);
-    if (begins_with_word(rest, "false")) return cpu::replaced_by('0', at + 5);
-    return cpu::replaced_by(rest.front(), at + 1);
-  }
-
-  cpu::Replacement with_quotes(std::size_t at) {
-    const std::uint8_t byte = sql_[at];
-    const bool is_quote = byte == '"' || byte == '\'';
-    if (!is_quote && open_quote_ == 0) return replaced(at);
-    if (is_quote && open_quote_ == 0) {
-      open_quote_ = byte;
-    } else if (open_quote_ == byte) {
-      open_quote_ = 0;
-    }
-    return cpu::replaced_by(byte, at + 1);
+    const Word &word = (rest.front() | 0x20) == 't' ? kTrue : kFalse;
+    if (!begins_with_word(rest, word)) return cpu::replaced_by(rest.front(), at + 1);
+    return cpu::replaced_by(word.replacement, at + word.length);
   }
 
   ByteView sql_;
