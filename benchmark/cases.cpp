@@ -238,6 +238,7 @@ std::size_t decode_charset(const KernelInput &in, ByteBuffer out) {
 std::size_t remove_tags(const KernelInput &in, ByteBuffer out) { return tags::remove(in.texts[0], out); }
 
 std::size_t replace_tags(const KernelInput &in, ByteBuffer out) {
+  if (in.texts[1].size() == 1) return tags::replace(in.texts[0], in.texts[1].front(), out);
   std::uint8_t *next = out.data();
   for (tags::TagScanner scanner(in.texts[0]); scanner.next();) {
     next = std::ranges::copy(scanner.kept(), next).out;

@@ -110,6 +110,15 @@ KZV_AVX2 void add_avx2(const std::uint8_t *bytes, std::size_t blocks, const std:
   }
 }
 
+KZV_AVX2 void fill_avx2(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                        std::uint8_t byte, std::uint8_t *output) {
+  const __m256i filling = _mm256_set1_epi8(static_cast<char>(byte));
+  for (std::size_t at = 0; at < blocks * kBlock; at += 32) {
+    const __m256i chosen = spread_32(where[at / kBlock] >> at % kBlock);
+    store(output + at, _mm256_blendv_epi8(load(bytes + at), filling, chosen));
+  }
+}
+
 KZV_AVX2 __m256i is_at_most(__m256i bytes, int limit) {
   return _mm256_cmpeq_epi8(_mm256_min_epu8(bytes, _mm256_set1_epi8(static_cast<char>(limit))), bytes);
 }
@@ -183,8 +192,8 @@ KZV_AVX2 void from_hex_avx2(const std::uint8_t *digits, std::size_t byte_count, 
 
 }  // namespace
 
-constexpr Level kAvx2 = {"avx2",         48,           read_part,   find_avx2,
-                         find_pair_avx2, compact_avx2, add_avx2,    unescape_avx2,
-                         escape,         narrow_avx2,  to_hex_avx2, from_hex_avx2};
+constexpr Level kAvx2 = {"avx2",       48,          read_part,    find_avx2,     find_pair_avx2,
+                         compact_avx2, add_avx2,    fill_avx2,    unescape_avx2, escape,
+                         narrow_avx2,  to_hex_avx2, from_hex_avx2};
 
 }  // namespace kzv::cpu

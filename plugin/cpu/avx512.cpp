@@ -76,6 +76,15 @@ KZV_AVX512 void add_avx512(const std::uint8_t *bytes, std::size_t blocks, const 
   }
 }
 
+KZV_AVX512 void fill_avx512(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                            std::uint8_t byte, std::uint8_t *output) {
+  const __m512i filling = _mm512_set1_epi8(static_cast<char>(byte));
+  for (std::size_t at = 0; at < blocks * kBlock; at += kBlock) {
+    const __m512i text = _mm512_loadu_si512(bytes + at);
+    _mm512_storeu_si512(output + at, _mm512_mask_mov_epi8(text, where[at / kBlock], filling));
+  }
+}
+
 KZV_AVX512 __m512i digit_values(__m512i text) {
   const __m512i decimal = _mm512_sub_epi8(text, _mm512_set1_epi8('0'));
   const __m512i letter =
@@ -202,11 +211,9 @@ KZV_AVX512 void from_hex_avx512(const std::uint8_t *digits, std::size_t byte_cou
 
 }  // namespace
 
-constexpr Level kAvx512 = {"avx512",         48,
-                           read_part_avx512, find_avx512,
-                           find_pair_avx512, compact_avx512,
-                           add_avx512,       unescape_avx512,
-                           escape_avx512,    narrow_avx512,
-                           to_hex_avx512,    from_hex_avx512};
+constexpr Level kAvx512 = {
+    "avx512",       48,          read_part_avx512, find_avx512,   find_pair_avx512, compact_avx512,
+    add_avx512,     fill_avx512, unescape_avx512,  escape_avx512, narrow_avx512,    to_hex_avx512,
+    from_hex_avx512};
 
 }  // namespace kzv::cpu

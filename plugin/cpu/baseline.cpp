@@ -94,6 +94,19 @@ void add(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *whe
   }
 }
 
+__m128i blend(__m128i otherwise, __m128i where_chosen, __m128i chosen) {
+  return _mm_or_si128(_mm_and_si128(chosen, where_chosen), _mm_andnot_si128(chosen, otherwise));
+}
+
+void fill(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where, std::uint8_t byte,
+          std::uint8_t *output) {
+  const __m128i filling = _mm_set1_epi8(static_cast<char>(byte));
+  for (std::size_t at = 0; at < blocks * kBlock; at += 16) {
+    const __m128i chosen = spread_16(where[at / kBlock] >> at % kBlock);
+    store(output + at, blend(load(bytes + at), filling, chosen));
+  }
+}
+
 __m128i is_at_most(__m128i bytes, int limit) {
   return _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(static_cast<char>(limit))), bytes);
 }
@@ -109,12 +122,11 @@ __m128i digit_values(__m128i text) {
 void unescape(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
               std::uint8_t *output) {
   for (std::size_t at = 0; at < blocks * kBlock; at += 16) {
-    const __m128i text = load(bytes + at);
     // No value reaches bit 4, so that none crosses into the next byte.
     const __m128i high = _mm_slli_epi16(digit_values(load(bytes + at + 1)), 4);
     const __m128i number = _mm_or_si128(high, digit_values(load(bytes + at + 2)));
     const __m128i chosen = spread_16(where[at / kBlock] >> at % kBlock);
-    store(output + at, _mm_or_si128(_mm_and_si128(chosen, number), _mm_andnot_si128(chosen, text)));
+    store(output + at, blend(load(bytes + at), number, chosen));
   }
 }
 
@@ -194,7 +206,7 @@ void from_hex(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *
   }
 }
 
-constexpr Level kBaseline = {"sse2", ~std::size_t{0}, read_part, find,   find_pair, compact,
-                             add,    unescape,        escape,    narrow, to_hex,    from_hex};
+constexpr Level kBaseline = {"sse2", ~std::size_t{0}, read_part, find,   find_pair, compact, add,
+                             fill,   unescape,        escape,    narrow, to_hex,    from_hex};
 
 }  // namespace kzv::cpu

@@ -34,6 +34,10 @@ struct Level {
   void (*add)(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
               std::uint8_t everywhere, std::uint8_t there, std::uint8_t *output);
 
+  // Writes the bytes and, where bits are set, `byte` in their place.
+  void (*fill)(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where, std::uint8_t byte,
+               std::uint8_t *output);
+
   // Writes the bytes and, where bits are set, the number that the two hex digits behind a byte make; what is
   // no digit counts as 0. Two bytes behind the blocks are read.
   void (*unescape)(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,

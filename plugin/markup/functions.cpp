@@ -139,6 +139,8 @@ REALstringStruct *RemoveHTMLTagsWith(REALstringStruct *text, REALstringStruct *r
     if (!kept.Create(std::uint64_t{bytes.size()} + 10)) return nullptr;
     if (instead.empty()) {
       kept.AddInPlace([bytes](ByteBuffer room) { return tags::remove(bytes, room); });
+    } else if (instead.size() == 1) {
+      kept.AddInPlace([=](ByteBuffer room) { return tags::replace(bytes, instead.front(), room); });
     } else {
       AddReplaced(kept, bytes, instead);
     }

@@ -60,15 +60,45 @@ std::uint64_t outside_tags(std::uint64_t opening, std::uint64_t closing, std::ui
 
 }  // namespace
 
+namespace {
+
+// Walks a text piece by piece, as to which of its bytes are outside of tags, inside, or brackets.
+class TagFinder {
+ public:
+  // Finds both; the brackets are what is in neither.
+  void find(const cpu::Piece &piece, cpu::Masks &outside, cpu::Masks &inside) {
+    static constexpr cpu::ByteSet kOpening = cpu::bytes_in("<");
+    static constexpr cpu::ByteSet kClosing = cpu::bytes_in(">");
+    cpu::find(piece, kOpening, outside);
+    cpu::find(piece, kClosing, inside);
+    for (std::size_t i = 0; i < piece.blocks; ++i) {
+      const std::uint64_t brackets = outside[i] | inside[i];
+      outside[i] = outside_tags(outside[i], inside[i], nesting_);
+      inside[i] = ~(outside[i] | brackets);
+    }
+  }
+
+ private:
+  std::uint32_t nesting_ = 0;  // may go below zero, that is, wrap
+};
+
+}  // namespace
+
 std::size_t remove(ByteView text, ByteBuffer output) {
-  static constexpr cpu::ByteSet kOpening = cpu::bytes_in("<");
-  static constexpr cpu::ByteSet kClosing = cpu::bytes_in(">");
-  std::uint32_t nesting = 0;  // may go below zero, that is, wrap
-  const auto choose = [&](const cpu::Piece &piece, cpu::Masks &kept) {
-    cpu::Masks closing;
-    cpu::find(piece, kOpening, kept);
-    cpu::find(piece, kClosing, closing);
-    for (std::size_t i = 0; i < piece.blocks; ++i) kept[i] = outside_tags(kept[i], closing[i], nesting);
+  TagFinder tags;
+  cpu::Masks inside;
+  const auto choose = [&](const cpu::Piece &piece, cpu::Masks &kept) { tags.find(piece, kept, inside); };
+  return cpu::keep(text, choose, output);
+}
+
+std::size_t replace(ByteView text, std::uint8_t instead, ByteBuffer output) {
+  TagFinder tags;
+  cpu::Masks inside;
+  const auto choose = [&](cpu::Piece &piece, cpu::Masks &kept) {
+    tags.find(piece, kept, inside);
+    cpu::level().fill(piece.text, piece.blocks, inside.data(), instead, piece.place);
+    piece.text = piece.place;
+    for (std::size_t i = 0; i < piece.blocks; ++i) kept[i] |= inside[i];
   };
   return cpu::keep(text, choose, output);
 }

@@ -33,6 +33,9 @@ class TagScanner {
 // returns the number written.
 std::size_t remove(ByteView text, ByteBuffer output);
 
+// The same, with `instead` for each byte that a TagScanner drops.
+std::size_t replace(ByteView text, std::uint8_t instead, ByteBuffer output);
+
 // Fills the output, whose size is a multiple of the unit's, with copies of the unit; returns its size.
 std::size_t repeat(ByteView unit, ByteBuffer output);
 
