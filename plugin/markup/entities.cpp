@@ -69,10 +69,6 @@ namespace {
 
 constexpr std::uint16_t kLastCodePoint = 0x2666;
 
-// A name as one number: its characters are the bytes, the first one lowest.
-using NameKey = std::uint64_t;
-static_assert(sizeof(NameKey) == kLongestName);
-
 consteval std::array<NameKey, kEntityCount> make_name_keys() {
   std::array<NameKey, kEntityCount> keys{};
   for (std::size_t i = 0; i < kEntityCount; ++i) {
@@ -176,28 +172,11 @@ const Entity *entity_of(std::uint16_t unit) {
   return &escapecodes[kEntityByUnit[unit] - std::size_t{1}];
 }
 
-std::uint16_t code_point_of(UnitView text, std::size_t length) {
-  NameKey key = 0;
-  NameKey wrong = 0;  // set where a unit is no ASCII character
-  const auto add = [&](std::size_t at) {
-    const std::uint16_t unit = text[at].value;
-    key |= NameKey{unit & 0xFFU} << (8 * at);
-    wrong |= NameKey{unit > 0x7F ? 1U : 0U} << (8 * at);
-  };
-  if (text.size() >= kLongestName) {
-    // Without a branch for the length; what lies behind is cut off.
-    for (std::size_t at = 0; at < kLongestName; ++at) add(at);
-    const NameKey of_name = ~NameKey{0} >> (8 * (kLongestName - length));
-    key &= of_name;
-    wrong &= of_name;
-  } else {
-    for (std::size_t at = 0; at < length; ++at) add(at);
-  }
-  if (wrong != 0) return 0;
-  for (std::size_t slot = slot_of(key); kEntityByName[slot] != 0; slot = next_slot(slot)) {
+std::uint16_t code_point_of(NameKey name, std::size_t length) {
+  for (std::size_t slot = slot_of(name); kEntityByName[slot] != 0; slot = next_slot(slot)) {
     const std::size_t entity = kEntityByName[slot] - std::size_t{1};
     // The length tells a name from one with zeros behind it.
-    if (kNameKeys[entity] == key && escapecodes[entity].name().size() == length) {
+    if (kNameKeys[entity] == name && escapecodes[entity].name().size() == length) {
       return escapecodes[entity].code_point;
     }
   }

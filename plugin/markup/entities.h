@@ -61,9 +61,12 @@ extern const WrittenTable kWrittenEscapingMarkup;
 // The entity that stands for `unit`, or null when there is none. One table access.
 const Entity *entity_of(std::uint16_t unit);
 
-// The code point that the first `length` units of `text` stand for (a name without "&" and ";"), upper and
-// lower case distinct, or 0 when they are no entity's whole name. At most 8 units; those behind do not count,
-// but where there are 8 it is faster. Constant time.
-std::uint16_t code_point_of(UnitView text, std::size_t length);
+// A name or number without "&" and ";" as one number: its characters are the bytes, the first one lowest.
+using NameKey = std::uint64_t;
+static_assert(sizeof(NameKey) == kLongestName);
+
+// The code point that a name of `length` characters stands for, upper and lower case distinct, or 0 when it
+// is no entity's whole name. Constant time.
+std::uint16_t code_point_of(NameKey name, std::size_t length);
 
 }  // namespace kzv::html

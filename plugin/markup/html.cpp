@@ -4,9 +4,11 @@
 #include <bit>
 #include <cassert>
 #include <cstring>
+#include <emmintrin.h>
 
 #include "ascii.h"
 #include "entities.h"
+#include "hex_digits.h"
 #include "marks.h"
 
 namespace kzv::html {
@@ -54,60 +56,86 @@ struct Reference {
 };
 constexpr Reference kNoReference{0, 0};
 
-constexpr std::uint32_t kNoDigit = 16;
+// One byte eight times.
+constexpr NameKey in_each(std::uint8_t byte) { return NameKey{0x0101010101010101} * byte; }
 
-constexpr std::uint32_t digit_value(std::uint16_t unit) {
-  if (unit >= '0' && unit <= '9') return unit - std::uint32_t{'0'};
-  const std::uint32_t letter = unit | 0x20U;
-  return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : kNoDigit;
+constexpr NameKey first_bytes(std::size_t count) { return cpu::bits_below(8 * count); }
+
+// The characters of eight units; those that are no ASCII become bytes that are none either, or zero.
+NameKey narrowed(const Unit *units) {
+  const __m128i wide = _mm_loadu_si128(reinterpret_cast<const __m128i *>(units));
+  NameKey bytes = 0;
+  _mm_storel_epi64(reinterpret_cast<__m128i *>(&bytes), _mm_packus_epi16(wide, wide));
+  return bytes;
 }
 
-// The value of the digits at the start of `digits`, or 0 when a minus sign stands among them.
-std::uint32_t parse_number(UnitView digits, std::uint32_t base) {
+// How many bytes stand before the first ";", or 8.
+std::size_t length_up_to_semicolon(NameKey bytes) {
+  const NameKey differing = bytes ^ in_each(';');
+  const NameKey zeros = (differing - in_each(1)) & ~differing & in_each(0x80);  // up to the first, exact
+  return static_cast<std::size_t>(std::countr_zero(zeros)) / 8;
+}
+
+// The number that `count` decimal digits make, at most 5 of them.
+std::uint32_t decimal(NameKey digits, std::size_t count) {
+  // With zeros before the first digit, then pairs, fours and eights of them are joined.
+  NameKey value = (digits & in_each(0x0F)) << (8 * (8 - count));
+  value = (value * 10 + (value >> 8)) & 0x00FF00FF00FF00FF;
+  value = (value * 100 + (value >> 16)) & 0x0000FFFF0000FFFF;
+  return static_cast<std::uint32_t>(value * 10000 + (value >> 32));
+}
+
+constexpr std::uint32_t kNoDigit = 16;
+
+constexpr std::uint32_t digit_value(std::uint8_t byte) {
+  return byte == '0' || kDigitValues[byte] != 0 ? kDigitValues[byte] : kNoDigit;
+}
+
+// The value of the digits at the start of `count` bytes, or 0 when a minus sign stands among them.
+std::uint32_t parse_number(NameKey bytes, std::size_t count, std::uint32_t base) {
   std::uint32_t value = 0;
-  for (const Unit unit : digits) {
-    if (unit.value == '-') return 0;
-    const std::uint32_t digit = digit_value(unit.value);
+  for (; count > 0; --count, bytes >>= 8) {
+    const auto byte = static_cast<std::uint8_t>(bytes);
+    if (byte == '-') return 0;
+    const std::uint32_t digit = digit_value(byte);
     if (digit >= base) break;
     value = value * base + digit;
   }
   return value;
 }
 
-// What the first `length` units of `text`, which stand between "&" and ";", are as a code point, or 0.
-// Numbers are at most 99999 or FFFF: 5 and 4 digits.
-std::uint32_t code_point_of_reference(UnitView text, std::size_t length) {
+// What `length` bytes between "&" and ";" are as a code point, or 0. Numbers are at most 99999 or FFFF: 5 and
+// 4 digits.
+std::uint32_t code_point_of_reference(NameKey bytes, std::size_t length) {
   constexpr std::size_t kLongestNumber = 6;
-  if (length == 0) return 0;
-  if (text[0].value != '#') return code_point_of(text, length);
-  if (length > kLongestNumber) return 0;
-  const bool hexadecimal = length > 1 && text[1].value == 'x';
-  return hexadecimal ? parse_number(text.first(length).subspan(2), 16)
-                     : parse_number(text.first(length).subspan(1), 10);
-}
-
-// How many units stand before the first ";", if there are no more than a name may have; else more.
-std::size_t length_up_to_semicolon(UnitView text) {
-  constexpr std::size_t kLooked = kLongestName + 1;
-  if (text.size() < kLooked) {
-    std::size_t length = 0;
-    while (length < text.size() && text[length].value != ';') ++length;
-    return length;
-  }
-  unsigned found = 1U << kLooked;
-  for (std::size_t i = 0; i < kLooked; ++i) found |= (text[i].value == ';' ? 1U : 0U) << i;
-  return static_cast<std::size_t>(std::countr_zero(found));
+  if (static_cast<std::uint8_t>(bytes) != '#') return code_point_of(bytes, length);
+  if (length > kLongestNumber || length < 2) return 0;
+  const NameKey digits = bytes >> 8;
+  const std::size_t count = length - 1;
+  const NameKey distances = digits ^ in_each('0');  // below 10 for a digit
+  const NameKey no_digits = (distances | (distances + in_each(0x76))) & in_each(0x80) & first_bytes(count);
+  if (no_digits == 0) return decimal(digits, count);
+  const bool hexadecimal = static_cast<std::uint8_t>(digits) == 'x';
+  return hexadecimal ? parse_number(digits >> 8, count - 1, 16) : parse_number(digits, count, 10);
 }
 
 // The reference whose "&" is the unit at `start`.
 Reference reference_at(UnitView text, std::size_t start) {
   const UnitView rest = text.subspan(start + 1);
-  const std::size_t length = length_up_to_semicolon(rest);
-  const bool open = length == rest.size();  // the end of the text closes it, too
-  if (length > kLongestName) return kNoReference;
-  const std::uint32_t code_point = code_point_of_reference(rest, length);
+  std::array<Unit, kLongestName + 1> last{};
+  const Unit *units = rest.data();
+  if (rest.size() < last.size()) {
+    // The end of the text closes a reference, too.
+    std::ranges::copy(rest, last.begin());
+    last[rest.size()] = {';'};
+    units = last.data();
+  }
+  const NameKey bytes = narrowed(units);
+  const std::size_t length = length_up_to_semicolon(bytes);
+  if (length == 0 || (length == kLongestName && units[kLongestName].value != ';')) return kNoReference;
+  const std::uint32_t code_point = code_point_of_reference(bytes & first_bytes(length), length);
   if (code_point == 0) return kNoReference;
-  return {length + (open ? 1 : 2), code_point};
+  return {length + (length < rest.size() ? 2 : 1), code_point};
 }
 
 // Finds the "&" of a text one after the other, by its bytes.
