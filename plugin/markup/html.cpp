@@ -79,7 +79,7 @@ std::size_t length_up_to_semicolon(NameKey bytes) {
 // The number that `count` decimal digits make, at most 5 of them.
 std::uint32_t decimal(NameKey digits, std::size_t count) {
   // With zeros before the first digit, then pairs, fours and eights of them are joined.
-  NameKey value = (digits & in_each(0x0F)) << (8 * (8 - count));
+  NameKey value = (digits & first_bytes(count) & in_each(0x0F)) << (8 * (8 - count) % 64);
   value = (value * 10 + (value >> 8)) & 0x00FF00FF00FF00FF;
   value = (value * 100 + (value >> 16)) & 0x0000FFFF0000FFFF;
   return static_cast<std::uint32_t>(value * 10000 + (value >> 32));
@@ -104,19 +104,25 @@ std::uint32_t parse_number(NameKey bytes, std::size_t count, std::uint32_t base)
   return value;
 }
 
+// The value of `length` bytes that begin with "#" and go on with anything but just decimal digits.
+std::uint32_t parse_odd_number(NameKey bytes, std::size_t length) {
+  const bool hexadecimal = length > 1 && static_cast<std::uint8_t>(bytes >> 8) == 'x';
+  return hexadecimal ? parse_number(bytes >> 16, length - 2, 16) : parse_number(bytes >> 8, length - 1, 10);
+}
+
 // What `length` bytes between "&" and ";" are as a code point, or 0. Numbers are at most 99999 or FFFF: 5 and
-// 4 digits.
+// 4 digits. Names and decimal numbers are both tried, for which it is is no processor's guess.
 std::uint32_t code_point_of_reference(NameKey bytes, std::size_t length) {
   constexpr std::size_t kLongestNumber = 6;
-  if (static_cast<std::uint8_t>(bytes) != '#') return code_point_of(bytes, length);
-  if (length > kLongestNumber || length < 2) return 0;
   const NameKey digits = bytes >> 8;
-  const std::size_t count = length - 1;
   const NameKey distances = digits ^ in_each('0');  // below 10 for a digit
-  const NameKey no_digits = (distances | (distances + in_each(0x76))) & in_each(0x80) & first_bytes(count);
-  if (no_digits == 0) return decimal(digits, count);
-  const bool hexadecimal = static_cast<std::uint8_t>(digits) == 'x';
-  return hexadecimal ? parse_number(digits >> 8, count - 1, 16) : parse_number(digits, count, 10);
+  const NameKey no_digits =
+      (distances | (distances + in_each(0x76))) & in_each(0x80) & first_bytes(length - 1);
+  const unsigned is_number = static_cast<std::uint8_t>(bytes) == '#' && length <= kLongestNumber ? 1 : 0;
+  const unsigned is_decimal = is_number & (no_digits == 0 ? 1U : 0U);
+  const std::uint32_t code_point =
+      code_point_of(bytes, length) | (decimal(digits, length - 1) & (0 - is_decimal));
+  return code_point == 0 && is_number != 0 ? parse_odd_number(bytes, length) : code_point;
 }
 
 // The reference whose "&" is the unit at `start`.
@@ -246,16 +252,14 @@ std::size_t decode(UnitView text, std::span<Unit> output) {
   Unit *next = output.data();
   const Unit *const limit = next + output.size();
   std::size_t copied = 0;  // what stands before is in the output already
-  for (std::size_t at = ampersands.next(0); at < text.size();) {
+  // Where the next "&" stands does not depend on this one's reference, so the processor need not wait for it.
+  for (std::size_t at = ampersands.next(0); at < text.size(); at = ampersands.next(at + 1)) {
+    if (at < copied) continue;  // within a number, behind its digits
     const Reference reference = reference_at(text, at);
-    if (reference.length == 0) {
-      at = ampersands.next(at + 1);
-      continue;
-    }
+    if (reference.length == 0) continue;
     next = copy(text.subspan(copied, at - copied), text.subspan(copied), next, limit);
     next = write_character(reference.code_point, next);
     copied = at + reference.length;
-    at = ampersands.next(copied);
   }
   next = copy(text.subspan(copied), text.subspan(copied), next, limit);
   return static_cast<std::size_t>(next - output.data());
