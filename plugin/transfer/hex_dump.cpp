@@ -63,6 +63,13 @@ class Layout {
 
   void write_groups(ByteView input, std::size_t digit, std::uint8_t *line) const {
     std::uint8_t *to = line + shape_.linestart.size();
+    if (group_digits_ == 1) {
+      for (const std::size_t end = digit + groups_; digit < end; ++digit) {
+        *to = static_cast<std::uint8_t>(kPairs[input[digit / 2]][digit % 2]);
+        to += stride_;
+      }
+      return;
+    }
     if (group_digits_ == 2) {
       // A byte for each group is what most dumps are.
       const ByteView bytes = input.subspan(digit / 2, groups_);
@@ -131,11 +138,21 @@ std::size_t dump(ByteView input, const Shape &shape, ByteBuffer output) {
   const std::size_t line_digits = layout.line_digits();
   const std::size_t digits = input.size() * 2;
 
-  // The first line is framed piece by piece; every other one begins as a copy of the line before.
+  // The first line is framed piece by piece. The others begin as copies of those before, of as many at once
+  // as make a copy worth its call.
+  constexpr std::size_t kCopied = 512;
+  const std::size_t size = (digits + line_digits - 1) / line_digits * line_size;
   layout.write_frame(output.data());
+  std::size_t copied = line_size;
+  const std::uint8_t *framed = output.data() + line_size;
   std::uint8_t *line = output.data();
   for (std::size_t digit = 0; digit < digits; digit += line_digits) {
-    if (digit > 0) std::memcpy(line, line - line_size, line_size);
+    if (line == framed) {
+      const std::size_t left = size - static_cast<std::size_t>(line - output.data());
+      std::memcpy(line, output.data(), std::min(copied, left));
+      framed += std::min(copied, left);
+      if (copied < kCopied) copied *= 2;
+    }
     if (digits - digit >= line_digits) {
       layout.write_groups(input, digit, line);
     } else {
