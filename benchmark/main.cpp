@@ -8,6 +8,7 @@
 #include <malloc.h>
 #include <regex>
 
+#include "level.h"
 #include "measure.h"
 #include "scaling.h"
 
@@ -48,18 +49,22 @@ void print(const std::vector<Row> &rows) {
               "GB/s", "kernel ns", "best rival", "rival ns", "ratio", "memcpy");
   for (const Row &row : rows) {
     std::printf("%-24s %-9s %8zu %12.0f %8.3f %12.0f  %-12s %12.0f %8.2f %7.1f%%\n", row.function.c_str(),
-                row.kind.c_str(), row.size, row.whole, row.gigabytes_per_second(), row.kernel,
+                row.kind.c_str(), row.size, row.whole, row.gigabytes_per_second(), row.kernels.back(),
                 row.best_rival.c_str(), row.rival, row.ratio(), row.share_of_copy() * 100);
   }
 }
 
 void write_csv(const std::vector<Row> &rows, const std::filesystem::path &file) {
   std::ofstream out(file);
-  out << "function,input,size,ours_ns,ours_gb_per_s,kernel_ns,rival,rival_ns,ratio,memcpy_ns,memcpy_share\n";
+  out << "function,input,size,ours_ns,ours_gb_per_s";
+  for (const cpu::Level *const level : cpu::levels()) out << ",kernel_" << level->name << "_ns";
+  out << ",rival,rival_ns,ratio,memcpy_ns,memcpy_share\n";
   for (const Row &row : rows) {
     out << row.function << ',' << row.kind << ',' << row.size << ',' << row.whole << ','
-        << row.gigabytes_per_second() << ',' << row.kernel << ',' << row.best_rival << ',' << row.rival << ','
-        << row.ratio() << ',' << row.copy << ',' << row.share_of_copy() << '\n';
+        << row.gigabytes_per_second();
+    for (const double kernel : row.kernels) out << ',' << kernel;
+    out << ',' << row.best_rival << ',' << row.rival << ',' << row.ratio() << ',' << row.copy << ','
+        << row.share_of_copy() << '\n';
   }
   out.close();
   if (!out) throw std::runtime_error("cannot write " + file.string());

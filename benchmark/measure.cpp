@@ -7,6 +7,8 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "level.h"
+
 namespace kzv::bench {
 namespace {
 
@@ -67,14 +69,21 @@ void compare(const Outcome &ours, const Outcome &theirs, const Function &functio
                            excerpt(expected) + "\n  theirs " + excerpt(got));
 }
 
-// Whatever is measured of the kernel alone: one entry for each of its forms.
+std::string kernel_at(const cpu::Level &level) { return std::string("kernel ") + level.name; }
+
+// The kernel alone, at each vector level that this processor has.
 std::vector<Timed> kernels(const Function &function, const KernelInput &input, ByteBuffer output) {
-  return {{"kernel", [&function, &input, output](std::size_t times) {
-             for (std::size_t i = 0; i < times; ++i) {
-               benchmark::DoNotOptimize(function.kernel(input, output));
-               benchmark::ClobberMemory();
-             }
-           }}};
+  std::vector<Timed> all;
+  for (const cpu::Level *const level : cpu::levels()) {
+    all.push_back({kernel_at(*level), [&function, &input, output, level](std::size_t times) {
+                     cpu::choose(*level);
+                     for (std::size_t i = 0; i < times; ++i) {
+                       benchmark::DoNotOptimize(function.kernel(input, output));
+                       benchmark::ClobberMemory();
+                     }
+                   }});
+  }
+  return all;
 }
 
 Repeat copying(ByteBuffer from, ByteBuffer to) {
@@ -153,12 +162,14 @@ Row measure(Plugins &plugins, const Function &function, const Kind &kind, std::s
   const auto best =
       std::ranges::min_element(libraries, {}, [&](const std::string &library) { return times.at(library); });
   const bool rivalled = best != libraries.end();
+  std::vector<double> kernel_times;
+  for (const cpu::Level *const level : cpu::levels()) kernel_times.push_back(times.at(kernel_at(*level)));
   return {function.name,
           kind.name,
           size,
           bytes_read,
           times.at("whole"),
-          times.at("kernel"),
+          kernel_times,
           rivalled ? *best : "",
           rivalled ? times.at(*best) : 0,
           times.at("memcpy")};

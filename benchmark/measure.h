@@ -3,6 +3,7 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 #include "cases.h"
 
@@ -18,9 +19,9 @@ struct Row {
   std::string kind;
   std::size_t size;
   std::size_t bytes_read;
-  double whole;  // nanoseconds, as all of them
-  double kernel;
-  std::string best_rival;  // empty: there is none
+  double whole;                 // nanoseconds, as all of them
+  std::vector<double> kernels;  // at each vector level
+  std::string best_rival;       // empty: there is none
   double rival;
   double copy;
 
