@@ -81,11 +81,6 @@ const Pieces kEscapesMySql = {"\\n", "\\'", "\\\"", "\\\\", "\\0", "\\%", "\\Z"}
 const Pieces kEscapesUrl = {"%20", "%C3", "%A9", "%2F", "%3F", "%E2"};
 const Pieces kEscapesQuoted = {"=C3", "=A9", "=3D", "=20", "=E2"};
 const Pieces kEscapesYenc = {"=}", "=M", "=@", "=n"};
-const Pieces kLines = kWords + Pieces{"\r\n", "out\r\n"};
-
-// Lines of mail as an encoder left them: hard and soft breaks, here and there an escape.
-const Pieces kQuoted = kWords + kWords + Pieces{"out=20\r\n", "=C3=A9t=C3=A9", "end.\r\n", "and=\r\n"};
-
 std::string hex_digits(std::size_t size, std::string_view digits) {
   Pieces pieces;
   for (std::size_t i = 0; i < digits.size(); ++i) pieces.push_back(digits.substr(i, 1));

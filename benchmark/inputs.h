@@ -27,6 +27,9 @@ extern const Pieces kWords;
 extern const Pieces kMarkup;
 extern const Pieces kFrench;   // letters of ISO-8859-1 and with names in HTML
 extern const Pieces kRussian;  // letters without a name in HTML
+extern const Pieces kLines;    // words and line breaks
+extern const Pieces
+    kQuoted;  // lines of mail as an encoder left them: hard and soft breaks, here and there an escape
 
 // Every byte from `first` to `last`, each a piece.
 Pieces single_bytes(unsigned char first, unsigned char last);

@@ -6,8 +6,9 @@
 
 namespace kzv::cpu {
 
-// Room for a piece of which every byte is escaped, and a block behind it.
-inline constexpr std::size_t kEscapedRoom = (3 * Piece::kBlocks + 1) * kBlock;
+// Room for a piece of which every byte is escaped, and two blocks behind it.
+inline constexpr std::size_t kReadBehindEscaped = 2 * kBlock;
+inline constexpr std::size_t kEscapedRoom = 3 * Piece::kBlocks * kBlock + kReadBehindEscaped;
 
 // Writes a piece with escapes in place of those bytes that are marked; returns the number of bytes written.
 inline std::size_t escape(const Piece &piece, Masks &marks, char introducer,

@@ -102,18 +102,29 @@ std::size_t encode(UnitView text, const Charset &charset, ByteBuffer output) {
   return static_cast<std::size_t>(next - output.data()) + count;
 }
 
+namespace {
+
+// Bytes widened together: a loop of fixed length without a way out becomes vector instructions.
+constexpr std::size_t kTogether = 16;
+
+// Writes the units of the same numbers and returns all bits that are set in any of them. The output never
+// overlaps the input.
+unsigned widen(const std::uint8_t *bytes, std::uint16_t *__restrict output) {
+  std::uint8_t bits = 0;
+  for (std::size_t i = 0; i < kTogether; ++i) {
+    output[i] = bytes[i];
+    bits |= bytes[i];
+  }
+  return bits;
+}
+
+}  // namespace
+
 std::size_t decode(ByteView bytes, const Charset &charset, std::span<std::uint16_t> output) {
   assert(output.size() >= bytes.size());
-  // A loop of fixed length without a way out becomes vector instructions.
-  constexpr std::size_t kTogether = 16;
   std::size_t done = 0;
   for (; bytes.size() - done >= kTogether; done += kTogether) {
-    std::uint8_t bits = 0;
-    for (std::size_t i = done; i < done + kTogether; ++i) {
-      output[i] = bytes[i];
-      bits |= bytes[i];
-    }
-    if (bits < charset.identity_end) continue;
+    if (widen(&bytes[done], &output[done]) < charset.identity_end) continue;
     for (std::size_t i = done; i < done + kTogether; ++i) output[i] = charset.unit_of[bytes[i]];
   }
   for (; done < bytes.size(); ++done) output[done] = charset.unit_of[bytes[done]];

@@ -24,6 +24,10 @@ std::size_t behind_line_break(ByteView input, std::size_t at) {
   return at + 1 < input.size() && input[at + 1] == other ? at + 2 : at + 1;
 }
 
+// Bytes that may be read behind what a piece becomes.
+constexpr std::size_t kCopied = cpu::kBlock + 16;
+static_assert(cpu::kReadBehindEscaped >= kCopied);
+
 // Where the encoder's output goes: into a buffer, or nowhere while its size is found out.
 class Writer {
  public:
@@ -31,6 +35,12 @@ class Writer {
   void append(const void *bytes, std::size_t byte_count) {
     assert(byte_count <= output_.size() - size_);
     std::memcpy(output_.data() + size_, bytes, byte_count);
+    size_ += byte_count;
+  }
+  // A copy of fixed size is fastest for what lines consist of.
+  void append_escaped(const std::uint8_t *text, std::size_t byte_count) {
+    if (byte_count > kCopied || output_.size() - size_ < kCopied) return append(text, byte_count);
+    std::memcpy(output_.data() + size_, text, kCopied);
     size_ += byte_count;
   }
   [[nodiscard]] std::size_t size() const { return size_; }
@@ -43,6 +53,7 @@ class Writer {
 class Counter {
  public:
   void append(const void *, std::size_t byte_count) { size_ += byte_count; }
+  void append_escaped(const std::uint8_t *, std::size_t byte_count) { size_ += byte_count; }
   [[nodiscard]] std::uint64_t size() const { return size_; }
 
  private:
@@ -113,7 +124,7 @@ class EncodeData {
         // What is wider than a line stands alone on its own.
         size = std::max(fitting(text, room_), std::size_t{text.front() == '=' ? 3U : 1U});
       }
-      output_.append(text.data(), size);
+      output_.append_escaped(text.data(), size);
       column_ += size;
       text = text.subspan(size);
     }
