@@ -180,44 +180,46 @@ std::string without_carriage_returns(const std::string &text) {
   return without;
 }
 
-std::string without_soft_breaks(const std::string &text) {
-  std::string without;
-  const std::string lines = without_carriage_returns(text);
-  for (std::size_t at = 0; at < lines.size(); ++at) {
-    if (lines.compare(at, 2, "=\n") != 0) {
-      without += lines[at];
-    } else {
-      ++at;
-    }
-  }
-  return without;
+std::string decoded(GMimeContentEncoding encoding, const std::string &text) {
+  std::string bytes(text.size(), '\0');
+  GMimeEncoding state;
+  g_mime_encoding_init_decode(&state, encoding);
+  bytes.resize(g_mime_encoding_flush(&state, text.data(), text.size(), bytes.data()));
+  return bytes;
 }
 
 // GMime's own decoder loses what stands behind padding in base64, and takes each word's letters to be whole.
 std::string decoded_word(std::string payload, bool base64) {
   std::ranges::replace(payload, '_', ' ');
-  std::string decoded(payload.size(), '\0');
-  GMimeEncoding state;
-  g_mime_encoding_init_decode(
-      &state, base64 ? GMIME_CONTENT_ENCODING_BASE64 : GMIME_CONTENT_ENCODING_QUOTEDPRINTABLE);
-  decoded.resize(g_mime_encoding_flush(&state, payload.data(), payload.size(), decoded.data()));
-  return decoded;
+  return decoded(base64 ? GMIME_CONTENT_ENCODING_BASE64 : GMIME_CONTENT_ENCODING_QUOTEDPRINTABLE, payload);
+}
+
+// Encoders are free in where they break lines and which spaces they escape; Poco loses those before a line
+// break.
+std::string decoded_lines(const std::string &text) {
+  std::string lines;
+  for (const char c :
+       without_carriage_returns(decoded(GMIME_CONTENT_ENCODING_QUOTEDPRINTABLE, text)) + '\n') {
+    if (c == '\n') lines.resize(lines.find_last_not_of(' ') + 1);
+    lines += c;
+  }
+  return lines;
 }
 
 // White space between two encoded words does not count.
 std::string decoded_subject(const std::string &text) {
-  std::string decoded;
+  std::string subject;
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t word = std::min(text.find("=?", at), text.size());
     const std::string between = text.substr(at, word - at);
-    if (at == 0 || between.find_first_not_of(" \r\n\t") != std::string::npos) decoded += between;
+    if (at == 0 || between.find_first_not_of(" \r\n\t") != std::string::npos) subject += between;
     if (word == text.size()) break;
     const std::size_t payload = text.find('?', word + 2) + 3;
     const std::size_t end = text.find("?=", payload);
-    decoded += decoded_word(text.substr(payload, end - payload), (text[payload - 2] | 0x20) == 'b');
+    subject += decoded_word(text.substr(payload, end - payload), (text[payload - 2] | 0x20) == 'b');
     at = end + 2;
   }
-  return decoded;
+  return subject;
 }
 
 std::size_t decode_html(const KernelInput &in, ByteBuffer out) {
@@ -387,7 +389,7 @@ std::vector<Function> make_functions() {
           },
           {of("typical", kUtf8, kLines + kLines + kFrench, {72}), of("worst", kBytes, kHighBytes, {72}),
            of("best", kUtf8, kLines, {72})},
-          without_soft_breaks),
+          decoded_lines),
       row(
           "quoted-printable decode", "DecodingFromQuotedPrintableKZV(s as string) as string", prepare<S, S>,
           [](const KernelInput &in, ByteBuffer out) { return quoted_printable::decode(in.texts[0], out); },
