@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace kzv {
 namespace {
@@ -12,6 +13,7 @@ namespace {
 struct Block {
   char *address;
   std::int32_t size;
+  bool allocated;
 
   char *first_bytes() { return reinterpret_cast<char *>(this + 1); }
   [[nodiscard]] bool has_grown() { return address != first_bytes(); }
@@ -29,7 +31,14 @@ std::size_t RoomFor(std::int32_t byte_count) {
 Handle NewHandle(std::int32_t byte_count) {
   auto *const block = static_cast<Block *>(std::malloc(sizeof(Block) + RoomFor(byte_count)));
   if (block == nullptr) return nullptr;
-  *block = {block->first_bytes(), byte_count};
+  *block = {block->first_bytes(), byte_count, true};
+  return &block->address;
+}
+
+Handle NewHandle(SmallBlock &place, std::int32_t byte_count) {
+  if (sizeof(Block) + RoomFor(byte_count) > SmallBlock::kRoom) return NewHandle(byte_count);
+  auto *const block = new (place.room) Block;
+  *block = {block->first_bytes(), byte_count, false};
   return &block->address;
 }
 
@@ -39,7 +48,8 @@ void SetHandleSize(Handle handle, std::int32_t byte_count) {
   void *const moved = std::realloc(has_grown ? block->address : nullptr, RoomFor(byte_count));
   if (moved == nullptr) return;
   if (!has_grown) std::memcpy(moved, block->address, RoomFor(std::min(block->size, byte_count)));
-  *block = {static_cast<char *>(moved), byte_count};
+  block->address = static_cast<char *>(moved);
+  block->size = byte_count;
 }
 
 std::int32_t GetHandleSize(Handle handle) { return BlockOf(handle)->size; }
@@ -51,7 +61,7 @@ void HUnlock(Handle) {}
 void DisposeHandle(Handle handle) {
   Block *const block = BlockOf(handle);
   if (block->has_grown()) std::free(block->address);
-  std::free(block);
+  if (block->allocated) std::free(block);
 }
 
 }  // namespace kzv

@@ -14,7 +14,7 @@ constexpr std::int64_t kSpare = 4096;
 
 bool StringBuilder::Create(std::uint64_t byte_count) {
   if (byte_count > kMaxByteCount) return false;
-  handle = NewHandle(static_cast<std::int32_t>(byte_count));
+  handle = NewHandle(small, static_cast<std::int32_t>(byte_count));
   if (handle != nullptr) capacity = static_cast<std::int32_t>(byte_count);
   return handle != nullptr;
 }

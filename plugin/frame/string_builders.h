@@ -35,6 +35,7 @@ class StringBuilder {
   REALstringStruct *Finish(std::int64_t byte_count, REALencoding encoding);
   void Drop();
 
+  SmallBlock small;
   Handle handle = nullptr;
   std::int32_t length = 0;    // units written
   std::int32_t capacity = 0;  // bytes

@@ -5,6 +5,7 @@
 #include <cassert>
 #include <cstring>
 #include <emmintrin.h>
+#include <utility>
 
 #include "ascii.h"
 #include "entities.h"
@@ -200,10 +201,15 @@ UnitView without_mark(UnitView text) {
 
 namespace {
 
-// Writes one block of units; there is room for another one behind its longest output. Returns its end.
-std::uint8_t *encode_block(const Unit *units, bool keep_ascii, std::uint8_t *next) {
+// Room for the longest output of a block, and one behind it.
+constexpr std::size_t kBlockRoom = encode_room(cpu::kBlock) + cpu::kBlock;
+
+// Writes the first `count` of a block of units; there is room for a whole one. Returns the end.
+std::uint8_t *encode_block(const Unit *units, std::size_t count, bool keep_ascii, std::uint8_t *next) {
   static constexpr cpu::ByteSet kMarkup([](std::uint8_t byte) { return is_markup(byte); });
-  constexpr int kManyReferences = 16;  // copying the rest of the block for each takes longer from here on
+  // For so many, or in a short text, copying what follows behind each takes longer than unit by unit.
+  constexpr int kManyReferences = 16;
+  constexpr std::size_t kShort = 32;
   const WrittenTable &table = keep_ascii ? kWrittenKeepingAscii : kWrittenEscapingMarkup;
   std::array<std::uint8_t, 2 * cpu::kBlock> narrowed;
   std::uint64_t references = 0;
@@ -213,27 +219,42 @@ std::uint8_t *encode_block(const Unit *units, bool keep_ascii, std::uint8_t *nex
     cpu::level().find(narrowed.data(), 1, kMarkup, &markup);
     references |= markup;
   }
-  if (std::popcount(references) < kManyReferences) {
-    return copy_with_references(units, narrowed.data(), references, table, next);
+  references &= cpu::bits_below(count);
+  if (references == 0 || (std::popcount(references) < kManyReferences && count > kShort)) {
+    return copy_with_references(units, narrowed.data(), references, table, next) - (cpu::kBlock - count);
   }
-  for (std::size_t i = 0; i < cpu::kBlock; ++i) next += encode_unit(units[i].value, table, next);
+  for (std::size_t i = 0; i < count; ++i) next += encode_unit(units[i].value, table, next);
   return next;
+}
+
+// Writes less than a block, by way of a buffer in which there is room for one. Returns the end.
+std::uint8_t *encode_last(UnitView text, bool keep_ascii, std::uint8_t *next) {
+  std::array<Unit, cpu::kBlock> units;
+  std::array<std::uint8_t, kBlockRoom> written;
+  cpu::read_last(text, units);
+  const std::uint8_t *const end = encode_block(units.data(), text.size(), keep_ascii, written.data());
+  return std::copy(std::as_const(written).data(), end, next);
 }
 
 }  // namespace
 
-// Blocks while the output has room for the worst of them, then unit by unit.
+// Blocks while the output has room for the worst of them, the rest at once on the same condition, and
+// otherwise unit by unit.
 Progress encode(UnitView text, bool keep_ascii, ByteBuffer output) {
-  constexpr std::size_t kRoom = encode_room(cpu::kBlock) + cpu::kBlock;
   const WrittenTable &table = keep_ascii ? kWrittenKeepingAscii : kWrittenEscapingMarkup;
   std::size_t consumed = 0;
   std::uint8_t *next = output.data();
   const std::uint8_t *const limit = next + output.size();
-  while (text.size() - consumed >= cpu::kBlock && limit - next >= std::ptrdiff_t{kRoom}) {
-    next = encode_block(text.data() + consumed, keep_ascii, next);
-    consumed += cpu::kBlock;
+  const auto left = [&] { return static_cast<std::size_t>(limit - next); };
+  for (; text.size() - consumed >= cpu::kBlock && left() >= kBlockRoom; consumed += cpu::kBlock) {
+    next = encode_block(text.data() + consumed, cpu::kBlock, keep_ascii, next);
   }
-  while (consumed < text.size() && limit - next >= std::ptrdiff_t{kLongestReference}) {
+  const std::size_t rest = text.size() - consumed;
+  if (rest < cpu::kBlock && left() >= encode_room(rest)) {
+    next = encode_last(text.subspan(consumed), keep_ascii, next);
+    consumed = text.size();
+  }
+  while (consumed < text.size() && left() >= kLongestReference) {
     std::array<std::uint8_t, sizeof(Written)> written;
     const std::size_t length = encode_unit(text[consumed++].value, table, written.data());
     std::memcpy(next, written.data(), length);

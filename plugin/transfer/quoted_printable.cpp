@@ -81,7 +81,13 @@ class EncodeData {
     cpu::Piece piece;
     for (std::size_t at = 0; at < input.size(); at += piece.size) {
       piece.load(input, at, nullptr);
-      make_lines(ByteView(escaped).first(escape(piece, escaped)));
+      bool has_line_breaks = false;
+      const ByteView text = ByteView(escaped).first(escape(piece, escaped, has_line_breaks));
+      if (has_line_breaks) {
+        make_lines(text);
+      } else {
+        fill_lines(text);
+      }
     }
     if (has_line_breaks_ && column_ > 0) output_soft_break();
     return output_.size();
@@ -93,14 +99,18 @@ class EncodeData {
   static constexpr cpu::ByteSet kLineBreaks{is_line_break};
   static constexpr cpu::ByteSet kWhiteSpace{is_white_space};
 
-  static std::size_t escape(const cpu::Piece &piece, std::array<std::uint8_t, cpu::kEscapedRoom> &escaped) {
+  static std::size_t escape(const cpu::Piece &piece, std::array<std::uint8_t, cpu::kEscapedRoom> &escaped,
+                            bool &has_line_breaks) {
     cpu::Masks marks;
     cpu::Masks white_space;
     const cpu::MarksAhead line_breaks(piece, kLineBreaks);
     cpu::find(piece, kEscaped, marks);
     cpu::find(piece, kWhiteSpace, white_space);
     // White space at the end of a line could get lost in transport, so it is escaped there.
-    for (std::size_t i = 0; i < piece.blocks; ++i) marks[i] |= white_space[i] & line_breaks.ahead(i, 1);
+    for (std::size_t i = 0; i < piece.blocks; ++i) {
+      marks[i] |= white_space[i] & line_breaks.ahead(i, 1);
+      has_line_breaks |= line_breaks[i] != 0;
+    }
     return cpu::escape(piece, marks, '=', escaped);
   }
 
