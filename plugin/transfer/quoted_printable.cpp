@@ -12,7 +12,6 @@ namespace {
 constexpr bool is_text(std::uint8_t byte) {
   return (byte >= ' ' && byte <= '~' && byte != '=') || byte == '\t';
 }
-constexpr bool is_no_text(std::uint8_t byte) { return !is_text(byte); }
 constexpr bool is_line_break(std::uint8_t byte) { return byte == '\r' || byte == '\n'; }
 constexpr bool is_white_space(std::uint8_t byte) { return byte == ' ' || byte == '\t'; }
 
