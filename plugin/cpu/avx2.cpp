@@ -192,8 +192,8 @@ KZV_AVX2 void from_hex_avx2(const std::uint8_t *digits, std::size_t byte_count, 
 
 }  // namespace
 
-constexpr Level kAvx2 = {"avx2",       48,          read_part,    find_avx2,     find_pair_avx2,
-                         compact_avx2, add_avx2,    fill_avx2,    unescape_avx2, escape,
-                         narrow_avx2,  to_hex_avx2, from_hex_avx2};
+constexpr Level kAvx2 = {"avx2",       ~std::size_t{0}, read_part,    find_avx2,     find_pair_avx2,
+                         compact_avx2, add_avx2,        fill_avx2,    unescape_avx2, escape,
+                         narrow_avx2,  to_hex_avx2,     from_hex_avx2};
 
 }  // namespace kzv::cpu
