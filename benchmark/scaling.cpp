@@ -4,8 +4,12 @@
 #include <chrono>
 #include <cmath>
 #include <latch>
+#include <linux/perf_event.h>
 #include <numeric>
+#include <stdexcept>
+#include <sys/syscall.h>
 #include <thread>
+#include <unistd.h>
 
 #include "measure.h"
 
@@ -27,16 +31,51 @@ double least_seconds(const Call &call) {
   return least;
 }
 
+// The instructions of a call as the processor counts them: unlike its time they know neither caches nor what
+// else the machine does, both of which change with the size.
+class Instructions {
+ public:
+  Instructions() {
+    perf_event_attr attributes{};
+    attributes.type = PERF_TYPE_HARDWARE;
+    attributes.size = sizeof attributes;
+    attributes.config = PERF_COUNT_HW_INSTRUCTIONS;
+    attributes.exclude_kernel = 1;
+    attributes.exclude_hv = 1;
+    counter_ = static_cast<int>(syscall(SYS_perf_event_open, &attributes, 0, -1, -1, 0));
+    if (counter_ < 0) throw std::runtime_error("this machine does not count instructions for us");
+  }
+  Instructions(const Instructions &) = delete;
+  Instructions &operator=(const Instructions &) = delete;
+  ~Instructions() { close(counter_); }
+
+  double of(const Call &call) {
+    call.repeat(1);  // looks up services and gets memory
+    const double before = count();
+    call.repeat(1);
+    return count() - before;
+  }
+
+ private:
+  double count() const {
+    std::uint64_t value = 0;
+    if (read(counter_, &value, sizeof value) != sizeof value) throw std::runtime_error("cannot count");
+    return static_cast<double>(value);
+  }
+
+  int counter_;
+};
+
 // Nothing but the beginnings, ends or near misses of what the functions look for.
 const Pieces kHostile = {"<",  ">",  "<>", "&",   "&#",    "&amp", "%", "%2", "=",      "= ", "=\r\n",
                          "\r", "\\", "'",  "\"'", "true ", "tru",  "a", " ",  "\u00e9", "~"};
 
 struct Growth {
   std::string input;
-  std::array<double, 4> seconds{};
+  std::array<double, 4> instructions{};
 
-  double exponent(std::size_t step) const { return std::log2(seconds[step + 1] / seconds[step]); }
-  double mean_exponent() const { return std::log2(seconds[3] / seconds[0]) / 3; }
+  double exponent(std::size_t step) const { return std::log2(instructions[step + 1] / instructions[step]); }
+  double worst_exponent() const { return std::max({exponent(0), exponent(1), exponent(2)}); }
 };
 
 template <typename Make>
@@ -44,8 +83,10 @@ Growth growth_on(Plugin &plugin, const Function &function, std::string input, Ma
   Growth growth{std::move(input)};
   void *const address = address_of(plugin, function.declaration);
   const std::size_t base = function.sizes.back() / 8;
-  for (std::size_t step = 0; step < growth.seconds.size(); ++step) {
-    growth.seconds[step] = least_seconds(function.prepare(plugin.host, address, arguments_of(base << step)));
+  Instructions instructions;
+  for (std::size_t step = 0; step < growth.instructions.size(); ++step) {
+    growth.instructions[step] =
+        instructions.of(function.prepare(plugin.host, address, arguments_of(base << step)));
   }
   return growth;
 }
@@ -53,7 +94,7 @@ Growth growth_on(Plugin &plugin, const Function &function, std::string input, Ma
 Growth worst_growth(Plugin &plugin, const Function &function) {
   Growth worst{"", {1, 1, 1, 1}};
   const auto consider = [&](const Growth &growth) {
-    if (growth.mean_exponent() > worst.mean_exponent()) worst = growth;
+    if (growth.worst_exponent() > worst.worst_exponent()) worst = growth;
   };
   for (const Kind &kind : function.kinds) consider(growth_on(plugin, function, kind.name, kind.arguments));
   for (const std::string_view piece : kHostile) {
@@ -108,7 +149,7 @@ std::string visible(const std::string &text) {
 }  // namespace
 
 void print_scaling(Plugin &plugin, const std::regex &wanted) {
-  std::printf("%-24s %-12s %10s %12s %6s %6s %6s %12s\n", "function", "worst input", "from size", "seconds",
+  std::printf("%-24s %-12s %10s %12s %6s %6s %6s %12s\n", "function", "worst input", "from size", "a byte",
               "x2", "x4", "x8", "two threads");
   for (const Function &function : functions()) {
     if (!std::regex_search(function.name, wanted)) continue;
@@ -119,9 +160,10 @@ void print_scaling(Plugin &plugin, const std::regex &wanted) {
       continue;
     }
     const Growth growth = worst_growth(plugin, function);
-    std::printf("%-24s %-12s %10zu %12.6f %6.2f %6.2f %6.2f %12.2f\n", function.name.c_str(),
-                visible(growth.input).c_str(), function.sizes.back() / 8, growth.seconds[0],
-                growth.exponent(0), growth.exponent(1), growth.exponent(2), threads);
+    std::printf("%-24s %-12s %10zu %12.2f %6.2f %6.2f %6.2f %12.2f\n", function.name.c_str(),
+                visible(growth.input).c_str(), function.sizes.back() / 8,
+                growth.instructions[0] / static_cast<double>(function.sizes.back() / 8), growth.exponent(0),
+                growth.exponent(1), growth.exponent(2), threads);
     std::fflush(stdout);
   }
 }

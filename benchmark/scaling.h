@@ -1,4 +1,4 @@
-// How times grow: with the size of hostile input, and with a second thread.
+// How the work grows with the size of hostile input, in instructions, and what a second thread brings.
 #pragma once
 
 #include <regex>
