@@ -3,6 +3,8 @@
 #include <array>
 #include <csignal>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <sys/wait.h>
 #include <system_error>
@@ -19,18 +21,11 @@ using Json = nlohmann::ordered_json;
 
 constexpr unsigned kMostSeconds = 10;
 
-std::vector<std::string> asked_for;
-
-void *record_and_resolve(const char *name) {
-  asked_for.emplace_back(name);
-  return host::Services::resolve(name);
-}
-
 Json load(const std::filesystem::path &path) try {
   const host::PluginFile plugin(path);
   host::Host host;
-  host.start(plugin.main(), record_and_resolve);
-  return {{"functions", host.methods().size()}, {"services", asked_for}};
+  host.start(plugin.main());
+  return {{"functions", host.methods().size()}};
 } catch (const std::exception &error) {
   return {{"error", error.what()}};
 }
@@ -56,7 +51,7 @@ std::string read_all(int pipe) {
   return text;
 }
 
-// What loading the file brings: "functions" and "services", or "error". It happens in a process of its own,
+// What loading the file brings: "functions" or "error". It happens in a process of its own,
 // for a damaged file may crash it or never come to an end.
 Json load_apart(const std::filesystem::path &path) {
   std::array<int, 2> ends{};
@@ -90,6 +85,18 @@ std::string in_words(const Json &fact) {
   return words.empty() ? "none" : words;
 }
 
+// The services that the file names. A plugin asks for most of them at its first use of each, so loading it
+// would not tell.
+Json services_in(const std::filesystem::path &path) {
+  std::ifstream stream(path, std::ios::binary);
+  const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+  Json named = Json::array();
+  for (const std::string_view name : host::Services::names()) {
+    if (bytes.find(std::string(name) + '\0') != std::string::npos) named.push_back(name);
+  }
+  return named;
+}
+
 // The facts that loading tells, and why it failed if it did.
 std::string add_loaded(const std::filesystem::path &path, const std::string &architecture, Json &facts) {
   if (facts["entry"].is_null())
@@ -115,6 +122,7 @@ int describe_plugin(const Options &options, const std::string &path, const Outpu
       {"file", path}, {"architecture", file.architecture()}, {"entry", nullptr}, {"version", nullptr}};
   if (file.exports(host::kEntryName)) facts["entry"] = host::kEntryName;
   if (version) facts["version"] = version->substr(version->find(' ') + 1);
+  facts["services"] = services_in(path);
   const std::string failure = add_loaded(path, file.architecture(), facts);
   if (options.format == Format::kJson) {
     output.out << text_of(facts) << '\n';

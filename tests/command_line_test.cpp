@@ -69,19 +69,15 @@ TEST(CommandLine, ListsAsJson) {
 
 TEST(Info, TellsOfPlugins) {
   const std::string about_ours = run("kzv info " KZV_PLUGIN).out;
-  EXPECT_NE(about_ours.find("version       " KZV_VERSION "\nfunctions     47\n"), std::string::npos)
-      << about_ours;
+  EXPECT_NE(about_ours.find("functions     47\n"), std::string::npos) << about_ours;
   const json ours = json::parse(run("kzv --json info " KZV_PLUGIN).out);
-  const json services = {"RegisterPluginVersion", "REALGetRBVersion", "REALinRuntime",
-                         "PluginRegisterMethod"};
-  EXPECT_EQ(ours["services"], services);
+  EXPECT_EQ(ours["services"].size(), 23U);  // LenB, the 24th, has no name of its own
 
   if (!std::filesystem::exists(KZV_OTHER_PLUGIN)) GTEST_SKIP() << "there is no " KZV_OTHER_PLUGIN;
-  const json expected = {{"file", KZV_OTHER_PLUGIN},
-                         {"architecture", "32-bit x86"},
-                         {"entry", "REALPluginMain"},
-                         {"version", KZV_VERSION},
-                         {"not_loaded", "it takes a 32-bit x86 runner to load it"}};
+  const json expected = {
+      {"file", KZV_OTHER_PLUGIN},     {"architecture", "32-bit x86"},
+      {"entry", "REALPluginMain"},    {"version", KZV_VERSION},
+      {"services", ours["services"]}, {"not_loaded", "it takes a 32-bit x86 runner to load it"}};
   EXPECT_EQ(json::parse(run("kzv --json info " KZV_OTHER_PLUGIN).out), expected);
 }
 
