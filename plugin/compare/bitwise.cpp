@@ -9,7 +9,7 @@ namespace kzv::bitwise {
 namespace {
 
 constexpr std::array<std::uint8_t, 1> kZeroMask{};
-constexpr std::size_t kBlock = 1024;
+constexpr std::size_t kBlock = 256;
 
 // Each operation combines a run of bytes that starts at `position` of the data with as many of the mask.
 struct And {
