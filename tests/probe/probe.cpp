@@ -1,5 +1,4 @@
-// A plugin that registers the frame's own tools, so that tests reach them as a host reaches any function,
-// and functions that grow their output, over memory that can be told to refuse.
+// A plugin that registers the frame's own tools, so that tests reach them as a host reaches any function.
 #include "frame/byte_view.h"
 #include "frame/declaration.h"
 #include "frame/exceptions.h"
@@ -7,8 +6,6 @@
 #include "frame/results.h"
 #include "frame/string_builders.h"
 #include "frame/text_view.h"
-#include "handles_control.h"
-#include "markup/functions.h"
 
 namespace kzv {
 namespace {
@@ -64,13 +61,6 @@ KZV_CALLED_BY_HOST REALstringStruct *AddUnit(std::int32_t capacity, std::int32_t
   return builder.Finish();
 }
 
-KZV_CALLED_BY_HOST std::int32_t RefuseHandles(std::int32_t after) {
-  RefuseHandlesAfter(after);
-  return 0;
-}
-
-KZV_CALLED_BY_HOST std::int32_t AskLastHandleSize() { return LastHandleSize(); }
-
 #define METHOD(function, declaration)                                                                        \
   {                                                                                                          \
     reinterpret_cast<void *>(&(function)), nullptr, declares<decltype(function)>(declaration), kMethodFlags, \
@@ -85,12 +75,6 @@ const REALmethodDefinition kMethods[] = {
     METHOD(CopyBlock, "CopyBlock(block as memoryblock) as memoryblock"),
     METHOD(AddName, "AddName(capacity as integer, name as string) as string"),
     METHOD(AddUnit, "AddUnit(capacity as integer, unit as integer) as string"),
-    METHOD(RefuseHandles, "RefuseHandles(after as integer) as integer"),
-    METHOD(AskLastHandleSize, "LastHandleSize() as integer"),
-    METHOD(EncodingToHTML, "EncodingToHTMLKZV(s as string, options as integer = 0) as string"),
-    METHOD(DecodingToHTML, "DecodingFromHTMLKZV(s as string) as string"),
-    METHOD(RemoveHTMLTags, "RemoveHTMLTagsKZV(AsciiTextWithTags as string) as string"),
-    METHOD(SQLReplaceBoolean, "SQLReplaceBooleanKZV(SQL as string) as string"),
     METHOD(Raise, "Raise(withMessage as boolean) as integer"),
 };
 

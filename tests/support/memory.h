@@ -1,5 +1,5 @@
-// The memory of the plugin "kzvfaulty", which is the library linked to an allocator that can be told to
-// refuse.
+// The memory of the plugins "kzvfaulty", which is the library, and "kzvprobe": they are linked to an
+// allocator that can be told to refuse.
 #pragma once
 
 #include <cstddef>
@@ -13,8 +13,9 @@ struct Memory {
   bool for_good = false;                // so are all behind it
   std::size_t refused_from = SIZE_MAX;  // requests of so many bytes and more are refused, too
 
+  std::size_t last_request = 0;  // bytes
   std::size_t last_refused = 0;  // bytes; 0 if nothing was
-  std::set<void *> blocks;       // what the library holds
+  std::set<void *> blocks;       // what the plugins hold
 };
 
 // Not for tests in which several threads call.
