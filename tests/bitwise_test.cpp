@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "support/kernels.h"
-#include "support/random.h"
 
 namespace kzv::bitwise {
 
@@ -32,22 +31,6 @@ TEST(Bitwise, EveryMaskLengthAndOffset) {
         ASSERT_EQ(xored2.at(k), static_cast<char>(xored[k] ^ place)) << length << " " << start;
       }
     }
-  }
-}
-
-TEST(Bitwise, XorTwiceGivesTheDataBack) {
-  auto random = seeded_random();
-  for (std::size_t size = 0; size <= 300; ++size) {
-    std::string data;
-    while (data.size() < size) data += static_cast<char>(random());
-    Guarded mask(data.substr(0, random() % (size + 1)));
-    const auto offset = static_cast<std::int32_t>(random());
-    const auto twice = [&](auto combine) {
-      const auto once = [&](ByteView in, ByteBuffer out) { return combine(in, mask.bytes(), offset, out); };
-      return run_kernel(run_kernel(data, size, once), size, once);
-    };
-    EXPECT_EQ(twice(xor_bytes), data) << size;
-    EXPECT_EQ(twice(xor_bytes_and_positions), data) << size;
   }
 }
 

@@ -36,17 +36,13 @@ TEST(Charsets, EveryUnitAndEveryByte) {
   const std::u16string cp1252 = iso.substr(0, 0x80) + std::u16string(kFrom80) + iso.substr(0xA0);
 
   for (const auto &[charset, table] : {std::pair(kIso8859, iso), std::pair(kCp1252, cp1252)}) {
-    for (std::size_t length = 0; length <= 256; ++length) {
-      EXPECT_EQ(decoded(bytes.substr(0, length), charset), table.substr(0, length));
-      std::string expected;
-      const std::u16string text = length == 0 ? units : cp1252.substr(0, length);
-      for (const char16_t unit : text) {
-        if (const auto at = table.find(unit); at != std::u16string::npos) expected += static_cast<char>(at);
-      }
-      EXPECT_EQ(encoded(text, charset), expected);
+    EXPECT_EQ(decoded(bytes, charset), table);
+    std::string expected;
+    for (const char16_t unit : units) {
+      if (const auto at = table.find(unit); at != std::u16string::npos) expected += static_cast<char>(at);
     }
+    EXPECT_EQ(encoded(units, charset), expected);
   }
-  EXPECT_EQ(decoded(std::string(16, '\x80'), kCp1252), std::u16string(16, u'\u20AC'));
 }
 
 }  // namespace

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "support/kernels.h"
-#include "support/random.h"
-#include "support/twins.h"
 
 namespace kzv::quoted_printable {
 namespace {
@@ -19,20 +17,6 @@ std::string encoded(const std::string &text, std::int32_t line_length = 72) {
   });
 }
 std::string decoded(const std::string &text) { return run_kernel(text, text.size(), decode); }
-
-TEST(QuotedPrintable, RandomTextAgreesWithTheSlowEncoderAndDecodesAgain) {
-  auto random = seeded_random();
-  for (std::size_t length = 0; length <= 300; ++length) {
-    std::string text(length, 'a');  // every other text has long runs of letters
-    for (char &c : text) c = random() % (length % 2 * 15 + 1) == 0 ? "a= \t\r\n\x80"[random() % 7] : 'a';
-    if (length > 0) text.back() = static_cast<char>(length);  // every byte has its turn
-    for (const std::int32_t limit : {-1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 72, 76, 0x7FFFFFFF}) {
-      const auto [expected, lines] = slowly_encoded(text, limit);
-      ASSERT_EQ(encoded(text, limit), expected) << limit;
-      ASSERT_EQ(decoded(expected), lines) << limit;
-    }
-  }
-}
 
 TEST(QuotedPrintable, ByHand) {
   EXPECT_EQ(encoded("a  \r\n\n!~\x7F\x1F\xFF"), "a =20\r\n\r\n!~=7F=1F=FF=\r\n");
