@@ -49,6 +49,7 @@ struct Fault {
   std::function<void(Plugin &, int k)> start;
   std::function<bool(Plugin &, int k)> happened;
   bool on_fresh_plugin = false;  // found services are kept, so looking them up can only fail once
+  bool silences = false;         // services may be missing, REALSetStringEncoding among them
 };
 
 std::vector<Fault> faults() {
@@ -84,20 +85,23 @@ std::vector<Fault> faults() {
                  misbehaviour_was_due, true});
   all.push_back({"silence at first", Kind::kRefuse,
                  [](Plugin &plugin, int k) { plugin.host.settings.silent_look_ups = k; },
-                 [](Plugin &plugin, int k) { return plugin.host.settings.silent_look_ups < k; }, true});
+                 [](Plugin &plugin, int k) { return plugin.host.settings.silent_look_ups < k; }, true, true});
   return all;
 }
 
 // What a call may answer when some of its arguments cannot be read, or their labels not be known: what it
 // does answer when they are missing, empty, or labelled otherwise. And nothing, which is nil.
 std::set<std::string> explained_answers(Plugin &healthy, const Sample &sample, std::size_t times,
-                                        bool labels_may_fail) {
+                                        const Fault &fault) {
+  // Bytes that are not to be had look like ASCII, whatever they are.
+  const bool labels_may_fail = fault.kind != Kind::kThrowBadAlloc && fault.kind != Kind::kThrowOther;
   const Answer whole = sample.call(healthy, {times});
   std::set<std::string> words;
   const auto explain = [&](const Answer &answer) {
     words.insert(answer.words);
-    if (!answer.text || !labels_may_fail) return;
-    // Unlabelled bytes; and where they were to be converted from UTF-16, they stand as they are.
+    if (!answer.text || !fault.silences) return;
+    // Without the service that labels, unlabelled bytes; and where they were to be converted from UTF-16,
+    // they stand as they are.
     words.insert(shown(raw(answer.text->bytes)));
     words.insert(shown(Text{*convert(answer.text->bytes, kEncodingUTF8, kEncodingUTF16), kEncodingUTF8}));
   };
@@ -140,8 +144,6 @@ class Faults : public testing::Test {
                                    << plugin.host.settings.version.value_or(0) << ", texts times " << times)
           .str();
     };
-    // Bytes that are not to be had look like ASCII, whatever they are.
-    const bool labels_may_fail = fault.kind != Kind::kThrowBadAlloc && fault.kind != Kind::kThrowOther;
     const std::size_t blocks_before = memory().blocks.size();
     std::optional<Kind> passed;
     std::string words;
@@ -171,7 +173,7 @@ class Faults : public testing::Test {
     // What a host throws either passes or was std::bad_alloc and is told.
     EXPECT_TRUE(!happened || fault.kind != Kind::kThrowBadAlloc || raised.size() == 1) << where();
     EXPECT_FALSE(happened && fault.kind == Kind::kThrowOther) << where();
-    check_answer(sample, times, labels_may_fail, happened, words, where());
+    check_answer(sample, times, fault, happened, words, where());
     if (!raised.empty()) {
       EXPECT_EQ(raised[0].class_name, "OutOfMemoryException") << where();
       raised_[fault.what].insert({sample.declaration, words, raised[0].message});
@@ -179,14 +181,14 @@ class Faults : public testing::Test {
     return happened;
   }
 
-  void check_answer(const Sample &sample, std::size_t times, bool labels_may_fail, bool happened,
+  void check_answer(const Sample &sample, std::size_t times, const Fault &fault, bool happened,
                     const std::string &words, const std::string &where) {
     if (!happened) {
       EXPECT_EQ(words, sample.call(healthy_, {times}).words) << where;
       return;
     }
-    auto &answers = explained_[{&sample, times, labels_may_fail}];
-    if (answers.empty()) answers = explained_answers(healthy_, sample, times, labels_may_fail);
+    auto &answers = explained_[{&sample, times, fault.kind, fault.silences}];
+    if (answers.empty()) answers = explained_answers(healthy_, sample, times, fault);
     EXPECT_TRUE(answers.contains(words)) << where << words;
   }
 
@@ -195,7 +197,7 @@ class Faults : public testing::Test {
   Failures raised_;
 
  private:
-  std::map<std::tuple<const Sample *, std::size_t, bool>, std::set<std::string>> explained_;
+  std::map<std::tuple<const Sample *, std::size_t, Kind, bool>, std::set<std::string>> explained_;
 };
 
 TEST_F(Faults, OfServicesAndMemoryLeaveWholeAnswersAndNothingBehind) {
@@ -279,11 +281,30 @@ TEST_F(Faults, OfMissingServicesLeaveWholeAnswersAndNothingBehind) {
       Plugin plugin(KZV_FAULTY, version(road.version));
       plugin.host.settings.withheld = withheld;
       plugin.host.settings.withheld.insert(road.withheld.begin(), road.withheld.end());
-      const Fault fault{"without " + *withheld.begin(), Kind::kRefuse, [](Plugin &, int) {},
-                        [](Plugin &, int) { return true; }};
+      const Fault fault{"without " + *withheld.begin(),     Kind::kRefuse, [](Plugin &, int) {},
+                        [](Plugin &, int) { return true; }, false,         true};
       for (const Sample &sample : samples()) call(plugin, sample, 1, fault, 0);
       ASSERT_FALSE(HasFailure());
     }
+  }
+}
+
+// A host without memory is told what there was none for, and is not thrown its own exception.
+TEST(Exceptions, OfAHostWithoutMemoryAreTold) {
+  for (const auto &[service, message, block] :
+       {std::tuple("REALBuildString", "Failed to allocate memory for a string.", false),
+        std::tuple("REALSetStringEncoding", "Failed to allocate memory for a string.", false),
+        std::tuple("newMemoryBlock", "Failed to allocate a memoryblock with 5 bytes in size.", true)}) {
+    Plugin plugin(KZV_FAULTY);
+    plugin.host.settings.misbehaviour = {service, Kind::kThrowBadAlloc};
+    const std::string_view wanted = block ? "_yDecodeMemoryKZV" : "EncodingToURLKZV";
+    const auto sample = std::ranges::find_if(
+        samples(), [=](const Sample &each) { return each.declaration.starts_with(wanted); });
+    EXPECT_EQ(sample->call(plugin).words, block ? shown(Block{"nil"}) : shown(kNil)) << service;
+    const auto raised = plugin.host.take_raised();
+    ASSERT_EQ(raised.size(), 1U) << service;
+    EXPECT_EQ(raised[0].message, message);
+    EXPECT_EQ(plugin.host.ledger.report(), "") << service;
   }
 }
 

@@ -17,6 +17,7 @@ namespace kzv::host {
 namespace {
 
 using std::string_literals::operator""s;
+using std::string_view_literals::operator""sv;
 
 constexpr REALencoding kUnknownEncoding = 0x1234;
 
@@ -158,12 +159,14 @@ TEST(Text, ThatNeedsNoEncodingComesBackAsTheSameObject) {
 // Areas at whose ends, to the byte, memory begins that cannot be touched.
 class Placement {
  public:
-  enum class At : std::uint8_t { kStart, kEnd };
+  // A string whose bytes end where its area does, with `margin` behind them, or begin where it begins, or a
+  // byte behind that, which is an odd address.
+  enum class At : std::uint8_t { kStart, kBehindStart, kEnd };
 
-  // A string whose bytes stand at an end of the area of this number; behind them, `margin`.
   String operator()(const Text &text, std::size_t index, At at, std::string_view margin) {
     const std::string bytes = text.bytes + std::string(margin);
-    std::uint8_t *const start = areas_.at(index).data() + (at == At::kStart ? 0 : kArea - bytes.size());
+    const std::size_t from = at == At::kEnd ? kArea - bytes.size() : at == At::kStart ? 0 : 1;
+    std::uint8_t *const start = areas_.at(index).data() + from;
     std::ranges::copy(bytes, start);
     return String(make_string_of_lent({reinterpret_cast<char *>(start), text.bytes.size()}, text.encoding));
   }
@@ -184,20 +187,26 @@ bool reads_text(std::string_view declaration) {
 }
 
 // Of every length up to three of the widest vectors and one more, so that starts and ends stand anywhere.
+// What stands behind a text is sometimes the zero that a view needs, and sometimes not.
 TEST(Arguments, AreReadWithinTheirBounds) {
+  using enum Placement::At;
   Placement placement;
   for (const double host_version : {2011.5, 2013.03}) {
     Plugin plugin(KZV_PLUGIN, version(host_version));
     for (const Sample &sample : samples()) {
-      const std::string_view margin = reads_text(sample.declaration) ? "&&" : "";
+      const bool text_alone = reads_text(sample.declaration);
       for (std::size_t window = 0; window <= 3 * 64 + 1; ++window) {
         const Answer expected = sample.call(plugin, {.window = window});
-        for (const Placement::At at : {Placement::At::kStart, Placement::At::kEnd}) {
-          const Place place = [&](const Text &text, std::size_t index) {
-            return placement(text, index, at, margin.substr(0, text.encoding == kEncodingUTF16 ? 2 : 1));
-          };
-          ASSERT_EQ(sample.call(plugin, {.window = window, .place = place}), expected)
-              << sample.declaration << " at " << window;
+        for (const Placement::At at : {kStart, kBehindStart, kEnd}) {
+          for (const std::string_view margin : {"&&"sv, "\0\0"sv}) {
+            const Place place = [&](const Text &text, std::size_t index) {
+              const std::size_t unit = text.encoding == kEncodingUTF16 ? 2 : 1;
+              return placement(text, index, at, margin.substr(0, text_alone ? unit : 0));
+            };
+            ASSERT_EQ(sample.call(plugin, {.window = window, .place = place}), expected)
+                << sample.declaration << " at " << window;
+            if (!text_alone) break;
+          }
         }
       }
     }
@@ -322,6 +331,7 @@ TEST(Distances, RefuseTextsWhoseMatrixWouldBeTooLarge) {
     return plugin.host.call(distance, first.get(), second.get());
   };
   EXPECT_EQ(of_length(23169, 23169), 1.0);
+  EXPECT_EQ(of_length(256998, 2088), 1.0 / (2088.0 / 256998.0));  // 2,147,483,644 bytes
   EXPECT_TRUE(plugin.host.take_raised().empty());
   EXPECT_EQ(of_length(16383, 32767), 1.0);
   const auto raised = plugin.host.take_raised();

@@ -154,7 +154,9 @@ TEST_F(Limits, OfSeveralArgumentsDecideWhetherMemoryIsAskedFor) {
     EXPECT_EQ(asked_for([&] { row.call(row.most + 1); }), 0U) << row.what;
     EXPECT_EQ(only_message(), "") << row.what;
   }
-  // Beyond 32 bits.
+  // Beyond 32 bits, where what is left of the number would be little.
+  const String wrapping = lent(zeros, 1431655763, kEncodingBytes);
+  EXPECT_EQ(asked_for([&] { plugin_.call("EncodingToURLKZV(s as string) as string", wrapping); }), 0U);
   EXPECT_EQ(asked_for([&] { joined(std::size_t{2147483647} * (sizeof(void *) == 8 ? 6 : 1)); }), 0U);
 #if defined(__LP64__)
   joined((std::size_t{1} << 32) + 100);  // whose last 32 bits would be little
@@ -175,6 +177,7 @@ TEST_F(Limits, OfViewsLeaveThemEmpty) {
   };
   EXPECT_EQ(wide(536870907), 2147483644U);
   EXPECT_EQ(wide(536870908), 0U);
+  EXPECT_EQ(wide(1073741821), 0U);
 
   Plugin copying(KZV_FAULTY, version(2013.03, {"PluginGetStringData"}));
   const String all = lent(*zeros, 2147483647, kEncodingASCII);

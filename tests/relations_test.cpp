@@ -10,6 +10,8 @@
 namespace kzv {
 namespace {
 
+using std::string_view_literals::operator""sv;
+
 class RandomSource : public Source {
  public:
   using Source::text;

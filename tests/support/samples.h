@@ -91,7 +91,7 @@ inline std::string repeated(std::string_view bytes, std::size_t times) {
 }
 
 inline std::string windowed(const Text &text, std::size_t window) {
-  const std::size_t size = text.bytes.empty() ? 0 : text.encoding == kEncodingUTF16 ? window / 2 * 2 : window;
+  const std::size_t size = text.bytes.empty() ? 0 : window;
   std::string bytes(size, '\0');
   for (std::size_t i = 0; i < size; ++i) bytes[i] = text.bytes[(size + i) % text.bytes.size()];
   return bytes;
