@@ -259,6 +259,9 @@ TEST(Results, OutsideTheLimitsAreNilWithoutAnException) {
   EXPECT_TRUE(probe.host.take_raised().empty());
 }
 
+constexpr char kCopyBlock[] = "CopyBlock(block as memoryblock) as memoryblock";
+using CopyBlock = REALmemoryBlockStruct *(REALmemoryBlockStruct *);
+
 TEST(MemoryBlocks, AreCopiedOrReportedWithTheirSize) {
   const struct {
     std::set<std::string, std::less<>> withheld;
@@ -273,9 +276,7 @@ TEST(MemoryBlocks, AreCopiedOrReportedWithTheirSize) {
   for (const auto &row : rows) {
     Plugin probe(KZV_PROBE, version(2013.03, row.withheld));
     const MemoryBlock block = new_memory_block("a\0z"sv);
-    auto *const copy = probe.function<REALmemoryBlockStruct *(REALmemoryBlockStruct *)>(
-        "CopyBlock(block as memoryblock) as memoryblock");
-    const MemoryBlock result = probe.host.call(copy, block.get());
+    const MemoryBlock result = probe.host.call(probe.function<CopyBlock>(kCopyBlock), block.get());
     const auto raised = probe.host.take_raised();
     ASSERT_EQ(raised.size(), row.message == nullptr ? 0U : 1U);
     if (row.message != nullptr) {
@@ -285,6 +286,41 @@ TEST(MemoryBlocks, AreCopiedOrReportedWithTheirSize) {
       EXPECT_EQ(result->bytes, row.withheld.contains("memoryBlockGetSize") ? "" : "a\0z"s);
     }
     EXPECT_EQ(probe.host.ledger.report(), "");
+  }
+}
+
+TEST(MemoryBlocks, AreLockedBeforeTheyAreLookedInto) {
+  for (const char *const service : {"memoryBlockGetSize", "memoryBlockGetPtr"}) {
+    Plugin probe(KZV_PROBE);
+    const MemoryBlock block = new_memory_block("abc");
+    probe.host.settings.misbehaviour = {service, Misbehaviour::Kind::kThrowOther};
+    EXPECT_THROW(probe.host.call(probe.function<CopyBlock>(kCopyBlock), block.get()), HostFailure);
+    EXPECT_EQ(probe.host.ledger.objects.taken.value(), 1) << service;
+    EXPECT_EQ(probe.host.ledger.report(), "");
+  }
+}
+
+TEST(MemoryBlocks, AreMadeOnceTheyCanBeGivenBack) {
+  for (int k = 1; k <= 3; ++k) {
+    Plugin probe(KZV_PROBE);
+    probe.host.settings.misbehaviour = {"resolver", Misbehaviour::Kind::kThrowOther, k};
+    EXPECT_THROW(probe.host.call(probe.function<CopyBlock>(kCopyBlock), nullptr), HostFailure) << k;
+    EXPECT_EQ(probe.host.ledger.report(), "") << k;
+  }
+}
+
+TEST(Arguments, ThatTheHostRefusesAreAbsentAndNotCopied) {
+  using enum Misbehaviour::Kind;
+  for (const auto kind : {kRefuse, kNoBytes}) {
+    Plugin plugin(KZV_PLUGIN);
+    auto *const compare = plugin.function<std::int32_t(REALstringStruct *, REALstringStruct *)>(
+        "StrCompBytesKZV(a as string, b as string) as integer");
+    const String text = new_string("a", kEncodingUTF8);
+    const String empty = new_string("", kEncodingUTF8);
+    plugin.host.settings.misbehaviour = {"PluginGetStringData", kind};
+    EXPECT_EQ(plugin.host.call(compare, text.get(), empty.get()), -1);
+    EXPECT_EQ(plugin.host.times_asked_for("StringGetCString"), 0);
+    EXPECT_EQ(plugin.host.ledger.report(), "");
   }
 }
 
@@ -303,10 +339,13 @@ TEST(RaisedExceptions, TakeTheClassThatTheHostHas) {
       {{"REALSetPropValueString"}, true, {"OutOfMemoryException", ""}},
       {{"REALBuildString"}, true, {"OutOfMemoryException", ""}},
   };
+  // Any bit of the low byte means true, those above nothing.
+  unsigned bit = 1;
   for (const auto &row : rows) {
     Plugin probe(KZV_PROBE, version(2013.03, row.withheld));
     auto *const raise = probe.function<std::int32_t(REALboolean)>("Raise(withMessage as boolean) as integer");
-    probe.host.call(raise, static_cast<REALboolean>(row.with_message ? 0x100U + 7U : 0x100U));
+    probe.host.call(raise, static_cast<REALboolean>(row.with_message ? 0x100U | bit : 0x100U));
+    bit <<= 1;
     const auto raised = probe.host.take_raised();
     ASSERT_EQ(raised.size(), row.raised.empty() ? 0U : 1U);
     if (!raised.empty()) {

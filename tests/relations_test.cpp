@@ -23,10 +23,10 @@ class RandomSource : public Source {
   // Of a few letters, dense or sparse, with lengths around those of what is done at once.
   std::string text(std::size_t longest) override {
     static constexpr std::pair<std::size_t, std::size_t> kLengths[] = {{0, 200}, {1001, 1030}, {4090, 5000}};
-    static constexpr std::string_view kPieces[] = {" ",     "'",         "\"",   "\\",   "(", "true", "FALSE",
-                                                   "n",     "<",         ">",    "=",    "%", "+",    "_",
-                                                   "\t",    "\r",        "\n",   "=\n",  "&", ";",    "&lt;",
-                                                   "&#65;", "&thetasym", "\x80", "\xE9", "B", "z",    "\x1F"};
+    static constexpr std::string_view kPieces[] = {
+        "\0"sv, " ",    "'",     "\"",        "\\",   "(",    "true", "FALSE", "n",   "<",
+        ">",    "=",    "%",     "+",         "_",    "\t",   "\r",   "\n",    "=\n", "&",
+        ";",    "&lt;", "&#65;", "&thetasym", "\x80", "\xE9", "B",    "z",     "\x1F"};
     const auto [least, most] = kLengths[number(0, 3) % 3];
     const std::size_t length = size(std::min(least, longest), std::min(most, longest));
     const std::int64_t spread = std::array{1, 2, 16, 300}[size(0, 3)];
