@@ -339,13 +339,10 @@ TEST(RaisedExceptions, TakeTheClassThatTheHostHas) {
       {{"REALSetPropValueString"}, true, {"OutOfMemoryException", ""}},
       {{"REALBuildString"}, true, {"OutOfMemoryException", ""}},
   };
-  // Any bit of the low byte means true, those above nothing.
-  unsigned bit = 1;
   for (const auto &row : rows) {
     Plugin probe(KZV_PROBE, version(2013.03, row.withheld));
     auto *const raise = probe.function<std::int32_t(REALboolean)>("Raise(withMessage as boolean) as integer");
-    probe.host.call(raise, static_cast<REALboolean>(row.with_message ? 0x100U | bit : 0x100U));
-    bit <<= 1;
+    probe.host.call(raise, static_cast<REALboolean>(row.with_message ? 0x101U : 0x100U));
     const auto raised = probe.host.take_raised();
     ASSERT_EQ(raised.size(), row.raised.empty() ? 0U : 1U);
     if (!raised.empty()) {
@@ -354,6 +351,16 @@ TEST(RaisedExceptions, TakeTheClassThatTheHostHas) {
       EXPECT_EQ(raised[0].error_number, 0);
     }
     EXPECT_EQ(probe.host.ledger.report(), "");
+  }
+}
+
+// Any bit of the low byte makes a boolean true, those above none.
+TEST(RaisedExceptions, HaveTheirMessageIfABooleanSaysSo) {
+  Plugin probe(KZV_PROBE);
+  auto *const raise = probe.function<std::int32_t(REALboolean)>("Raise(withMessage as boolean) as integer");
+  for (unsigned bit = 1; bit < 0x200; bit *= 2) {
+    probe.host.call(raise, static_cast<REALboolean>(bit));
+    EXPECT_EQ(probe.host.take_raised().at(0).message, bit < 0x100 ? "It is full." : "") << bit;
   }
 }
 
