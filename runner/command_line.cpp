@@ -1,8 +1,8 @@
 #include "command_line.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
-#include <iterator>
 
 #include "shown.h"
 #include "usage.h"
@@ -17,54 +17,48 @@ bool looks_like_option(std::string_view word) {
   return word.size() > 1 && word.front() == '-' && !number;
 }
 
-const OptionRow &find_option(std::string_view name) {
-  const auto rows = option_rows();
-  const auto found = std::ranges::find(rows, name == "-h" ? "--help" : name, &OptionRow::name);
-  if (found == rows.end()) {
-    throw UsageError("unknown option " + host::shown(name) +
-                     "; kzv --help shows the options, and -- goes before arguments that begin with \"-\"");
-  }
-  return *found;
-}
-
-using Word = std::vector<std::string>::const_iterator;
-
-// Reads the option that `word` begins with, and moves on to the last word that belongs to it.
-void read_option(Word &word, Word end, CommandLine &line) {
-  const std::size_t equals = word->find('=');
-  const OptionRow &option = find_option(std::string_view(*word).substr(0, equals));
+// `values` has one for each time that the option is given, empty where there is none.
+const std::string &only_value(const OptionRow &option, const std::vector<std::string> &values) {
   const std::string name(option.name);
-  const bool given_at_once = equals != std::string::npos;
   if (option.takes == Takes::kNothing) {
-    if (given_at_once) throw UsageError(name + " takes no value");
-    line.options[option.name];
-    return;
-  }
-  if (line.has(option.name)) throw UsageError(name + " is given twice");
-  if (given_at_once) {
-    line.options[option.name] = word->substr(equals + 1);
-    return;
-  }
-  if (std::next(word) == end || looks_like_option(*std::next(word))) {
+    for (const std::string &value : values)
+      if (!value.empty()) throw UsageError(name + " takes no value");
+  } else if (values.front().empty()) {
     throw UsageError(name + " needs a value: " + with_value(option) + ", or " + name +
                      "=... for one that begins with \"-\"");
+  } else if (values.size() > 1) {
+    throw UsageError(name + " is given twice");
   }
-  line.options[option.name] = *++word;
+  return values.front();
 }
 
 }  // namespace
 
-CommandLine read_command_line(const std::vector<std::string> &words) {
+CommandLine read_command_line(std::vector<std::string> words) {
   CommandLine line;
-  const auto dashes = std::ranges::find(words, "--");
-  for (auto word = words.begin(); word != dashes; ++word) {
-    if (looks_like_option(*word)) {
-      read_option(word, dashes, line);
-    } else {
-      line.words.push_back(*word);
-    }
+  CLI::App app;
+  app.allow_extras()->set_help_flag();
+  for (const OptionRow &row : option_rows()) {
+    const auto take = [&](const CLI::results_t &values) {
+      line.options[row.name] = only_value(row, values);
+      return true;
+    };
+    // CLI11 gives the next option to one that must have a value; to one that may have, it does not.
+    app.add_option((row.name == "--help" ? "-h," : "") + std::string(row.name), take)
+        ->expected(0, row.takes == Takes::kNothing ? 0 : 1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   }
-  if (dashes != words.end()) line.words.insert(line.words.end(), std::next(dashes), words.end());
+  std::ranges::reverse(words);  // as CLI11 takes them
+  app.parse(std::move(words));
+
+  line.words = app.remaining();
+  const auto dashes = std::ranges::find(line.words, "--");
+  const auto unknown = std::find_if(line.words.begin(), dashes, looks_like_option);
+  if (unknown != dashes) {
+    throw UsageError("unknown option " + host::shown(*unknown) +
+                     "; kzv --help shows the options, and -- goes before arguments that begin with \"-\"");
+  }
+  if (dashes != line.words.end()) line.words.erase(dashes);
   if (line.has("--hex") && line.has("--json")) throw UsageError("--hex excludes --json");
   return line;
 }

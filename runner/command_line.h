@@ -16,6 +16,6 @@ struct CommandLine {
 };
 
 // Options may stand anywhere before "--". Throws UsageError.
-CommandLine read_command_line(const std::vector<std::string> &words);
+CommandLine read_command_line(std::vector<std::string> words);
 
 }  // namespace kzv::runner
