@@ -21,7 +21,10 @@ consteval cpu::Escaping make_escaping(bool space_is_plus, bool escape_plus) {
     if (byte == '+') return escape_plus;
     return !is_kept(byte);
   };
-  return cpu::Escaping('%', is_escaped, space_is_plus ? ' ' : 'A', space_is_plus ? '+' : 'A');
+  constexpr std::uint8_t kAnyKept = 'A';
+  const std::uint8_t from = space_is_plus ? std::uint8_t{' '} : kAnyKept;
+  const std::uint8_t to = space_is_plus ? std::uint8_t{'+'} : kAnyKept;
+  return {'%', is_escaped, from, to};
 }
 
 // One for each value of the two option bits.
