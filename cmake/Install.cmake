@@ -3,8 +3,10 @@
 # The prefix may be told as late as at installing.
 install(CODE "
   set(plugin_folder ${KZV_PLUGIN_FOLDER})
+  set(zsh_folder site-functions)
   if(CMAKE_INSTALL_PREFIX MATCHES \"/usr/?$\")
     set(plugin_folder ${KZV_SYSTEM_PLUGIN_FOLDER})
+    set(zsh_folder vendor-completions)
   endif()")
 install(TARGETS kzvstrings LIBRARY DESTINATION "\${plugin_folder}"
   PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
@@ -12,7 +14,7 @@ install(TARGETS kzvstrings LIBRARY DESTINATION "\${plugin_folder}"
 # The folder keeps its shape, for the files link to one another.
 set(documents ${CMAKE_INSTALL_DOCDIR}/docs)
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(FILES docs/functions.md docs/design.md DESTINATION ${documents})
+install(FILES docs/functions.md docs/design.md docs/speed.svg DESTINATION ${documents})
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} RENAME copyright)
 
 # All that has to be built before.
@@ -29,6 +31,11 @@ if(TARGET kzv)
   install(FILES ${PROJECT_BINARY_DIR}/kzv.bash
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME kzv)
   install(FILES ${PROJECT_BINARY_DIR}/kzv.zsh
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions RENAME _kzv)
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/\${zsh_folder}" RENAME _kzv)
+  # The runner contains these libraries, whose licences want to be told with it.
+  foreach(library libcli11-dev nlohmann-json3-dev)
+    install(FILES /usr/share/doc/${library}/copyright
+      DESTINATION ${CMAKE_INSTALL_DOCDIR}/licences RENAME ${library})
+  endforeach()
   add_dependencies(to_install kzv kzv_documents)
 endif()
