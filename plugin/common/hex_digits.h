@@ -20,16 +20,17 @@ inline constexpr std::array<std::uint8_t, 256> kDigitValues = [] {
   return values;
 }();
 
-// The two digits of each byte, the first one in the low byte as on every processor of ours.
-consteval std::array<std::uint16_t, 256> make_hex_pairs() {
-  std::array<std::uint16_t, 256> pairs{};
+// The two digits of each byte.
+using HexPair = std::array<char, 2>;
+
+consteval std::array<HexPair, 256> make_hex_pairs() {
+  std::array<HexPair, 256> pairs{};
   for (std::size_t byte = 0; byte < pairs.size(); ++byte) {
-    const int second = kHexDigits[byte & 15];
-    pairs[byte] = static_cast<std::uint16_t>(kHexDigits[byte >> 4] + 256 * second);
+    pairs[byte] = {kHexDigits[byte >> 4], kHexDigits[byte & 15]};
   }
   return pairs;
 }
-inline constexpr std::array<std::uint16_t, 256> kHexPairs = make_hex_pairs();
+inline constexpr std::array<HexPair, 256> kHexPairs = make_hex_pairs();
 
 // What one byte is replaced with. Four bytes wide so that it is written with one store.
 struct Escape {

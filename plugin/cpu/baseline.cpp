@@ -1,3 +1,4 @@
+#include <bit>
 #include <cstring>
 #include <emmintrin.h>
 
@@ -184,7 +185,7 @@ std::size_t escape(const std::uint8_t *bytes, std::size_t blocks, const std::uin
     for (unsigned k = 0; k < 8; ++k) {
       // The introducer and the two digits in one store, of which the first byte counts or all three.
       const bool escaped = (bits >> k & 1) != 0;
-      const auto digits = static_cast<std::uint32_t>(kHexPairs[bytes[k]]) << 8;
+      const auto digits = std::uint32_t{std::bit_cast<std::uint16_t>(kHexPairs[bytes[k]])} << 8;
       const std::uint32_t form = digits | static_cast<std::uint8_t>(escaped ? introducer : bytes[k]);
       std::memcpy(next, &form, sizeof form);
       next += escaped ? 3 : 1;

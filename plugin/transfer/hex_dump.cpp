@@ -12,16 +12,6 @@ namespace {
 
 constexpr std::uint64_t kMaxSize = 2'147'483'647;
 
-using Pair = std::array<char, 2>;
-consteval std::array<Pair, 256> make_pairs() {
-  std::array<Pair, 256> pairs{};
-  for (std::size_t byte = 0; byte < pairs.size(); ++byte) {
-    pairs[byte] = {kHexDigits[byte >> 4], kHexDigits[byte & 15]};
-  }
-  return pairs;
-}
-constexpr std::array<Pair, 256> kPairs = make_pairs();
-
 std::uint8_t *append(std::uint8_t *to, ByteView text) { return std::copy(text.begin(), text.end(), to); }
 
 ByteView filler_of(const Shape &shape) {
@@ -33,11 +23,11 @@ ByteView filler_of(const Shape &shape) {
 void write_digits(ByteView input, std::size_t first, std::size_t count, std::uint8_t *to) {
   const std::uint8_t *from = input.data() + first / 2;
   if (first % 2 != 0) {
-    *to++ = static_cast<std::uint8_t>(kPairs[*from++][1]);
+    *to++ = static_cast<std::uint8_t>(kHexPairs[*from++][1]);
     --count;
   }
-  for (; count >= 2; count -= 2, to += 2) std::memcpy(to, &kPairs[*from++], sizeof(Pair));
-  if (count > 0) *to = static_cast<std::uint8_t>(kPairs[*from][0]);
+  for (; count >= 2; count -= 2, to += 2) std::memcpy(to, &kHexPairs[*from++], sizeof(HexPair));
+  if (count > 0) *to = static_cast<std::uint8_t>(kHexPairs[*from][0]);
 }
 
 // The measures of a shape that has a `dump_size`, all of which therefore fit.
@@ -65,7 +55,7 @@ class Layout {
     std::uint8_t *to = line + shape_.linestart.size();
     if (group_digits_ == 1) {
       for (const std::size_t end = digit + groups_; digit < end; ++digit) {
-        *to = static_cast<std::uint8_t>(kPairs[input[digit / 2]][digit % 2]);
+        *to = static_cast<std::uint8_t>(kHexPairs[input[digit / 2]][digit % 2]);
         to += stride_;
       }
       return;
@@ -74,7 +64,7 @@ class Layout {
       // A byte for each group is what most dumps are.
       const ByteView bytes = input.subspan(digit / 2, groups_);
       for (const std::uint8_t byte : bytes) {
-        std::memcpy(to, &kPairs[byte], sizeof(Pair));
+        std::memcpy(to, &kHexPairs[byte], sizeof(HexPair));
         to += stride_;
       }
       return;
