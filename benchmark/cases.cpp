@@ -223,7 +223,7 @@ std::string decoded_subject(const std::string &text) {
 }
 
 std::size_t decode_html(const KernelInput &in, ByteBuffer out) {
-  return 2 * html::decode(in.units, {reinterpret_cast<Unit *>(out.data()), out.size() / 2});
+  return 2 * html::decode(in.units, {reinterpret_cast<CodeUnit *>(out.data()), out.size() / 2});
 }
 
 template <const charsets::Charset &kSet>
@@ -485,7 +485,7 @@ std::vector<Function> make_functions() {
       in_sizes(kNumber, row(
                             "number", "StrKZV(d as double) as string", prepare<S, double>,
                             [](const KernelInput &in, ByteBuffer out) {
-                              return numbers::fixed(in.real, text_room<numbers::kFixedRoom>(out));
+                              return numbers::fixed(in.real, text_room<numbers::kFixedBound>(out));
                             },
                             number_kinds({}))),
       in_sizes(kNumber, row(
@@ -493,7 +493,7 @@ std::vector<Function> make_functions() {
                             prepare<S, double, I>,
                             [](const KernelInput &in, ByteBuffer out) {
                               return numbers::scientific(in.real, in.integers[0],
-                                                         text_room<numbers::kScientificRoom>(out));
+                                                         text_room<numbers::kScientificBound>(out));
                             },
                             number_kinds({6}))),
       row("concatenation",
@@ -517,16 +517,16 @@ KernelInput::KernelInput(const Arguments &arguments) {
       const std::string units_of =
           host::convert(text->bytes, text->encoding, kEncodingUTF16).value_or(std::string());
       if (texts.size() == 1) utf16 = units_of;
-      const UnitView view(reinterpret_cast<const Unit *>(units_of.data()), units_of.size() / 2);
+      const CodeUnitView view(reinterpret_cast<const CodeUnit *>(units_of.data()), units_of.size() / 2);
       std::vector<std::uint32_t> &letters = wide.emplace_back();
-      for (const Unit unit : view) letters.push_back(unit.value);
+      for (const CodeUnit unit : view) letters.push_back(unit.value);
     } else if (const std::int32_t *const integer = std::get_if<std::int32_t>(&value)) {
       integers.push_back(*integer);
     } else {
       real = std::get<double>(value);
     }
   }
-  units = {reinterpret_cast<const Unit *>(utf16.data()), utf16.size() / 2};
+  units = {reinterpret_cast<const CodeUnit *>(utf16.data()), utf16.size() / 2};
 }
 
 const std::vector<Function> &functions() {

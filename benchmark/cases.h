@@ -3,7 +3,7 @@
 
 #include <functional>
 
-#include "bytes.h"
+#include "base/bytes.h"
 #include "calls.h"
 #include "inputs.h"
 
@@ -16,7 +16,7 @@ struct KernelInput {
   KernelInput &operator=(const KernelInput &) = delete;
 
   std::vector<ByteView> texts;
-  UnitView units;  // the first text
+  CodeUnitView units;  // the first text
   std::vector<std::vector<std::uint32_t>> wide;
   std::string utf16;  // what `units` shows
   std::vector<std::int32_t> integers;

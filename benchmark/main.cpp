@@ -8,7 +8,7 @@
 #include <malloc.h>
 #include <regex>
 
-#include "level.h"
+#include "cpu/level.h"
 #include "measure.h"
 #include "scaling.h"
 

@@ -7,7 +7,7 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "level.h"
+#include "cpu/level.h"
 
 namespace kzv::bench {
 namespace {

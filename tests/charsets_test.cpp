@@ -8,10 +8,11 @@ namespace kzv::charsets {
 namespace {
 
 std::string encoded(std::u16string_view text, const Charset &charset) {
-  return run_kernel({reinterpret_cast<const char *>(text.data()), text.size() * 2}, text.size(),
-                    [&](ByteView in, ByteBuffer out) {
-                      return encode({reinterpret_cast<const Unit *>(in.data()), in.size() / 2}, charset, out);
-                    });
+  return run_kernel(
+      {reinterpret_cast<const char *>(text.data()), text.size() * 2}, text.size(),
+      [&](ByteView in, ByteBuffer out) {
+        return encode({reinterpret_cast<const CodeUnit *>(in.data()), in.size() / 2}, charset, out);
+      });
 }
 
 std::u16string decoded(std::string_view bytes, const Charset &charset) {

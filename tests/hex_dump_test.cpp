@@ -9,7 +9,7 @@ namespace kzv::hex_dump {
 namespace {
 
 std::string dumped(const std::string &input, const Shape &shape) {
-  return run_kernel(input, dump_size(input.size(), shape).value(),
+  return run_kernel(input, dump_bound(input.size(), shape).value(),
                     [&](ByteView in, ByteBuffer out) { return dump(in, shape, out); });
 }
 
@@ -24,7 +24,7 @@ TEST(HexDump, SizesStopAtTheLimit) {
   constexpr int kLimit = 2'147'483'647;
   const auto size = [byte = std::uint8_t{}](std::size_t bytes, int hexlen, int linelen, std::size_t start,
                                             std::size_t spacer, std::size_t filler) {
-    return dump_size(bytes, {hexlen, linelen, {&byte, start}, {}, {&byte, spacer}, {&byte, filler}});
+    return dump_bound(bytes, {hexlen, linelen, {&byte, start}, {}, {&byte, spacer}, {&byte, filler}});
   };
   EXPECT_EQ(size(1, kLimit - 2, 1, 1, 0, 0), kLimit - 1);
   EXPECT_EQ(size(1, 1, 2, 0, kLimit - 3, 0), kLimit - 1);

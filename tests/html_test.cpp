@@ -12,10 +12,12 @@ namespace {
 std::string_view bytes_of(std::u16string_view text) {
   return {reinterpret_cast<const char *>(text.data()), text.size() * 2};
 }
-UnitView units_of(ByteView bytes) { return {reinterpret_cast<const Unit *>(bytes.data()), bytes.size() / 2}; }
+CodeUnitView units_of(ByteView bytes) {
+  return {reinterpret_cast<const CodeUnit *>(bytes.data()), bytes.size() / 2};
+}
 
 // Encodes into pieces of `room` bytes.
-std::string encoded(std::u16string_view text, bool keep_ascii, std::uint64_t room = encode_room(0x10000)) {
+std::string encoded(std::u16string_view text, bool keep_ascii, std::uint64_t room = encode_bound(0x10000)) {
   std::string result;
   while (!text.empty()) {
     Progress progress{};
@@ -31,11 +33,11 @@ std::string encoded(std::u16string_view text, bool keep_ascii, std::uint64_t roo
 
 std::u16string decoded(std::u16string_view text) {
   const std::string bytes =
-      run_kernel(bytes_of(text), text.size() * sizeof(Unit), [](ByteView in, ByteBuffer out) {
-        return sizeof(Unit) *
-               decode(units_of(in), {reinterpret_cast<Unit *>(out.data()), out.size() / sizeof(Unit)});
+      run_kernel(bytes_of(text), text.size() * sizeof(CodeUnit), [](ByteView in, ByteBuffer out) {
+        return sizeof(CodeUnit) * decode(units_of(in), {reinterpret_cast<CodeUnit *>(out.data()),
+                                                        out.size() / sizeof(CodeUnit)});
       });
-  std::u16string result(bytes.size() / sizeof(Unit), u'\0');
+  std::u16string result(bytes.size() / sizeof(CodeUnit), u'\0');
   std::memcpy(result.data(), bytes.data(), bytes.size());
   return result;
 }
@@ -57,7 +59,7 @@ TEST(Html, EveryUnitEncodesAndDecodes) {
 
 TEST(Html, OneMarkIsDropped) {
   Guarded in(bytes_of(u"\uFEFF\uFFFEa\uFEFF"));
-  UnitView text = units_of(in.bytes());
+  CodeUnitView text = units_of(in.bytes());
   for (const unsigned left : {3U, 2U, 2U}) EXPECT_EQ((text = without_mark(text)).size(), left);
   EXPECT_EQ(without_mark(text.last(0)).size(), 0U);
 }

@@ -1,7 +1,7 @@
 // Runs the kernel tests with one vector level: kernel_tests LEVEL.
 #include <gtest/gtest.h>
 
-#include "level.h"
+#include "cpu/level.h"
 
 int main(int argc, char **argv) {
   testing::InitGoogleTest(&argc, argv);

@@ -1,5 +1,5 @@
 // Only row 0 compiles: in every other the declaration is wrong about the function. A test compiles each.
-#include "frame/declaration.h"
+#include "declaration.h"
 
 #if ROW != 8
 double Function(REALstringStruct *, std::int32_t, REALboolean, REALmemoryBlockStruct *);

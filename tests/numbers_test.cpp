@@ -12,15 +12,15 @@
 
 namespace kzv::numbers {
 static std::string fixed_text(double value) {
-  std::array<char, kFixedRoom> text;
+  std::array<char, kFixedBound> text;
   return {text.data(), fixed(value, text)};
 }
 
 // The text must equal what is kept of the formatted print; beyond 1200 digits that does not change.
 static void expect_scientific(double value, int digits) {
-  std::array<char, kScientificRoom + 1> expected;
+  std::array<char, kScientificBound + 1> expected;
   snprintf(expected.data(), expected.size(), "%.*e", digits < 0 ? 6 : std::min(digits, 1200), value);
-  std::array<char, kScientificRoom> text;
+  std::array<char, kScientificBound> text;
   EXPECT_EQ(std::string(text.data(), scientific(value, digits, text)), expected.data()) << digits;
 }
 

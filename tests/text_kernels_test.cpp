@@ -23,12 +23,12 @@ template <std::size_t (*kernel)(ByteView, ByteBuffer), std::uint64_t (*room)(std
 std::string run(std::string_view text) {
   return run_kernel(text, room(text.size()), kernel);
 }
-constexpr Rewriting to_hex = run<hex::encode, hex::encode_room>;
-constexpr Rewriting from_hex = run<hex::decode, hex::decode_room>;
+constexpr Rewriting to_hex = run<hex::encode, hex::encode_bound>;
+constexpr Rewriting from_hex = run<hex::decode, hex::decode_bound>;
 std::string subject(std::string_view text) {
   Guarded guarded(text);
   if (!mail_subject::needs_encoding(guarded.bytes())) return "as it is";
-  EXPECT_LE(mail_subject::encoded_size(guarded.bytes()), mail_subject::max_encoded_size(text.size()));
+  EXPECT_LE(mail_subject::encoded_size(guarded.bytes()), mail_subject::encode_bound(text.size()));
   return run_kernel(text, mail_subject::encoded_size(guarded.bytes()), mail_subject::encode);
 }
 std::string tags_replaced(std::string_view text) {

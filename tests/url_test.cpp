@@ -10,7 +10,7 @@ namespace {
 using std::string_literals::operator""s;
 
 std::string encoded(std::string_view text, std::uint32_t options = 0) {
-  return run_kernel(text, encode_room(text.size()),
+  return run_kernel(text, encode_bound(text.size()),
                     [=](ByteView in, ByteBuffer out) { return encode(in, options, out); });
 }
 

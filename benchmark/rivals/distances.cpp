@@ -14,8 +14,8 @@ double real(std::size_t number) { return static_cast<double>(number); }
 double LoopJaroWinkler(REALstringStruct *s, REALstringStruct *t) {
   rbText first(s);
   rbText second(t);
-  const UnitView a = first.utf16();
-  const UnitView b = second.utf16();
+  const CodeUnitView a = first.utf16();
+  const CodeUnitView b = second.utf16();
   const std::size_t window = std::max(std::max(a.size(), b.size()) / 2, std::size_t{1}) - 1;
   std::vector<char> matched_a(a.size());
   std::vector<char> matched_b(b.size());
@@ -49,8 +49,8 @@ template <bool kAllRows>
 double LoopEditDistance(REALstringStruct *s, REALstringStruct *t) {
   rbText first(s);
   rbText second(t);
-  const UnitView a = first.utf16();
-  const UnitView b = second.utf16();
+  const CodeUnitView a = first.utf16();
+  const CodeUnitView b = second.utf16();
   const std::size_t width = b.size() + 1;
   std::vector<std::int32_t> cells((kAllRows ? a.size() + 1 : 3) * width);
   const auto row = [&](std::size_t i) { return cells.data() + (kAllRows ? i : i % 3) * width; };

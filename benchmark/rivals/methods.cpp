@@ -1,4 +1,4 @@
-#include "frame/methods.h"
+#include "methods.h"
 
 #include <vector>
 

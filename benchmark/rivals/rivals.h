@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "declaration.h"
 #include "frame/byte_view.h"
-#include "frame/declaration.h"
 #include "frame/results.h"
 #include "frame/text_view.h"
 

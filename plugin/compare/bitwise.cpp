@@ -1,4 +1,4 @@
-#include "bitwise.h"
+#include "compare/bitwise.h"
 
 #include <algorithm>
 #include <array>

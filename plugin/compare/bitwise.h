@@ -2,7 +2,7 @@
 // number; the output must not overlap the inputs. An empty mask is one zero byte.
 #pragma once
 
-#include "bytes.h"
+#include "base/bytes.h"
 
 namespace kzv::bitwise {
 

@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <limits>
 
-#include "distance.h"
-#include "symbol_table.h"
-#include "work_memory.h"
+#include "compare/distance.h"
+#include "compare/symbol_table.h"
+#include "compare/work_memory.h"
 
 namespace kzv::distance {
 namespace {

@@ -1,8 +1,8 @@
 #include <algorithm>
 
-#include "distance.h"
-#include "symbol_table.h"
-#include "work_memory.h"
+#include "compare/distance.h"
+#include "compare/symbol_table.h"
+#include "compare/work_memory.h"
 
 namespace kzv::distance {
 namespace {

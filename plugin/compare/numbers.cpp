@@ -1,4 +1,4 @@
-#include "numbers.h"
+#include "compare/numbers.h"
 
 #include <algorithm>
 #include <array>
@@ -23,7 +23,7 @@ std::size_t write_word(double value, std::span<char> output) {
 
 }  // namespace
 
-std::size_t fixed(double value, std::span<char, kFixedRoom> output) {
+std::size_t fixed(double value, std::span<char, kFixedBound> output) {
   if (!std::isfinite(value)) return write_word(value, output);
   char *const begin = output.data();
   char *const limit = begin + output.size();
@@ -41,7 +41,7 @@ std::size_t fixed(double value, std::span<char, kFixedRoom> output) {
   return static_cast<std::size_t>(end - begin);
 }
 
-std::size_t scientific(double value, std::int32_t digits, std::span<char, kScientificRoom> output) {
+std::size_t scientific(double value, std::int32_t digits, std::span<char, kScientificBound> output) {
   if (!std::isfinite(value)) return write_word(value, output);
   const std::int32_t precision = digits < 0 ? 6 : std::min(digits, kSignificantDigits);
   // Sign, digit, point, the digits behind it and an exponent of up to five characters.

@@ -1,11 +1,11 @@
-#include "ordering.h"
+#include "compare/ordering.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cstring>
 
-#include "marks.h"
+#include "scan/marks.h"
 
 namespace kzv::ordering {
 namespace {
@@ -94,7 +94,7 @@ std::size_t count_two_way(ByteView text, ByteView needle) {
 
 // Marks the positions from `at` on where the needle's first and last byte stand at their places, for at most
 // all the masks; returns the number of positions that were looked at.
-std::size_t find_candidates(ByteView text, ByteView needle, std::size_t at, cpu::Masks &masks) {
+std::size_t find_candidates(ByteView text, ByteView needle, std::size_t at, scan::Masks &masks) {
   const std::size_t distance = needle.size() - 1;
   const std::size_t left = text.size() - distance - at;
   const std::uint8_t *const from = text.data() + at;
@@ -104,10 +104,10 @@ std::size_t find_candidates(ByteView text, ByteView needle, std::size_t at, cpu:
     return blocks * cpu::kBlock;
   }
   std::array<std::uint8_t, 2 * cpu::kBlock> last;  // the bytes at both ends
-  cpu::level().read_part(from, left, last.data());
-  cpu::level().read_part(from + distance, left, last.data() + cpu::kBlock);
+  cpu::level().load_partial(from, left, last.data());
+  cpu::level().load_partial(from + distance, left, last.data() + cpu::kBlock);
   cpu::level().find_pair(last.data(), 1, needle.front(), needle.back(), cpu::kBlock, masks.data());
-  masks[0] &= cpu::bits_below(left);
+  masks[0] &= scan::bits_below(left);
   return left;
 }
 
@@ -115,7 +115,7 @@ std::size_t find_candidates(ByteView text, ByteView needle, std::size_t at, cpu:
 class Head {
  public:
   explicit Head(ByteView needle)
-      : size_(std::min(needle.size(), sizeof bytes_)), mask_(cpu::bits_below(size_ * 8)) {
+      : size_(std::min(needle.size(), sizeof bytes_)), mask_(scan::bits_below(size_ * 8)) {
     std::memcpy(&bytes_, needle.data(), size_);
   }
   [[nodiscard]] std::size_t size() const { return size_; }
@@ -141,7 +141,7 @@ std::size_t count_filtered(ByteView text, ByteView needle) {
   const std::size_t positions = text.size() - needle.size() + 1;
   const Head head(needle);
 
-  cpu::Masks masks;
+  scan::Masks masks;
   std::size_t total = 0;
   std::uint64_t wasted = 0;  // in 64 bits: a long needle can waste more than memory has bytes
   std::size_t next = 0;      // the first position that no match covers

@@ -1,7 +1,7 @@
 // Byte order of two texts and the number of times that one occurs in the other.
 #pragma once
 
-#include "bytes.h"
+#include "base/bytes.h"
 
 namespace kzv::ordering {
 

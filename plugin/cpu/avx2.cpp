@@ -3,8 +3,8 @@
 #include <cstring>
 #include <immintrin.h>
 
-#include "hex_digits.h"
-#include "levels.h"
+#include "base/hex_digits.h"
+#include "cpu/levels.h"
 
 #define KZV_AVX2 __attribute__((target("avx2,bmi2,popcnt")))
 
@@ -132,8 +132,8 @@ KZV_AVX2 __m256i digit_values(__m256i text) {
                          _mm256_and_si256(letter_value, is_at_most(letter, 5)));
 }
 
-KZV_AVX2 void unescape_avx2(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
-                            std::uint8_t *output) {
+KZV_AVX2 void decode_escapes_avx2(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                                  std::uint8_t *output) {
   for (std::size_t at = 0; at < blocks * kBlock; at += 32) {
     const __m256i high = _mm256_slli_epi16(digit_values(load(bytes + at + 1)), 4);
     const __m256i number = _mm256_or_si256(high, digit_values(load(bytes + at + 2)));
@@ -142,15 +142,15 @@ KZV_AVX2 void unescape_avx2(const std::uint8_t *bytes, std::size_t blocks, const
   }
 }
 
-KZV_AVX2 __m256i load(const Unit *units) {
+KZV_AVX2 __m256i load(const CodeUnit *units) {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(units));
 }
 
 // Packing works within the halves of a vector; this puts the quarters back in order.
 KZV_AVX2 __m256i in_order(__m256i packed) { return _mm256_permute4x64_epi64(packed, 0b11011000); }
 
-KZV_AVX2 void narrow_avx2(const Unit *units, std::size_t blocks, std::uint16_t limit, std::uint8_t *output,
-                          std::uint64_t *masks) {
+KZV_AVX2 void narrow_avx2(const CodeUnit *units, std::size_t blocks, std::uint16_t limit,
+                          std::uint8_t *output, std::uint64_t *masks) {
   const __m256i limits = _mm256_set1_epi16(static_cast<short>(limit));
   const __m256i kLow = _mm256_set1_epi16(0xFF);
   for (std::size_t i = 0; i < blocks; ++i) {
@@ -192,8 +192,8 @@ KZV_AVX2 void from_hex_avx2(const std::uint8_t *digits, std::size_t byte_count, 
 
 }  // namespace
 
-constexpr Level kAvx2 = {"avx2",       ~std::size_t{0}, read_part,    find_avx2,     find_pair_avx2,
-                         compact_avx2, add_avx2,        fill_avx2,    unescape_avx2, escape,
+constexpr Level kAvx2 = {"avx2",       ~std::size_t{0}, load_partial, find_avx2,           find_pair_avx2,
+                         compact_avx2, add_avx2,        fill_avx2,    decode_escapes_avx2, write_escapes,
                          narrow_avx2,  to_hex_avx2,     from_hex_avx2};
 
 }  // namespace kzv::cpu

@@ -3,8 +3,8 @@
 #include <cstring>
 #include <immintrin.h>
 
-#include "hex_digits.h"
-#include "levels.h"
+#include "base/hex_digits.h"
+#include "cpu/levels.h"
 
 #define KZV_AVX512 __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,bmi2,popcnt")))
 
@@ -22,7 +22,7 @@ constexpr __mmask64 first_bits(std::size_t count) {
   return count < kBlock ? (__mmask64{1} << count) - 1 : ~__mmask64{0};
 }
 
-KZV_AVX512 void read_part_avx512(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block) {
+KZV_AVX512 void load_partial_avx512(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block) {
   _mm512_storeu_si512(block, _mm512_maskz_loadu_epi8(first_bits(byte_count), bytes));
 }
 
@@ -95,8 +95,8 @@ KZV_AVX512 __m512i digit_values(__m512i text) {
   return _mm512_mask_add_epi8(values, is_letter, letter, _mm512_set1_epi8(10));
 }
 
-KZV_AVX512 void unescape_avx512(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
-                                std::uint8_t *output) {
+KZV_AVX512 void decode_escapes_avx512(const std::uint8_t *bytes, std::size_t blocks,
+                                      const std::uint64_t *where, std::uint8_t *output) {
   for (std::size_t at = 0; at < blocks * kBlock; at += kBlock) {
     const __m512i text = _mm512_loadu_si512(bytes + at);
     const __m512i high = _mm512_slli_epi16(digit_values(_mm512_loadu_si512(bytes + at + 1)), 4);
@@ -127,8 +127,9 @@ KZV_AVX512 __m512i in_turn(__m128i first, __m128i second, __m128i third) {
 }
 
 // 16 bytes take three places each, of which those stay that are needed.
-KZV_AVX512 std::size_t escape_avx512(const std::uint8_t *bytes, std::size_t blocks,
-                                     const std::uint64_t *where, char introducer, std::uint8_t *output) {
+KZV_AVX512 std::size_t write_escapes_avx512(const std::uint8_t *bytes, std::size_t blocks,
+                                            const std::uint64_t *where, char introducer,
+                                            std::uint8_t *output) {
   const __m128i kDigits = load_quarter(kHexDigits);
   const __m128i kNibble = _mm_set1_epi8(15);
   std::uint8_t *next = output;
@@ -160,7 +161,7 @@ constexpr std::array<std::uint8_t, kBlock> kEvenBytes = [] {
   return even;
 }();
 
-KZV_AVX512 void narrow_avx512(const Unit *units, std::size_t blocks, std::uint16_t limit,
+KZV_AVX512 void narrow_avx512(const CodeUnit *units, std::size_t blocks, std::uint16_t limit,
                               std::uint8_t *output, std::uint64_t *masks) {
   const __m512i limits = _mm512_set1_epi16(static_cast<short>(limit));
   const __m512i low_bytes = _mm512_loadu_si512(kEvenBytes.data());
@@ -211,9 +212,18 @@ KZV_AVX512 void from_hex_avx512(const std::uint8_t *digits, std::size_t byte_cou
 
 }  // namespace
 
-constexpr Level kAvx512 = {
-    "avx512",       48,          read_part_avx512, find_avx512,   find_pair_avx512, compact_avx512,
-    add_avx512,     fill_avx512, unescape_avx512,  escape_avx512, narrow_avx512,    to_hex_avx512,
-    from_hex_avx512};
+constexpr Level kAvx512 = {"avx512",
+                           48,
+                           load_partial_avx512,
+                           find_avx512,
+                           find_pair_avx512,
+                           compact_avx512,
+                           add_avx512,
+                           fill_avx512,
+                           decode_escapes_avx512,
+                           write_escapes_avx512,
+                           narrow_avx512,
+                           to_hex_avx512,
+                           from_hex_avx512};
 
 }  // namespace kzv::cpu

@@ -1,15 +1,15 @@
-#include "level.h"
+#include "cpu/level.h"
 
 #include <array>
 
-#include "levels.h"
+#include "cpu/levels.h"
 
 namespace kzv::cpu {
 namespace {
 
-const Level *current = &kBaseline;
+const Level *current = &kPortable;
 
-constexpr std::array<const Level *, 3> kAll = {&kBaseline, &kAvx2, &kAvx512};
+constexpr std::array<const Level *, 3> kAll = {&kPortable, &kAvx2, &kAvx512};
 
 bool has_avx2() { return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2"); }
 bool has_avx512() {

@@ -7,8 +7,8 @@
 
 #include <span>
 
-#include "byte_set.h"
-#include "bytes.h"
+#include "base/bytes.h"
+#include "cpu/byte_set.h"
 
 namespace kzv::cpu {
 
@@ -20,7 +20,7 @@ struct Level {
 
   // Copies at most a block and fills up the rest of it with zeros. Won some 10 of 70 ns on texts of 24 bytes
   // with AVX-512: a block just put together from pieces keeps whoever loads it waiting.
-  void (*read_part)(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block);
+  void (*load_partial)(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block);
 
   // Sets bit k of masks[i] to whether byte 64 * i + k belongs to the set.
   // With compact, tag removal: 632, 115, 77.
@@ -50,18 +50,18 @@ struct Level {
   // Writes the bytes and, where bits are set, the number that the two hex digits behind a byte make; what is
   // no digit counts as 0. Two bytes behind the blocks are read.
   // URL decoding: 572, 149, 84; quoted-printable decoding 914, 265, 204.
-  void (*unescape)(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
-                   std::uint8_t *output);
+  void (*decode_escapes)(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                         std::uint8_t *output);
 
   // Writes the bytes and, in place of those whose bits are set, `introducer` and two hex digits. Returns the
   // number written, behind which a block may be overwritten.
   // URL encoding with AVX-512: 138, by table 473; the others use that. Quoted-printable: 1620, 1026, 464.
-  std::size_t (*escape)(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
-                        char introducer, std::uint8_t *output);
+  std::size_t (*write_escapes)(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                               char introducer, std::uint8_t *output);
 
   // Writes the low byte of each unit and sets the bits of those that are not below `limit`.
   // ISO-8859-1: 63, 41, 36; HTML encoding 611, 384, 414. Loops left to the compiler took 173 and 597.
-  void (*narrow)(const Unit *units, std::size_t blocks, std::uint16_t limit, std::uint8_t *output,
+  void (*narrow)(const CodeUnit *units, std::size_t blocks, std::uint16_t limit, std::uint8_t *output,
                  std::uint64_t *masks);
 
   // Between bytes and pairs of hex digits, any number of them. What is no digit counts as 0.

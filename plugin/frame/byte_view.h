@@ -1,7 +1,7 @@
 // An argument's bytes exactly as stored, held for the duration of one call.
 #pragma once
 
-#include "bytes.h"
+#include "base/bytes.h"
 #include "frame/host_reference.h"
 #include "frame/string_data.h"
 

@@ -4,10 +4,10 @@
 #include <cstring>
 #include <new>
 
-#include "ascii.h"
 #include "frame/exceptions.h"
 #include "frame/host_reference.h"
 #include "frame/work_buffer.h"
+#include "scan/ascii.h"
 
 namespace kzv {
 namespace {

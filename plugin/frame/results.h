@@ -2,7 +2,7 @@
 #pragma once
 
 #include "abi.h"
-#include "bytes.h"
+#include "base/bytes.h"
 
 namespace kzv {
 

@@ -73,7 +73,7 @@ void AddBinary(AsciiStringHandle &builder, const void *bytes, std::int32_t count
 void Add(UnicodeStringHandle &builder, std::uint16_t unit) {
   const std::int64_t need = std::int64_t{2} * builder.length + 10;
   if (!builder.Reserve(need, need + kSpare + 1)) return;
-  builder.AddInPlace([unit](std::span<Unit> room) {
+  builder.AddInPlace([unit](std::span<CodeUnit> room) {
     room[0] = {unit};
     return std::size_t{1};
   });

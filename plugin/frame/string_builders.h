@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "abi.h"
-#include "bytes.h"
+#include "base/bytes.h"
 #include "frame/handles.h"
 
 namespace kzv {
@@ -79,7 +79,7 @@ class UnicodeStringHandle : StringBuilder {
   // The same, of units.
   template <typename Kernel>
   void AddInPlace(Kernel kernel) {
-    StringBuilder::AddInPlace<Unit>(kernel);
+    StringBuilder::AddInPlace<CodeUnit>(kernel);
   }
 
   REALstringStruct *Finish() { return StringBuilder::Finish(std::int64_t{length} * 2, kEncodingUTF16); }

@@ -2,8 +2,8 @@
 
 #include <cstring>
 
+#include "base/heap_bytes.h"
 #include "frame/host_reference.h"
-#include "heap_bytes.h"
 
 namespace kzv {
 namespace {

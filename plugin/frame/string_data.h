@@ -3,7 +3,7 @@
 
 #include <exception>
 
-#include "bytes.h"
+#include "base/bytes.h"
 #include "frame/entry_points.h"
 
 namespace kzv {

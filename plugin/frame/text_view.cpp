@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "ascii.h"
 #include "frame/byte_view.h"
 #include "frame/results.h"
+#include "scan/ascii.h"
 
 namespace kzv {
 namespace {
@@ -36,11 +36,11 @@ bool Terminate(std::size_t unit_size, ByteView &text, HeapBytes &copy) {
   return copy != nullptr;
 }
 
-UnitView UnitsOf(ByteView text) {
-  return {reinterpret_cast<const Unit *>(text.data()), text.size() / sizeof(Unit)};
+CodeUnitView UnitsOf(ByteView text) {
+  return {reinterpret_cast<const CodeUnit *>(text.data()), text.size() / sizeof(CodeUnit)};
 }
 
-UnitView WithoutLeading(std::uint16_t unit, UnitView units) {
+CodeUnitView WithoutLeading(std::uint16_t unit, CodeUnitView units) {
   return !units.empty() && units[0].value == unit ? units.subspan(1) : units;
 }
 
@@ -112,14 +112,14 @@ ByteView rbText::ConvertNarrow(REALencoding encoding, View &view) {
   return view.text;
 }
 
-UnitView rbText::ConvertUTF16() {
+CodeUnitView rbText::ConvertUTF16() {
   utf16View.converted = true;
   if (str != nullptr && rawAscii) RebuildRawAscii();
   if (str == nullptr) return {};
   Deliver(kEncodingUTF16, rbversion() >= kFirstVersionWithUTF16Records, utf16View);
   // An odd last byte is no unit.
-  utf16View.text = utf16View.text.first(utf16View.text.size() / sizeof(Unit) * sizeof(Unit));
-  Terminate(sizeof(Unit), utf16View.text, utf16View.copy);
+  utf16View.text = utf16View.text.first(utf16View.text.size() / sizeof(CodeUnit) * sizeof(CodeUnit));
+  Terminate(sizeof(CodeUnit), utf16View.text, utf16View.copy);
   utf16Text = WithoutLeading(0xFFFE, WithoutLeading(0xFEFF, UnitsOf(utf16View.text)));
   return utf16Text;
 }
@@ -127,12 +127,12 @@ UnitView rbText::ConvertUTF16() {
 void rbText::ConvertWChar() {
   constexpr std::uint64_t kTerminator = 16;
   wcharConverted = true;
-  const UnitView units = utf16();
+  const CodeUnitView units = utf16();
   if (units.empty()) return;
   wcharCopy = AllocateWithinLimit(units.size() * sizeof(std::uint32_t) + kTerminator);
   if (wcharCopy == nullptr) return;
   auto *const wide = reinterpret_cast<std::uint32_t *>(wcharCopy.get());
-  std::ranges::transform(units, wide, [](Unit unit) { return std::uint32_t{unit.value}; });
+  std::ranges::transform(units, wide, [](CodeUnit unit) { return std::uint32_t{unit.value}; });
   std::fill_n(wide + units.size(), kTerminator / sizeof(std::uint32_t), 0);
   wcharLength = units.size();
 }

@@ -1,10 +1,10 @@
 // An argument's text, converted by the host to the encoding that a function works in.
 #pragma once
 
-#include "bytes.h"
+#include "base/bytes.h"
+#include "base/heap_bytes.h"
 #include "frame/host_reference.h"
 #include "frame/string_data.h"
-#include "heap_bytes.h"
 
 namespace kzv {
 
@@ -29,7 +29,7 @@ class rbText {
   bool has_utf8() const { return utf8View.delivered; }
 
   // UTF-16 without a byte-order mark at its start, in units that may stand at odd addresses.
-  UnitView utf16() { return utf16View.converted ? utf16Text : ConvertUTF16(); }
+  CodeUnitView utf16() { return utf16View.converted ? utf16Text : ConvertUTF16(); }
 
   // The UTF-16 units widened to 32 bits one for one, surrogates as well, and their number.
   const std::uint32_t *GetWChar();
@@ -49,7 +49,7 @@ class rbText {
   ByteView ConvertASCII() { return ConvertNarrow(kEncodingASCII, asciiView); }
   ByteView ConvertUTF8() { return ConvertNarrow(kEncodingUTF8, utf8View); }
   ByteView ConvertNarrow(REALencoding encoding, View &view);
-  UnitView ConvertUTF16();
+  CodeUnitView ConvertUTF16();
   void ConvertWChar();
 
   void Hold(REALstringStruct *s);
@@ -63,7 +63,7 @@ class rbText {
   View asciiView;
   View utf8View;
   View utf16View;
-  UnitView utf16Text;
+  CodeUnitView utf16Text;
   bool wcharConverted = false;
   HeapBytes wcharCopy;
   std::size_t wcharLength = 0;

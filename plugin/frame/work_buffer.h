@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "abi.h"
-#include "bytes.h"
+#include "base/bytes.h"
 
 namespace kzv {
 

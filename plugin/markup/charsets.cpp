@@ -1,4 +1,4 @@
-#include "charsets.h"
+#include "markup/charsets.h"
 
 #include <algorithm>
 #include <array>
@@ -7,7 +7,7 @@
 #include <cstring>
 #include <utility>
 
-#include "marks.h"
+#include "scan/marks.h"
 
 namespace kzv::charsets {
 namespace {
@@ -65,9 +65,9 @@ namespace {
 
 // Writes up to a whole run of blocks: their units as bytes, those that have none left out. `output` has room
 // for the blocks; returns the number of bytes written.
-std::size_t encode_blocks(const Unit *units, std::size_t blocks, const Charset &charset,
+std::size_t encode_blocks(const CodeUnit *units, std::size_t blocks, const Charset &charset,
                           std::uint8_t *output) {
-  cpu::Masks kept;
+  scan::Masks kept;
   cpu::level().narrow(units, blocks, charset.identity_end, output, kept.data());
   for (std::size_t i = 0; i < blocks; ++i) {
     std::uint64_t others = std::exchange(kept[i], ~std::uint64_t{0});
@@ -77,7 +77,7 @@ std::size_t encode_blocks(const Unit *units, std::size_t blocks, const Charset &
       const std::uint16_t unit = units[at].value;
       const std::uint8_t byte = unit < charset.byte_of.size() ? charset.byte_of[unit] : std::uint8_t{0};
       output[at] = byte;  // U+0000 is not among the others
-      kept[i] ^= cpu::lowest_bit(byte == 0) << bit;
+      kept[i] ^= scan::lowest_bit(byte == 0) << bit;
     }
   }
   return cpu::level().compact(output, blocks, kept.data(), output);
@@ -85,18 +85,18 @@ std::size_t encode_blocks(const Unit *units, std::size_t blocks, const Charset &
 
 }  // namespace
 
-std::size_t encode(UnitView text, const Charset &charset, ByteBuffer output) {
+std::size_t encode(CodeUnitView text, const Charset &charset, ByteBuffer output) {
   assert(output.size() >= text.size());
   std::uint8_t *next = output.data();
   while (text.size() >= cpu::kBlock) {
-    const std::size_t blocks = std::min(text.size() / cpu::kBlock, cpu::Piece::kBlocks);
+    const std::size_t blocks = std::min(text.size() / cpu::kBlock, scan::Piece::kBlocks);
     next += encode_blocks(text.data(), blocks, charset, next);
     text = text.subspan(blocks * cpu::kBlock);
   }
   if (text.empty()) return static_cast<std::size_t>(next - output.data());
-  std::array<Unit, cpu::kBlock> units;
+  std::array<CodeUnit, cpu::kBlock> units;
   std::array<std::uint8_t, cpu::kBlock> bytes;
-  const std::size_t padding = cpu::read_last(text, units);
+  const std::size_t padding = scan::read_last(text, units);
   const std::size_t count = encode_blocks(units.data(), 1, charset, bytes.data()) - padding;
   std::memcpy(next, bytes.data(), count);
   return static_cast<std::size_t>(next - output.data()) + count;

@@ -1,7 +1,7 @@
 // Text in and out of two 8-bit character sets, by table: ISO-8859-1 and Windows-1252.
 #pragma once
 
-#include "bytes.h"
+#include "base/bytes.h"
 
 namespace kzv::charsets {
 
@@ -20,7 +20,7 @@ extern const Charset kCp1252;   // Windows-1252; its five undefined bytes stand 
 // Writes the byte of each unit and drops the units that have none, so both halves of every surrogate pair.
 // The output needs as many bytes as the text has units; returns the number written, behind which it may be
 // overwritten.
-std::size_t encode(UnitView text, const Charset &charset, ByteBuffer output);
+std::size_t encode(CodeUnitView text, const Charset &charset, ByteBuffer output);
 
 // Writes the unit of each byte, one for one; every byte has one. The output needs as many units as there are
 // bytes; returns the number written.

@@ -1,10 +1,10 @@
-#include "classification.h"
+#include "markup/classification.h"
 
 #include <algorithm>
 #include <array>
 #include <cassert>
 
-#include "ascii.h"
+#include "scan/ascii.h"
 
 namespace kzv::classification {
 namespace {

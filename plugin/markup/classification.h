@@ -1,7 +1,7 @@
 // What the bytes of a string are: printable, ASCII, or the beginning of text in a Unicode encoding.
 #pragma once
 
-#include "bytes.h"
+#include "base/bytes.h"
 
 namespace kzv::classification {
 

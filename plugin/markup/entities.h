@@ -5,7 +5,7 @@
 #include <array>
 #include <string_view>
 
-#include "bytes.h"
+#include "base/bytes.h"
 
 namespace kzv::html {
 

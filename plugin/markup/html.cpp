@@ -1,4 +1,4 @@
-#include "html.h"
+#include "markup/html.h"
 
 #include <algorithm>
 #include <bit>
@@ -7,15 +7,15 @@
 #include <emmintrin.h>
 #include <utility>
 
-#include "ascii.h"
-#include "entities.h"
-#include "hex_digits.h"
-#include "marks.h"
+#include "base/hex_digits.h"
+#include "markup/entities.h"
+#include "scan/ascii.h"
+#include "scan/marks.h"
 
 namespace kzv::html {
 namespace {
 
-static_assert(encode_room(1) == kLongestReference);
+static_assert(encode_bound(1) == kLongestReference);
 
 // Writes a unit as `table` says, or as a reference where that ends: 16 bytes, of which those returned count.
 std::size_t encode_unit(std::uint16_t unit, const WrittenTable &table, std::uint8_t *output) {
@@ -32,8 +32,8 @@ std::size_t encode_unit(std::uint16_t unit, const WrittenTable &table, std::uint
 // Copies a block, narrowed, and writes the units in `references` as the table says: from each of them on, the
 // rest of the block is copied again behind it. There is room for another block behind the longest output.
 // Returns the end of what it wrote.
-std::uint8_t *copy_with_references(const Unit *units, const std::uint8_t *narrowed, std::uint64_t references,
-                                   const WrittenTable &table, std::uint8_t *next) {
+std::uint8_t *copy_with_references(const CodeUnit *units, const std::uint8_t *narrowed,
+                                   std::uint64_t references, const WrittenTable &table, std::uint8_t *next) {
   std::memcpy(next, narrowed, cpu::kBlock);
   std::size_t done = 0;
   for (; references != 0; references &= references - 1) {
@@ -60,10 +60,10 @@ constexpr Reference kNoReference{0, 0};
 // One byte eight times.
 constexpr NameKey in_each(std::uint8_t byte) { return NameKey{0x0101010101010101} * byte; }
 
-constexpr NameKey first_bytes(std::size_t count) { return cpu::bits_below(8 * count); }
+constexpr NameKey first_bytes(std::size_t count) { return scan::bits_below(8 * count); }
 
 // The characters of eight units; those that are no ASCII become bytes that are none either, or zero.
-NameKey narrowed(const Unit *units) {
+NameKey narrowed(const CodeUnit *units) {
   const __m128i wide = _mm_loadu_si128(reinterpret_cast<const __m128i *>(units));
   NameKey bytes = 0;
   _mm_storel_epi64(reinterpret_cast<__m128i *>(&bytes), _mm_packus_epi16(wide, wide));
@@ -127,10 +127,10 @@ std::uint32_t code_point_of_reference(NameKey bytes, std::size_t length) {
 }
 
 // The reference whose "&" is the unit at `start`.
-Reference reference_at(UnitView text, std::size_t start) {
-  const UnitView rest = text.subspan(start + 1);
-  std::array<Unit, kLongestName + 1> last{};
-  const Unit *units = rest.data();
+Reference reference_at(CodeUnitView text, std::size_t start) {
+  const CodeUnitView rest = text.subspan(start + 1);
+  std::array<CodeUnit, kLongestName + 1> last{};
+  const CodeUnit *units = rest.data();
   if (rest.size() < last.size()) {
     // The end of the text closes a reference, too.
     std::ranges::copy(rest, last.begin());
@@ -148,32 +148,32 @@ Reference reference_at(UnitView text, std::size_t start) {
 // Finds the "&" of a text one after the other, by its bytes.
 class Ampersands {
  public:
-  explicit Ampersands(UnitView text)
+  explicit Ampersands(CodeUnitView text)
       : text_(text),
         low_bytes_({reinterpret_cast<const std::uint8_t *>(text.data()), text.size_bytes()}, kAmpersand) {}
 
   // The first from unit `at` on, or the end of the text. `at` never goes back.
   std::size_t next(std::size_t at) {
-    std::size_t byte = low_bytes_.next(at * sizeof(Unit));
+    std::size_t byte = low_bytes_.next(at * sizeof(CodeUnit));
     while (byte < text_.size_bytes() &&
-           (byte % sizeof(Unit) != 0 || text_[byte / sizeof(Unit)].value != '&')) {
+           (byte % sizeof(CodeUnit) != 0 || text_[byte / sizeof(CodeUnit)].value != '&')) {
       byte = low_bytes_.next(byte + 1);
     }
-    return byte / sizeof(Unit);
+    return byte / sizeof(CodeUnit);
   }
 
  private:
   static constexpr cpu::ByteSet kAmpersand = cpu::bytes_in("&");
 
-  UnitView text_;
-  cpu::MarkCursor low_bytes_;
+  CodeUnitView text_;
+  scan::MarkCursor low_bytes_;
 };
 
 // Copies units; a few of them in one piece where both sides have room for it.
-Unit *copy(UnitView run, UnitView text_from_there, Unit *to, const Unit *limit) {
+CodeUnit *copy(CodeUnitView run, CodeUnitView text_from_there, CodeUnit *to, const CodeUnit *limit) {
   constexpr std::size_t kFew = 16;
   if (run.size() <= kFew && text_from_there.size() >= kFew && limit - to >= std::ptrdiff_t{kFew}) {
-    std::memcpy(to, run.data(), kFew * sizeof(Unit));
+    std::memcpy(to, run.data(), kFew * sizeof(CodeUnit));
   } else if (!run.empty()) {
     std::memcpy(to, run.data(), run.size_bytes());
   }
@@ -181,7 +181,7 @@ Unit *copy(UnitView run, UnitView text_from_there, Unit *to, const Unit *limit) 
 }
 
 // Writes a code point up to U+10FFFF as one unit, or as a surrogate pair.
-Unit *write_character(std::uint32_t code_point, Unit *to) {
+CodeUnit *write_character(std::uint32_t code_point, CodeUnit *to) {
   if (code_point < 0x10000) {
     *to = {static_cast<std::uint16_t>(code_point)};
     return to + 1;
@@ -194,7 +194,7 @@ Unit *write_character(std::uint32_t code_point, Unit *to) {
 
 }  // namespace
 
-UnitView without_mark(UnitView text) {
+CodeUnitView without_mark(CodeUnitView text) {
   const bool marked = !text.empty() && (text[0].value == 0xFEFF || text[0].value == 0xFFFE);
   return marked ? text.subspan(1) : text;
 }
@@ -202,10 +202,10 @@ UnitView without_mark(UnitView text) {
 namespace {
 
 // Room for the longest output of a block, and one behind it.
-constexpr std::size_t kBlockRoom = encode_room(cpu::kBlock) + cpu::kBlock;
+constexpr std::size_t kBlockRoom = encode_bound(cpu::kBlock) + cpu::kBlock;
 
 // Writes the first `count` of a block of units; there is room for a whole one. Returns the end.
-std::uint8_t *encode_block(const Unit *units, std::size_t count, bool keep_ascii, std::uint8_t *next) {
+std::uint8_t *encode_block(const CodeUnit *units, std::size_t count, bool keep_ascii, std::uint8_t *next) {
   static constexpr cpu::ByteSet kMarkup([](std::uint8_t byte) { return is_markup(byte); });
   // For so many, or in a short text, copying what follows behind each takes longer than unit by unit.
   constexpr int kManyReferences = 16;
@@ -219,7 +219,7 @@ std::uint8_t *encode_block(const Unit *units, std::size_t count, bool keep_ascii
     cpu::level().find(narrowed.data(), 1, kMarkup, &markup);
     references |= markup;
   }
-  references &= cpu::bits_below(count);
+  references &= scan::bits_below(count);
   if (references == 0 || (std::popcount(references) < kManyReferences && count > kShort)) {
     return copy_with_references(units, narrowed.data(), references, table, next) - (cpu::kBlock - count);
   }
@@ -228,10 +228,10 @@ std::uint8_t *encode_block(const Unit *units, std::size_t count, bool keep_ascii
 }
 
 // Writes less than a block, by way of a buffer in which there is room for one. Returns the end.
-std::uint8_t *encode_last(UnitView text, bool keep_ascii, std::uint8_t *next) {
-  std::array<Unit, cpu::kBlock> units;
+std::uint8_t *encode_last(CodeUnitView text, bool keep_ascii, std::uint8_t *next) {
+  std::array<CodeUnit, cpu::kBlock> units;
   std::array<std::uint8_t, kBlockRoom> written;
-  cpu::read_last(text, units);
+  scan::read_last(text, units);
   const std::uint8_t *const end = encode_block(units.data(), text.size(), keep_ascii, written.data());
   return std::copy(std::as_const(written).data(), end, next);
 }
@@ -240,7 +240,7 @@ std::uint8_t *encode_last(UnitView text, bool keep_ascii, std::uint8_t *next) {
 
 // Blocks while the output has room for the worst of them, the rest at once on the same condition, and
 // otherwise unit by unit.
-Progress encode(UnitView text, bool keep_ascii, ByteBuffer output) {
+Progress encode(CodeUnitView text, bool keep_ascii, ByteBuffer output) {
   const WrittenTable &table = keep_ascii ? kWrittenKeepingAscii : kWrittenEscapingMarkup;
   std::size_t consumed = 0;
   std::uint8_t *next = output.data();
@@ -250,7 +250,7 @@ Progress encode(UnitView text, bool keep_ascii, ByteBuffer output) {
     next = encode_block(text.data() + consumed, cpu::kBlock, keep_ascii, next);
   }
   const std::size_t rest = text.size() - consumed;
-  if (rest < cpu::kBlock && left() >= encode_room(rest)) {
+  if (rest < cpu::kBlock && left() >= encode_bound(rest)) {
     next = encode_last(text.subspan(consumed), keep_ascii, next);
     consumed = text.size();
   }
@@ -267,11 +267,11 @@ bool is_html_ready(ByteView bytes) {
   return none_of_bytes(bytes, [](std::uint8_t byte) { return !is_ready(byte); });
 }
 
-std::size_t decode(UnitView text, std::span<Unit> output) {
+std::size_t decode(CodeUnitView text, std::span<CodeUnit> output) {
   assert(output.size() >= text.size());
   Ampersands ampersands(text);
-  Unit *next = output.data();
-  const Unit *const limit = next + output.size();
+  CodeUnit *next = output.data();
+  const CodeUnit *const limit = next + output.size();
   std::size_t copied = 0;  // what stands before is in the output already
   // Where the next "&" stands does not depend on this one's reference, so the processor need not wait for it.
   for (std::size_t at = ampersands.next(0); at < text.size(); at = ampersands.next(at + 1)) {

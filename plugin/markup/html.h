@@ -1,7 +1,7 @@
 // Character references of HTML (HTML 4.01, section 5.3): text to pure ASCII and back.
 #pragma once
 
-#include "bytes.h"
+#include "base/bytes.h"
 
 namespace kzv::html {
 
@@ -12,16 +12,16 @@ struct Progress {
 };
 
 // Bytes of output in which `encode` takes every text of `unit_count` units in one call.
-constexpr std::uint64_t encode_room(std::size_t unit_count) { return std::uint64_t{unit_count} * 10; }
+constexpr std::uint64_t encode_bound(std::size_t unit_count) { return std::uint64_t{unit_count} * 10; }
 
 // `text` without its first unit when that is U+FEFF or U+FFFE; later ones are text.
-UnitView without_mark(UnitView text);
+CodeUnitView without_mark(CodeUnitView text);
 
 // Writes `text` as ASCII: units from U+0080 on as "&eacute;" or, without a name, as "&#257;"; the halves of a
 // surrogate pair each for itself. Of the ASCII characters " & < > become names and ' becomes "&#39;", unless
 // `keep_ascii`. Stops before a unit when fewer than 10 bytes of output are left, the longest reference; with
 // that room it always gets on. Bytes of the output behind what was written may be overwritten.
-Progress encode(UnitView text, bool keep_ascii, ByteBuffer output);
+Progress encode(CodeUnitView text, bool keep_ascii, ByteBuffer output);
 
 // Whether all bytes are ASCII other than 00 and " & ' < >, so that they mean themselves within a page.
 bool is_html_ready(ByteView bytes);
@@ -31,6 +31,6 @@ bool is_html_ready(ByteView bytes);
 // within 6 characters: "#" and decimal or "#x" and hexadecimal digits; what follows the digits is ignored;
 // the value 0 or a minus sign among them makes it none. The output needs as many units as the text; returns
 // the number written.
-std::size_t decode(UnitView text, std::span<Unit> output);
+std::size_t decode(CodeUnitView text, std::span<CodeUnit> output);
 
 }  // namespace kzv::html

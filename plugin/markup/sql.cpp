@@ -1,9 +1,9 @@
-#include "sql.h"
+#include "markup/sql.h"
 
 #include <array>
 #include <cstring>
 
-#include "marks.h"
+#include "scan/marks.h"
 
 namespace kzv::sql {
 namespace {
@@ -54,7 +54,7 @@ bool begins_with_word(ByteView rest, const Word &word) {
   // The bit that lower case adds makes other bytes others that are no letters.
   constexpr std::uint64_t kLower = 0x2020202020202020;
   const std::uint64_t differing = (text | kLower) ^ word.letters;
-  const bool same = (differing & cpu::bits_below(word.length * 8)) == 0;
+  const bool same = (differing & scan::bits_below(word.length * 8)) == 0;
   return same && (rest.size() == word.length || is_delimiter(rest[word.length]));
 }
 
@@ -64,10 +64,10 @@ std::size_t decode_mysql(ByteView input, ByteBuffer output) {
   static constexpr cpu::ByteSet kBackslash = cpu::bytes_in("\\");
   const auto replace = [&](std::size_t at) {
     const std::int16_t unescaped = at + 1 < input.size() ? kUnescaped[input[at + 1]] : kNoEscape;
-    if (unescaped == kNoEscape) return cpu::replaced_by('\\', at + 1);
-    return cpu::replaced_by(static_cast<std::uint8_t>(unescaped), at + 2);
+    if (unescaped == kNoEscape) return scan::replaced_by('\\', at + 1);
+    return scan::replaced_by(static_cast<std::uint8_t>(unescaped), at + 2);
   };
-  return cpu::replace_marked(input, kBackslash, replace, output);
+  return scan::replace_marked(input, kBackslash, replace, output);
 }
 
 namespace {
@@ -76,23 +76,23 @@ class BooleanReplacer {
  public:
   explicit BooleanReplacer(ByteView sql) : sql_(sql) {}
 
-  void operator()(cpu::Piece &piece, cpu::Masks &kept) {
-    const cpu::MarksAhead t(piece, kT);
-    const cpu::MarksAhead r(piece, kR);
-    const cpu::MarksAhead f(piece, kF);
-    const cpu::MarksAhead a(piece, kA);
-    cpu::Masks delimiters;
-    cpu::Masks single;
-    cpu::Masks twofold;
-    cpu::find(piece, kDelimiters, delimiters);
-    cpu::find(piece, kSingleQuote, single);
-    cpu::find(piece, kDoubleQuote, twofold);
+  void operator()(scan::Piece &piece, scan::Masks &kept) {
+    const scan::MarksAhead t(piece, kT);
+    const scan::MarksAhead r(piece, kR);
+    const scan::MarksAhead f(piece, kF);
+    const scan::MarksAhead a(piece, kA);
+    scan::Masks delimiters;
+    scan::Masks single;
+    scan::Masks twofold;
+    scan::find(piece, kDelimiters, delimiters);
+    scan::find(piece, kSingleQuote, single);
+    scan::find(piece, kDoubleQuote, twofold);
     for (std::size_t i = 0; i < piece.blocks; ++i) {
-      const std::uint64_t behind_delimiters = delimiters[i] << 1 | cpu::lowest_bit(behind_delimiter_);
+      const std::uint64_t behind_delimiters = delimiters[i] << 1 | scan::lowest_bit(behind_delimiter_);
       behind_delimiter_ = delimiters[i] >> 63 != 0;
       const std::uint64_t words = behind_delimiters & ((t[i] & r.ahead(i, 1)) | (f[i] & a.ahead(i, 1)));
       const auto replace = [this](std::size_t at) { return replaced(at); };
-      kept[i] = cpu::replace_in_block(piece, i, words & ~quoted_in(single[i], twofold[i]), resume_, replace);
+      kept[i] = scan::replace_in_block(piece, i, words & ~quoted_in(single[i], twofold[i]), resume_, replace);
     }
   }
 
@@ -114,29 +114,29 @@ class BooleanReplacer {
       if (open_quote_ == 0) {
         const std::uint64_t quotes = (single | twofold) & ahead;
         if (quotes == 0) return quoted;
-        open_quote_ = (single & cpu::up_to_lowest(quotes) & quotes) != 0 ? '\'' : '"';
-        ahead = ~cpu::up_to_lowest(quotes);
+        open_quote_ = (single & scan::up_to_lowest(quotes) & quotes) != 0 ? '\'' : '"';
+        ahead = ~scan::up_to_lowest(quotes);
       }
       const std::uint64_t closing = (open_quote_ == '"' ? twofold : single) & ahead;
       if (closing == 0) return quoted | ahead;
-      quoted |= ahead & cpu::up_to_lowest(closing);
-      ahead = ~cpu::up_to_lowest(closing);
+      quoted |= ahead & scan::up_to_lowest(closing);
+      ahead = ~scan::up_to_lowest(closing);
       open_quote_ = 0;
     }
   }
 
   // The same where there are quotes of one kind only: each changes sides.
   std::uint64_t quoted_by(std::uint64_t quotes, std::uint8_t quote) {
-    const std::uint64_t quoted = cpu::parity_up_to_each(quotes) ^ (open_quote_ != 0 ? ~std::uint64_t{0} : 0);
+    const std::uint64_t quoted = scan::parity_up_to_each(quotes) ^ (open_quote_ != 0 ? ~std::uint64_t{0} : 0);
     open_quote_ = quoted >> 63 != 0 ? quote : std::uint8_t{0};
     return quoted;
   }
 
-  [[nodiscard]] cpu::Replacement replaced(std::size_t at) const {
+  [[nodiscard]] scan::Replacement replaced(std::size_t at) const {
     const ByteView rest = sql_.subspan(at);
     const Word &word = (rest.front() | 0x20) == 't' ? kTrue : kFalse;
-    if (!begins_with_word(rest, word)) return cpu::replaced_by(rest.front(), at + 1);
-    return cpu::replaced_by(word.replacement, at + word.length);
+    if (!begins_with_word(rest, word)) return scan::replaced_by(rest.front(), at + 1);
+    return scan::replaced_by(word.replacement, at + word.length);
   }
 
   ByteView sql_;
@@ -148,7 +148,7 @@ class BooleanReplacer {
 }  // namespace
 
 std::size_t replace_booleans(ByteView sql, ByteBuffer output) {
-  return cpu::keep(sql, BooleanReplacer(sql), output);
+  return scan::keep(sql, BooleanReplacer(sql), output);
 }
 
 }  // namespace kzv::sql

@@ -1,7 +1,7 @@
 // Two rewritings of SQL text: MySQL's string escapes undone, and the words true and false made numbers.
 #pragma once
 
-#include "bytes.h"
+#include "base/bytes.h"
 
 namespace kzv::sql {
 

@@ -1,9 +1,9 @@
-#include "tags.h"
+#include "markup/tags.h"
 
 #include <cstring>
 
-#include "find_byte.h"
-#include "marks.h"
+#include "scan/find_byte.h"
+#include "scan/marks.h"
 
 namespace kzv::tags {
 namespace {
@@ -41,7 +41,7 @@ std::uint64_t outside_tags(std::uint64_t opening, std::uint64_t closing, std::ui
   std::uint64_t brackets = opening | closing;
   if (nesting <= 1) {
     // Where the two take turns, as nearly always, each bracket just changes the side.
-    const std::uint64_t inside = cpu::parity_up_to_each(brackets) ^ (0 - std::uint64_t{nesting});
+    const std::uint64_t inside = scan::parity_up_to_each(brackets) ^ (0 - std::uint64_t{nesting});
     if ((opening & ~inside) == 0 && (closing & inside) == 0) {
       nesting = static_cast<std::uint32_t>(inside >> 63);
       return ~(inside | brackets);
@@ -66,11 +66,11 @@ namespace {
 class TagFinder {
  public:
   // Finds both; the brackets are what is in neither.
-  void find(const cpu::Piece &piece, cpu::Masks &outside, cpu::Masks &inside) {
+  void find(const scan::Piece &piece, scan::Masks &outside, scan::Masks &inside) {
     static constexpr cpu::ByteSet kOpening = cpu::bytes_in("<");
     static constexpr cpu::ByteSet kClosing = cpu::bytes_in(">");
-    cpu::find(piece, kOpening, outside);
-    cpu::find(piece, kClosing, inside);
+    scan::find(piece, kOpening, outside);
+    scan::find(piece, kClosing, inside);
     for (std::size_t i = 0; i < piece.blocks; ++i) {
       const std::uint64_t brackets = outside[i] | inside[i];
       outside[i] = outside_tags(outside[i], inside[i], nesting_);
@@ -86,21 +86,21 @@ class TagFinder {
 
 std::size_t remove(ByteView text, ByteBuffer output) {
   TagFinder tags;
-  cpu::Masks inside;
-  const auto choose = [&](const cpu::Piece &piece, cpu::Masks &kept) { tags.find(piece, kept, inside); };
-  return cpu::keep(text, choose, output);
+  scan::Masks inside;
+  const auto choose = [&](const scan::Piece &piece, scan::Masks &kept) { tags.find(piece, kept, inside); };
+  return scan::keep(text, choose, output);
 }
 
 std::size_t replace(ByteView text, std::uint8_t instead, ByteBuffer output) {
   TagFinder tags;
-  cpu::Masks inside;
-  const auto choose = [&](cpu::Piece &piece, cpu::Masks &kept) {
+  scan::Masks inside;
+  const auto choose = [&](scan::Piece &piece, scan::Masks &kept) {
     tags.find(piece, kept, inside);
     cpu::level().fill(piece.text, piece.blocks, inside.data(), instead, piece.place);
     piece.text = piece.place;
     for (std::size_t i = 0; i < piece.blocks; ++i) kept[i] |= inside[i];
   };
-  return cpu::keep(text, choose, output);
+  return scan::keep(text, choose, output);
 }
 
 std::size_t repeat(ByteView unit, ByteBuffer output) {

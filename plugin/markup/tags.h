@@ -1,8 +1,8 @@
 // Text with its markup taken out: everything between "<" and the ">" that closes it, by counting alone.
 #pragma once
 
-#include "bytes.h"
-#include "marks.h"
+#include "base/bytes.h"
+#include "scan/marks.h"
 
 namespace kzv::tags {
 
@@ -23,7 +23,7 @@ class TagScanner {
 
  private:
   ByteView text_;
-  cpu::MarkCursor brackets_;
+  scan::MarkCursor brackets_;
   std::size_t at_ = 0;
   ByteView kept_;
   std::size_t dropped_ = 0;

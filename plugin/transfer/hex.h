@@ -1,15 +1,15 @@
 // Bytes as hexadecimal text and back (base 16 of RFC 4648, section 8): two digits a byte, nothing between.
 #pragma once
 
-#include "bytes.h"
+#include "base/bytes.h"
 
 namespace kzv::hex {
 
 // Bytes that the output of `encode` must hold.
-constexpr std::uint64_t encode_room(std::size_t byte_count) { return std::uint64_t{byte_count} * 2; }
+constexpr std::uint64_t encode_bound(std::size_t byte_count) { return std::uint64_t{byte_count} * 2; }
 
 // Bytes that the output of `decode` must hold.
-constexpr std::uint64_t decode_room(std::size_t digit_count) { return digit_count / 2; }
+constexpr std::uint64_t decode_bound(std::size_t digit_count) { return digit_count / 2; }
 
 // Writes every byte as two upper-case digits, the high one first. Returns the number of digits written,
 // always twice the number of bytes.

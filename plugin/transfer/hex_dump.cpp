@@ -1,11 +1,11 @@
-#include "hex_dump.h"
+#include "transfer/hex_dump.h"
 
 #include <algorithm>
 #include <array>
 #include <cassert>
 #include <cstring>
 
-#include "hex_digits.h"
+#include "base/hex_digits.h"
 
 namespace kzv::hex_dump {
 namespace {
@@ -30,7 +30,7 @@ void write_digits(ByteView input, std::size_t first, std::size_t count, std::uin
   if (count > 0) *to = static_cast<std::uint8_t>(kHexPairs[*from][0]);
 }
 
-// The measures of a shape that has a `dump_size`, all of which therefore fit.
+// The measures of a shape that has a `dump_bound`, all of which therefore fit.
 class Layout {
  public:
   explicit Layout(const Shape &shape)
@@ -102,7 +102,7 @@ class Layout {
 
 }  // namespace
 
-std::optional<std::uint64_t> dump_size(std::size_t byte_count, const Shape &shape) {
+std::optional<std::uint64_t> dump_bound(std::size_t byte_count, const Shape &shape) {
   if (byte_count == 0 || shape.hexlen < 1 || shape.linelen < 1) return 0;
   // Lengths are cut to what is certainly too much: below, no sum or product of two then reaches 2^63.
   const auto length = [](std::size_t size) { return std::min(std::uint64_t{size}, kMaxSize + 1); };
@@ -121,7 +121,7 @@ std::optional<std::uint64_t> dump_size(std::size_t byte_count, const Shape &shap
 }
 
 std::size_t dump(ByteView input, const Shape &shape, ByteBuffer output) {
-  assert(dump_size(input.size(), shape).has_value() && *dump_size(input.size(), shape) <= output.size());
+  assert(dump_bound(input.size(), shape).has_value() && *dump_bound(input.size(), shape) <= output.size());
   if (input.empty() || shape.hexlen < 1 || shape.linelen < 1) return 0;
   const Layout layout(shape);
   const std::size_t line_size = layout.line_size();

@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "bytes.h"
+#include "base/bytes.h"
 
 namespace kzv::hex_dump {
 
@@ -20,9 +20,9 @@ struct Shape {
 // Bytes that the output buffer of `dump` must hold for `byte_count` bytes of input. Nothing if the dump and a
 // zero byte behind it, or the digits and one filler for each digit of a line, exceed 2,147,483,647 bytes. Any
 // values may be given: no step overflows.
-std::optional<std::uint64_t> dump_size(std::size_t byte_count, const Shape &shape);
+std::optional<std::uint64_t> dump_bound(std::size_t byte_count, const Shape &shape);
 
-// Writes the dump of a shape that has a `dump_size`, into that many bytes. Upper-case digits, high nibble
+// Writes the dump of a shape that has a `dump_bound`, into that many bytes. Upper-case digits, high nibble
 // first. Returns the dump's length, which is shorter than what was written where one of the shape's texts
 // holds a zero byte: a dump ends before its first.
 std::size_t dump(ByteView input, const Shape &shape, ByteBuffer output);

@@ -2,7 +2,7 @@
 // and 4.2).
 #pragma once
 
-#include "bytes.h"
+#include "base/bytes.h"
 
 namespace kzv::mail_subject {
 
@@ -11,9 +11,7 @@ namespace kzv::mail_subject {
 bool needs_encoding(ByteView utf8);
 
 // Bytes that the output of `encode` must hold: at most, and exactly.
-constexpr std::uint64_t max_encoded_size(std::size_t byte_count) {
-  return std::uint64_t{byte_count} * 3 + 12;
-}
+constexpr std::uint64_t encode_bound(std::size_t byte_count) { return std::uint64_t{byte_count} * 3 + 12; }
 std::uint64_t encoded_size(ByteView utf8);
 
 // Writes the text up to its first zero byte (or its end) as one encoded word, however long: nothing is split

@@ -1,10 +1,10 @@
-#include "quoted_printable.h"
+#include "transfer/quoted_printable.h"
 
 #include <array>
 #include <cassert>
 #include <cstring>
 
-#include "escaping.h"
+#include "scan/escaping.h"
 
 namespace kzv::quoted_printable {
 namespace {
@@ -25,7 +25,7 @@ std::size_t behind_line_break(ByteView input, std::size_t at) {
 
 // Bytes that may be read behind what a piece becomes.
 constexpr std::size_t kCopied = cpu::kBlock + 16;
-static_assert(cpu::kReadBehindEscaped >= kCopied);
+static_assert(scan::kReadBehindEscaped >= kCopied);
 
 // Where the encoder's output goes: into a buffer, or nowhere while its size is found out.
 class Writer {
@@ -76,8 +76,8 @@ class EncodeData {
   // Piece by piece: first escapes are written, with line breaks left as they are, then lines are made of
   // that.
   auto encode(ByteView input) {
-    std::array<std::uint8_t, cpu::kEscapedRoom> escaped;
-    cpu::Piece piece;
+    std::array<std::uint8_t, scan::kEscapedBound> escaped;
+    scan::Piece piece;
     for (std::size_t at = 0; at < input.size(); at += piece.size) {
       piece.load(input, at, nullptr);
       bool has_line_breaks = false;
@@ -98,23 +98,23 @@ class EncodeData {
   static constexpr cpu::ByteSet kLineBreaks{is_line_break};
   static constexpr cpu::ByteSet kWhiteSpace{is_white_space};
 
-  static std::size_t escape(const cpu::Piece &piece, std::array<std::uint8_t, cpu::kEscapedRoom> &escaped,
+  static std::size_t escape(const scan::Piece &piece, std::array<std::uint8_t, scan::kEscapedBound> &escaped,
                             bool &has_line_breaks) {
-    cpu::Masks marks;
-    cpu::Masks white_space;
-    const cpu::MarksAhead line_breaks(piece, kLineBreaks);
-    cpu::find(piece, kEscaped, marks);
-    cpu::find(piece, kWhiteSpace, white_space);
+    scan::Masks marks;
+    scan::Masks white_space;
+    const scan::MarksAhead line_breaks(piece, kLineBreaks);
+    scan::find(piece, kEscaped, marks);
+    scan::find(piece, kWhiteSpace, white_space);
     // White space at the end of a line could get lost in transport, so it is escaped there.
     for (std::size_t i = 0; i < piece.blocks; ++i) {
       marks[i] |= white_space[i] & line_breaks.ahead(i, 1);
       has_line_breaks |= line_breaks[i] != 0;
     }
-    return cpu::escape(piece, marks, '=', escaped);
+    return scan::escape(piece, marks, '=', escaped);
   }
 
   void make_lines(ByteView text) {
-    cpu::MarkCursor line_breaks(text, kLineBreaks);
+    scan::MarkCursor line_breaks(text, kLineBreaks);
     for (std::size_t at = 0; at < text.size(); ++at) {
       const std::size_t end = line_breaks.next(at);
       if (end > at) fill_lines(text.subspan(at, end - at));
@@ -186,13 +186,13 @@ class Decoder {
  public:
   explicit Decoder(ByteView input) : input_(input) {}
 
-  void operator()(cpu::Piece &piece, cpu::Masks &kept) {
+  void operator()(scan::Piece &piece, scan::Masks &kept) {
     if (decode_regular(piece, kept)) return;
     const auto replace = [this](std::size_t at) { return replaced(at); };
-    cpu::Masks marks;
-    cpu::find(piece, kMarked, marks);
+    scan::Masks marks;
+    scan::find(piece, kMarked, marks);
     for (std::size_t i = 0; i < piece.blocks; ++i) {
-      kept[i] = cpu::replace_in_block(piece, i, marks[i], resume_, replace);
+      kept[i] = scan::replace_in_block(piece, i, marks[i], resume_, replace);
     }
   }
 
@@ -205,18 +205,18 @@ class Decoder {
 
   // What encoders write, without a branch for each mark: "=" and two digits, "=" CR LF, and CR LF, of which
   // the LF is what is kept. False if there is anything else, such as a lone CR or an escape without digits.
-  bool decode_regular(cpu::Piece &piece, cpu::Masks &kept) {
-    const cpu::MarksAhead equals(piece, kEquals);
-    const cpu::MarksAhead returns(piece, kReturn);
-    const cpu::MarksAhead feeds(piece, kFeed);
-    const cpu::MarksAhead digits(piece, kDigits);
-    cpu::Masks escapes;
+  bool decode_regular(scan::Piece &piece, scan::Masks &kept) {
+    const scan::MarksAhead equals(piece, kEquals);
+    const scan::MarksAhead returns(piece, kReturn);
+    const scan::MarksAhead feeds(piece, kFeed);
+    const scan::MarksAhead digits(piece, kDigits);
+    scan::Masks escapes;
     std::uint64_t any_escape = 0;
     std::uint64_t taken = 0;  // of the next block, by an escape or a soft break at the end of this one
     std::uint64_t behind_return = 0;  // whether the next block begins behind a CR
     for (std::size_t i = 0; i < piece.blocks; ++i) {
       const std::size_t base = piece.start + i * cpu::kBlock;
-      const std::uint64_t open = resume_ > base ? ~cpu::bits_below(resume_ - base) : ~std::uint64_t{0};
+      const std::uint64_t open = resume_ > base ? ~scan::bits_below(resume_ - base) : ~std::uint64_t{0};
       const std::uint64_t escape = equals[i] & open & digits.ahead(i, 1) & digits.ahead(i, 2);
       const std::uint64_t soft = equals[i] & open & returns.ahead(i, 1) & feeds.ahead(i, 2);
       const std::uint64_t paired = returns[i] & open & feeds.ahead(i, 1);
@@ -234,19 +234,19 @@ class Decoder {
     const std::size_t end = piece.start + piece.blocks * cpu::kBlock;
     resume_ = std::max(resume_, end + static_cast<std::size_t>(std::bit_width(taken)));
     if (any_escape == 0) return true;
-    cpu::level().unescape(piece.text, piece.blocks, escapes.data(), piece.place);
+    cpu::level().decode_escapes(piece.text, piece.blocks, escapes.data(), piece.place);
     piece.text = piece.place;
     return true;
   }
 
-  [[nodiscard]] cpu::Replacement replaced(std::size_t at) const {
-    if (input_[at] != '=') return cpu::replaced_by('\n', behind_line_break(input_, at));
-    if (input_.size() - at < 3) return cpu::dropped(input_.size());  // nothing there could give a byte
+  [[nodiscard]] scan::Replacement replaced(std::size_t at) const {
+    if (input_[at] != '=') return scan::replaced_by('\n', behind_line_break(input_, at));
+    if (input_.size() - at < 3) return scan::dropped(input_.size());  // nothing there could give a byte
     const std::uint8_t high = input_[at + 1];
     const std::uint8_t low = input_[at + 2];
-    if (is_line_break(high) || is_white_space(high)) return cpu::dropped(behind_soft_break(input_, at + 1));
-    if (!is_hex_digit(high) || !is_hex_digit(low)) return cpu::dropped(at + 3);
-    return cpu::replaced_by(static_cast<std::uint8_t>(kDigitValues[high] << 4 | kDigitValues[low]), at + 3);
+    if (is_line_break(high) || is_white_space(high)) return scan::dropped(behind_soft_break(input_, at + 1));
+    if (!is_hex_digit(high) || !is_hex_digit(low)) return scan::dropped(at + 3);
+    return scan::replaced_by(static_cast<std::uint8_t>(kDigitValues[high] << 4 | kDigitValues[low]), at + 3);
   }
 
   ByteView input_;
@@ -255,6 +255,6 @@ class Decoder {
 
 }  // namespace
 
-std::size_t decode(ByteView input, ByteBuffer output) { return cpu::keep(input, Decoder(input), output); }
+std::size_t decode(ByteView input, ByteBuffer output) { return scan::keep(input, Decoder(input), output); }
 
 }  // namespace kzv::quoted_printable

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "bytes.h"
+#include "base/bytes.h"
 
 namespace kzv::quoted_printable {
 
@@ -19,20 +19,20 @@ constexpr std::size_t line_room(std::int32_t line_length) {
 // Bytes that `encode` writes at most for `byte_count` bytes of input, whatever they are. A byte gives at most
 // three characters, so a line broken because it is full holds at least room / 3 bytes of input; where the
 // room is below 3, each byte may bring its own break. The last break comes on top of that.
-constexpr std::uint64_t max_encoded_size(std::size_t byte_count, std::int32_t line_length) {
+constexpr std::uint64_t encode_bound(std::size_t byte_count, std::int32_t line_length) {
   const std::uint64_t bytes_per_line = std::max(line_room(line_length) / 3, std::size_t{1});
   return std::uint64_t{byte_count} * 3 + byte_count / bytes_per_line * 3 + 3;
 }
 
 // Bytes that `encode` writes for exactly this input. Writes nothing and costs a pass over the input: for
-// callers to whom `max_encoded_size` promises too little.
+// callers to whom `encode_bound` promises too little.
 std::uint64_t encoded_size(ByteView input, std::int32_t line_length);
 
 // Writes printable characters, spaces and tabs as they are, every line break (CR LF, LF CR, CR or LF) as
 // CR LF, and all other bytes as "=" and two upper-case hex digits; a space or tab directly before a line
 // break counts among those. Full lines end in "=" CR LF; so does a text of several lines that ends in the
 // middle of one. A character wider than a line still gets a line of its own. The output needs
-// `max_encoded_size` or `encoded_size` bytes; returns the number written.
+// `encode_bound` or `encoded_size` bytes; returns the number written.
 std::size_t encode(ByteView input, std::int32_t line_length, ByteBuffer output);
 
 // Turns escapes into bytes, drops soft breaks ("=", then white space and anything else up to the line's end),

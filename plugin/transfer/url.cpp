@@ -1,11 +1,11 @@
-#include "url.h"
+#include "transfer/url.h"
 
 #include <array>
 #include <cassert>
 #include <string_view>
 #include <utility>
 
-#include "escaping.h"
+#include "scan/escaping.h"
 
 namespace kzv::url {
 namespace {
@@ -15,7 +15,7 @@ constexpr bool is_kept(std::uint8_t byte) {
   return kKept.find(static_cast<char>(byte)) != std::string_view::npos;
 }
 
-consteval cpu::Escaping make_escaping(bool space_is_plus, bool escape_plus) {
+consteval scan::Escaping make_escaping(bool space_is_plus, bool escape_plus) {
   const auto is_escaped = [=](std::uint8_t byte) {
     if (byte == ' ') return !space_is_plus;
     if (byte == '+') return escape_plus;
@@ -28,14 +28,15 @@ consteval cpu::Escaping make_escaping(bool space_is_plus, bool escape_plus) {
 }
 
 // One for each value of the two option bits.
-constexpr std::array<cpu::Escaping, 4> kEscapings = {make_escaping(false, false), make_escaping(true, true),
-                                                     make_escaping(false, true), make_escaping(false, false)};
+constexpr std::array<scan::Escaping, 4> kEscapings = {make_escaping(false, false), make_escaping(true, true),
+                                                      make_escaping(false, true),
+                                                      make_escaping(false, false)};
 
 }  // namespace
 
 std::size_t encode(ByteView input, std::uint32_t options, ByteBuffer output) {
-  assert(output.size() >= encode_room(input.size()));
-  return cpu::write_escaped(input, kEscapings[options & (kSpaceIsPlus | kEscapePlus)], output);
+  assert(output.size() >= encode_bound(input.size()));
+  return scan::write_escaped(input, kEscapings[options & (kSpaceIsPlus | kEscapePlus)], output);
 }
 
 namespace {
@@ -63,13 +64,13 @@ std::size_t decode(ByteView input, std::uint32_t options, ByteBuffer output) {
   static constexpr cpu::ByteSet kPlus = cpu::bytes_in("+");
   constexpr std::uint8_t kFromPlusToSpace = 256 + ' ' - '+';
   std::uint64_t taken = 0;
-  const auto choose = [&](cpu::Piece &piece, cpu::Masks &kept) {
-    cpu::Masks marks;
+  const auto choose = [&](scan::Piece &piece, scan::Masks &kept) {
+    scan::Masks marks;
     if ((options & kSpaceIsPlus) != 0) {
-      cpu::find(piece, kPlus, marks);
+      scan::find(piece, kPlus, marks);
       cpu::level().add(piece.text, piece.blocks, marks.data(), 0, kFromPlusToSpace, piece.own());
     }
-    cpu::find(piece, kPercent, marks);
+    scan::find(piece, kPercent, marks);
     std::uint64_t any = 0;
     for (std::size_t i = 0; i < piece.blocks; ++i) {
       const std::uint64_t taken_before = taken;
@@ -78,10 +79,10 @@ std::size_t decode(ByteView input, std::uint32_t options, ByteBuffer output) {
       any |= marks[i];
     }
     if (any == 0) return;
-    cpu::level().unescape(piece.text, piece.blocks, marks.data(), piece.place);
+    cpu::level().decode_escapes(piece.text, piece.blocks, marks.data(), piece.place);
     piece.text = piece.place;
   };
-  return cpu::keep(input, choose, output);
+  return scan::keep(input, choose, output);
 }
 
 }  // namespace kzv::url

@@ -1,7 +1,7 @@
 // Percent encoding of bytes for URLs and form data (RFC 3986, section 2.1; form data: HTML 4.01, 17.13.4.1).
 #pragma once
 
-#include "bytes.h"
+#include "base/bytes.h"
 
 namespace kzv::url {
 
@@ -11,7 +11,7 @@ inline constexpr std::uint32_t kSpaceIsPlus = 1;
 inline constexpr std::uint32_t kEscapePlus = 2;
 
 // Bytes that the output buffer of `encode` must hold: 3 for each byte of input and a margin of 10.
-constexpr std::uint64_t encode_room(std::size_t byte_count) { return std::uint64_t{byte_count} * 3 + 10; }
+constexpr std::uint64_t encode_bound(std::size_t byte_count) { return std::uint64_t{byte_count} * 3 + 10; }
 
 // Writes letters, digits and ! * + - . _ @ as they are and every other byte as "%" and two upper-case hex
 // digits; `options` changes what becomes of space and plus. Returns the number of bytes written.

@@ -1,8 +1,8 @@
-#include "yenc.h"
+#include "transfer/yenc.h"
 
 #include <algorithm>
 
-#include "marks.h"
+#include "scan/marks.h"
 
 namespace kzv::yenc {
 namespace {
@@ -14,12 +14,12 @@ constexpr std::uint8_t kEscapedOffset = 64;  // on top of the other
 // `carry` tells whether the last one of the block before counted.
 std::uint64_t counting(std::uint64_t marks, bool &carry) {
   constexpr std::uint64_t kOdd = 0xAAAAAAAAAAAAAAAA;
-  if ((marks & (marks << 1 | cpu::lowest_bit(carry))) == 0) {
+  if ((marks & (marks << 1 | scan::lowest_bit(carry))) == 0) {
     // None is behind another: all count, and the next block need not wait for what follows.
     carry = (marks >> 63) != 0;
     return marks;
   }
-  marks &= ~cpu::lowest_bit(carry);
+  marks &= ~scan::lowest_bit(carry);
   const std::uint64_t starts = marks & ~(marks << 1);
   // Added to a run, its start carries through and out of it.
   const std::uint64_t runs_from_odd = marks & ~(marks + (starts & kOdd));
@@ -33,20 +33,20 @@ std::uint64_t counting(std::uint64_t marks, bool &carry) {
 std::size_t decode(ByteView input, ByteBuffer output) {
   static constexpr cpu::ByteSet kEscape = cpu::bytes_in("=");
   bool carry = false;
-  const auto choose = [&](cpu::Piece &piece, cpu::Masks &kept) {
-    cpu::Masks escaped;
-    cpu::find(piece, kEscape, kept);
+  const auto choose = [&](scan::Piece &piece, scan::Masks &kept) {
+    scan::Masks escaped;
+    scan::find(piece, kEscape, kept);
     for (std::size_t i = 0; i < piece.blocks; ++i) {
       const bool first_is_escaped = carry;
       const std::uint64_t escapes = counting(kept[i], carry);
-      escaped[i] = escapes << 1 | cpu::lowest_bit(first_is_escaped);
+      escaped[i] = escapes << 1 | scan::lowest_bit(first_is_escaped);
       kept[i] = ~escapes;
     }
     cpu::level().add(piece.text, piece.blocks, escaped.data(), 256 - kOffset, 256 - kEscapedOffset,
                      piece.place);
     piece.text = piece.place;
   };
-  std::size_t written = cpu::keep(input, choose, output);
+  std::size_t written = scan::keep(input, choose, output);
   const auto last_run =
       std::find_if(input.rbegin(), input.rend(), [](std::uint8_t byte) { return byte != '='; });
   const bool nothing_follows = (last_run - input.rbegin()) % 2 != 0;

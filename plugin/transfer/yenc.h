@@ -2,7 +2,7 @@
 // line breaks already taken out.
 #pragma once
 
-#include "bytes.h"
+#include "base/bytes.h"
 
 namespace kzv::yenc {
 

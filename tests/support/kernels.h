@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "bytes.h"
+#include "base/bytes.h"
 #include "support/guarded.h"
 
 namespace kzv {

@@ -23,7 +23,7 @@
 
 #include "compare/distance.h"
 #include "compare/ordering.h"
-#include "level.h"
+#include "cpu/level.h"
 #include "markup/charsets.h"
 #include "markup/html.h"
 #include "markup/sql.h"
@@ -85,7 +85,7 @@ class Relations {
       return run(encoded, encoded.size(),
                  [=](ByteView from, ByteBuffer to) { return url::decode(from, plus ? 1 : 0, to); });
     };
-    const std::string encoded = run(text, url::encode_room(text.size()), [=](ByteView from, ByteBuffer to) {
+    const std::string encoded = run(text, url::encode_bound(text.size()), [=](ByteView from, ByteBuffer to) {
       return url::encode(from, options, to);
     });
     expect(decoded(encoded, (options & 3) == url::kSpaceIsPlus) == text, "URL decode(encode(x)) == x");
@@ -96,11 +96,12 @@ class Relations {
 
   void hex() {
     const std::string text = in_.text();
-    const std::string encoded = run(text, hex::encode_room(text.size()), hex::encode);
-    expect(run(encoded, hex::decode_room(encoded.size()), hex::decode) == text, "hex decode(encode(x)) == x");
+    const std::string encoded = run(text, hex::encode_bound(text.size()), hex::encode);
+    expect(run(encoded, hex::decode_bound(encoded.size()), hex::decode) == text,
+           "hex decode(encode(x)) == x");
     std::string escaped;
     for (std::size_t i = 0; i + 1 < text.size(); i += 2) escaped += '%' + text.substr(i, 2);
-    expect(run(text, hex::decode_room(text.size()), hex::decode) == slowly_unescaped(escaped, '%', ' '),
+    expect(run(text, hex::decode_bound(text.size()), hex::decode) == slowly_unescaped(escaped, '%', ' '),
            "hex decode");
   }
 
@@ -112,8 +113,7 @@ class Relations {
     for (const std::string &lines : {text, run(text, text.size(), decode)}) {
       const auto [expected, plain] = slowly_encoded(lines, limit);
       const std::uint64_t size = encoded_size(Area(lines).bytes(), limit);
-      expect(size == expected.size() && size <= max_encoded_size(lines.size(), limit),
-             "quoted-printable size");
+      expect(size == expected.size() && size <= encode_bound(lines.size(), limit), "quoted-printable size");
       expect(run(lines, size, encode_lines) == expected, "quoted-printable encode");
       expect(run(expected, expected.size(), decode) == plain, "quoted-printable decode(encode(x)) == x");
     }
@@ -127,7 +127,7 @@ class Relations {
     expect(needs_encoding(Area(text).bytes()) == needed, "a subject with other bytes needs encoding");
     const std::uint64_t size = encoded_size(Area(text).bytes());
     const std::string word = run(text, size, encode);
-    expect(word.size() == size && size <= max_encoded_size(text.size()), "subject size");
+    expect(word.size() == size && size <= encode_bound(text.size()), "subject size");
     expect(word.starts_with("=?utf-8?Q?") && word.ends_with("?="), "a subject is one encoded word");
     expect(slowly_unescaped(word.substr(10, word.size() - 12), '=', '_') == shown,
            "subject decode(encode(x)) == x");
@@ -226,7 +226,7 @@ class Relations {
     Area filler(in_.text(20));
     const hex_dump::Shape shape{hexlen, linelen, start.bytes(), end.bytes(), spacer.bytes(), filler.bytes()};
     const std::string text = in_.text();
-    const std::uint64_t size = hex_dump::dump_size(text.size(), shape).value_or(0x7FFFFFFE);
+    const std::uint64_t size = hex_dump::dump_bound(text.size(), shape).value_or(0x7FFFFFFE);
     expect(size < 0x7FFFFFFF, "there is no hex dump beyond the limit");
     if (size > 100'000) return;
     const auto dump = [&](ByteView from, ByteBuffer to) { return hex_dump::dump(from, shape, to); };
@@ -288,8 +288,8 @@ class Relations {
   static std::string_view bytes_of(std::u16string_view text) {
     return {reinterpret_cast<const char *>(text.data()), text.size() * 2};
   }
-  static UnitView units_of(ByteView bytes) {
-    return {reinterpret_cast<const Unit *>(bytes.data()), bytes.size() / sizeof(Unit)};
+  static CodeUnitView units_of(ByteView bytes) {
+    return {reinterpret_cast<const CodeUnit *>(bytes.data()), bytes.size() / sizeof(CodeUnit)};
   }
 
   // Runs `kernel(input, output) -> bytes written` at every level.
@@ -315,9 +315,9 @@ class Relations {
 
   std::u16string decoded_html(std::u16string_view text) {
     const std::string bytes =
-        run(bytes_of(text), text.size() * sizeof(Unit), [](ByteView in, ByteBuffer out) {
-          return sizeof(Unit) *
-                 html::decode(units_of(in), {reinterpret_cast<Unit *>(out.data()), out.size() / 2});
+        run(bytes_of(text), text.size() * sizeof(CodeUnit), [](ByteView in, ByteBuffer out) {
+          return sizeof(CodeUnit) *
+                 html::decode(units_of(in), {reinterpret_cast<CodeUnit *>(out.data()), out.size() / 2});
         });
     std::u16string units(bytes.size() / 2, u'\0');
     std::memcpy(units.data(), bytes.data(), bytes.size());

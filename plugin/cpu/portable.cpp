@@ -2,8 +2,8 @@
 #include <cstring>
 #include <emmintrin.h>
 
-#include "hex_digits.h"
-#include "levels.h"
+#include "base/hex_digits.h"
+#include "cpu/levels.h"
 
 namespace kzv::cpu {
 namespace {
@@ -120,8 +120,8 @@ __m128i digit_values(__m128i text) {
                       _mm_and_si128(letter_value, is_at_most(letter, 5)));
 }
 
-void unescape(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
-              std::uint8_t *output) {
+void decode_escapes(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                    std::uint8_t *output) {
   for (std::size_t at = 0; at < blocks * kBlock; at += 16) {
     // No value reaches bit 4, so that none crosses into the next byte.
     const __m128i high = _mm_slli_epi16(digit_values(load(bytes + at + 1)), 4);
@@ -131,9 +131,9 @@ void unescape(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t
   }
 }
 
-__m128i load(const Unit *units) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(units)); }
+__m128i load(const CodeUnit *units) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(units)); }
 
-void narrow(const Unit *units, std::size_t blocks, std::uint16_t limit, std::uint8_t *output,
+void narrow(const CodeUnit *units, std::size_t blocks, std::uint16_t limit, std::uint8_t *output,
             std::uint64_t *masks) {
   const __m128i limits = _mm_set1_epi16(static_cast<short>(limit));
   const __m128i kLow = _mm_set1_epi16(0xFF);
@@ -167,13 +167,13 @@ constexpr std::uint8_t value_of(std::uint8_t digit) {
 
 }  // namespace
 
-void read_part(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block) {
+void load_partial(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block) {
   std::memset(block, 0, kBlock);
   if (byte_count > 0) std::memcpy(block, bytes, byte_count);
 }
 
-std::size_t escape(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where, char introducer,
-                   std::uint8_t *output) {
+std::size_t write_escapes(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                          char introducer, std::uint8_t *output) {
   std::uint8_t *next = output;
   for (std::size_t part = 0; part < blocks * (kBlock / 8); ++part, bytes += 8) {
     const std::uint64_t bits = where[part / 8] >> part % 8 * 8 & 0xFF;
@@ -207,7 +207,7 @@ void from_hex(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *
   }
 }
 
-constexpr Level kBaseline = {"sse2", ~std::size_t{0}, read_part, find,   find_pair, compact, add,
-                             fill,   unescape,        escape,    narrow, to_hex,    from_hex};
+constexpr Level kPortable = {"sse2", ~std::size_t{0}, load_partial,  find,   find_pair, compact, add,
+                             fill,   decode_escapes,  write_escapes, narrow, to_hex,    from_hex};
 
 }  // namespace kzv::cpu

@@ -1,21 +1,22 @@
 // Writing bytes as escapes of an introducing character and two hex digits, many at a time.
 #pragma once
 
-#include "hex_digits.h"
-#include "marks.h"
+#include "base/hex_digits.h"
+#include "scan/marks.h"
 
-namespace kzv::cpu {
+namespace kzv::scan {
 
 // Room for a piece of which every byte is escaped, and two blocks behind it.
-inline constexpr std::size_t kReadBehindEscaped = 2 * kBlock;
-inline constexpr std::size_t kEscapedRoom = 3 * Piece::kBlocks * kBlock + kReadBehindEscaped;
+inline constexpr std::size_t kReadBehindEscaped = 2 * cpu::kBlock;
+inline constexpr std::size_t kEscapedBound = 3 * Piece::kBlocks * cpu::kBlock + kReadBehindEscaped;
 
 // Writes a piece with escapes in place of those bytes that are marked; returns the number of bytes written.
 inline std::size_t escape(const Piece &piece, Masks &marks, char introducer,
-                          std::array<std::uint8_t, kEscapedRoom> &output) {
-  const std::size_t padding = piece.blocks * kBlock - piece.size;
-  if (padding > 0) marks[piece.blocks - 1] &= bits_below(kBlock - padding);
-  return level().escape(piece.text, piece.blocks, marks.data(), introducer, output.data()) - padding;
+                          std::array<std::uint8_t, kEscapedBound> &output) {
+  const std::size_t padding = piece.blocks * cpu::kBlock - piece.size;
+  if (padding > 0) marks[piece.blocks - 1] &= bits_below(cpu::kBlock - padding);
+  return cpu::level().write_escapes(piece.text, piece.blocks, marks.data(), introducer, output.data()) -
+         padding;
 }
 
 // How each byte is written: as an escape, as another byte, or as it is.
@@ -35,8 +36,8 @@ struct Escaping {
   }
 
   char introducer;
-  ByteSet escaped;
-  ByteSet replaced;
+  cpu::ByteSet escaped;
+  cpu::ByteSet replaced;
   std::uint8_t difference;
   EscapeTable forms{};
 };
@@ -59,20 +60,20 @@ inline std::uint8_t *write_by_table(ByteView input, const EscapeTable &forms, st
 inline std::size_t write_escaped(ByteView input, const Escaping &how, ByteBuffer output) {
   std::uint8_t *next = output.data();
   if (input.empty()) return 0;
-  if (input.size() <= level().by_table) {
+  if (input.size() <= cpu::level().by_table) {
     return static_cast<std::size_t>(write_by_table(input, how.forms, next) - next);
   }
   Piece piece;
   Masks escaped;
   Masks replaced;
-  std::array<std::uint8_t, Piece::kBlocks * kBlock> text;
-  std::array<std::uint8_t, kEscapedRoom> written;
+  std::array<std::uint8_t, Piece::kBlocks * cpu::kBlock> text;
+  std::array<std::uint8_t, kEscapedBound> written;
   for (std::size_t at = 0; at < input.size(); at += piece.size) {
     piece.load(input, at, nullptr);
     find(piece, how.escaped, escaped);
     if (how.replaced.range_count > 0) {
       find(piece, how.replaced, replaced);
-      level().add(piece.text, piece.blocks, replaced.data(), 0, how.difference, text.data());
+      cpu::level().add(piece.text, piece.blocks, replaced.data(), 0, how.difference, text.data());
       piece.text = text.data();
     }
     const std::size_t count = escape(piece, escaped, how.introducer, written);
@@ -82,4 +83,4 @@ inline std::size_t write_escaped(ByteView input, const Escaping &how, ByteBuffer
   return static_cast<std::size_t>(next - output.data());
 }
 
-}  // namespace kzv::cpu
+}  // namespace kzv::scan

@@ -1,9 +1,14 @@
-#include "frame/methods.h"
+#include "methods.h"
 
-#include "compare/functions.h"
-#include "frame/declaration.h"
-#include "markup/functions.h"
-#include "transfer/functions.h"
+#include "compare/bytes_functions.h"
+#include "compare/comparison_functions.h"
+#include "compare/number_functions.h"
+#include "declaration.h"
+#include "markup/charset_functions.h"
+#include "markup/html_functions.h"
+#include "markup/sql_functions.h"
+#include "transfer/transfer_functions.h"
+#include "transfer/url_functions.h"
 
 namespace kzv {
 namespace {

@@ -3,9 +3,9 @@
 #include <ctime>
 
 #include "abi.h"
+#include "cpu/level.h"
 #include "frame/entry_points.h"
-#include "frame/methods.h"
-#include "level.h"
+#include "methods.h"
 
 namespace kzv {
 namespace {

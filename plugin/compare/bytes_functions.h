@@ -1,17 +1,10 @@
-// Comparison, distances, bit operations and numbers as the host calls them. A null string is the empty
-// string, as argument and as result.
+// Byte strings as the host calls them: bit operations, concatenation, random bytes. A null string is the
+// empty string.
 #pragma once
 
 #include "abi.h"
 
 namespace kzv {
-
-KZV_CALLED_BY_HOST std::int32_t StrCompBytes(REALstringStruct *a, REALstringStruct *b);
-KZV_CALLED_BY_HOST std::int32_t StrCompCharacters(REALstringStruct *a, REALstringStruct *b);
-KZV_CALLED_BY_HOST std::int32_t CountOccurances(REALstringStruct *s, REALstringStruct *find);
-
-KZV_CALLED_BY_HOST double JaroWinklerDistance(REALstringStruct *a, REALstringStruct *b);
-KZV_CALLED_BY_HOST double LevenshteinDistance(REALstringStruct *a, REALstringStruct *b);
 
 KZV_CALLED_BY_HOST REALstringStruct *StringAND(REALstringStruct *a, REALstringStruct *b);
 KZV_CALLED_BY_HOST REALstringStruct *StringOR(REALstringStruct *a, REALstringStruct *b);
@@ -19,7 +12,6 @@ KZV_CALLED_BY_HOST REALstringStruct *StringXOR(REALstringStruct *data, REALstrin
                                                std::int32_t offset);
 KZV_CALLED_BY_HOST REALstringStruct *StringXOR2(REALstringStruct *data, REALstringStruct *mask,
                                                 std::int32_t offset);
-
 KZV_CALLED_BY_HOST REALstringStruct *ConcatBinaryStrings2(REALstringStruct *a, REALstringStruct *b);
 KZV_CALLED_BY_HOST REALstringStruct *ConcatBinaryStrings3(REALstringStruct *a, REALstringStruct *b,
                                                           REALstringStruct *c);
@@ -32,8 +24,5 @@ KZV_CALLED_BY_HOST REALstringStruct *ConcatBinaryStrings6(REALstringStruct *a, R
                                                           REALstringStruct *c, REALstringStruct *d,
                                                           REALstringStruct *e, REALstringStruct *f);
 KZV_CALLED_BY_HOST REALstringStruct *RandomBytesString(std::int32_t length, REALboolean ascii);
-
-KZV_CALLED_BY_HOST REALstringStruct *Str(double d);
-KZV_CALLED_BY_HOST REALstringStruct *ScientificStr(double d, std::int32_t digits);
 
 }  // namespace kzv

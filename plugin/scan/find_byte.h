@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "bytes.h"
+#include "base/bytes.h"
 
 namespace kzv {
 

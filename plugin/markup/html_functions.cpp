@@ -1,22 +1,19 @@
-#include "markup/functions.h"
+#include "markup/html_functions.h"
 
 #include <algorithm>
 #include <array>
 
 #include "frame/string_builders.h"
 #include "frame/transform.h"
-#include "markup/charsets.h"
-#include "markup/classification.h"
 #include "markup/entities.h"
 #include "markup/html.h"
-#include "markup/sql.h"
 #include "markup/tags.h"
 
 namespace kzv {
 namespace {
 
 // The longest form of a unit did not fit into the builder any more: appended on its own it makes it grow.
-void AddReference(AsciiStringHandle &page, Unit unit, bool keep_ascii) {
+void AddReference(AsciiStringHandle &page, CodeUnit unit, bool keep_ascii) {
   const html::Entity *const entity = html::entity_of(unit.value);
   if (entity != nullptr && unit.value >= 0x80) {
     Add(page, entity->name());
@@ -27,7 +24,7 @@ void AddReference(AsciiStringHandle &page, Unit unit, bool keep_ascii) {
   AddBinary(page, written.data(), static_cast<std::int32_t>(progress.written));
 }
 
-void AddPage(AsciiStringHandle &page, UnitView text, bool keep_ascii) {
+void AddPage(AsciiStringHandle &page, CodeUnitView text, bool keep_ascii) {
   while (!text.empty() && !page.dropped()) {
     page.AddInPlace([&](ByteBuffer room) {
       const html::Progress progress = html::encode(text, keep_ascii, room);
@@ -62,21 +59,8 @@ void AddReplaced(AsciiStringHandle &page, ByteView text, ByteView instead) {
 }
 
 // The initial block of the HTML builders: for a short text no more than it can need.
-std::uint64_t PageRoom(UnitView text) {
-  return std::min(std::uint64_t{text.size()} * 2 + 4096, html::encode_room(text.size()));
-}
-
-REALstringStruct *EncodingTo(REALstringStruct *s, const charsets::Charset &charset) {
-  return Transform<rbText>(s, &rbText::utf16, kEncodingBytes, kOneByteEach,
-                           [&](UnitView in, ByteBuffer out) { return charsets::encode(in, charset, out); });
-}
-
-REALstringStruct *DecodingTo(REALstringStruct *s, const charsets::Charset &charset) {
-  const auto room = [](std::size_t byte_count) { return std::uint64_t{byte_count} * sizeof(std::uint16_t); };
-  return TransformBytes(s, kEncodingUTF16, room, [&](ByteView in, ByteBuffer out) {
-    return sizeof(std::uint16_t) *
-           charsets::decode(in, charset, {reinterpret_cast<std::uint16_t *>(out.data()), in.size()});
-  });
+std::uint64_t PageRoom(CodeUnitView text) {
+  return std::min(std::uint64_t{text.size()} * 2 + 4096, html::encode_bound(text.size()));
 }
 
 // Encodings whose bytes below 0x80 are ASCII, as far as a page may rely on it.
@@ -85,22 +69,28 @@ bool MayBeHTMLReady(REALencoding encoding) {
          encoding == kEncodingUTF8;
 }
 
-REALencoding EncodingOfMarker(std::int32_t kind) {
-  if (kind == 1) return kEncodingUTF8;
-  return kind <= 4 ? kEncodingUTF16 : kEncodingUTF32;
-}
-
 }  // namespace
 
 REALstringStruct *EncodingToHTML(REALstringStruct *s, std::int32_t options) {
   AsciiStringHandle page(kEncodingASCII);
   {
     rbText argument(s);
-    const UnitView text = argument.utf16();
+    const CodeUnitView text = argument.utf16();
     if (text.empty() || !page.Create(PageRoom(text))) return nullptr;
     AddPage(page, html::without_mark(text), (options & 1) != 0);
   }
   return page.Finish();
+}
+
+REALstringStruct *DecodingToHTML(REALstringStruct *s) {
+  UnicodeStringHandle decoded;
+  {
+    rbText argument(s);
+    const CodeUnitView page = argument.utf16();
+    if (page.empty() || !decoded.Create(PageRoom(page))) return nullptr;
+    decoded.AddInPlace([page](std::span<CodeUnit> room) { return html::decode(page, room); });
+  }
+  return decoded.Finish();
 }
 
 REALboolean StringIsHTMLready(REALstringStruct *s) {
@@ -109,22 +99,6 @@ REALboolean StringIsHTMLready(REALstringStruct *s) {
   const rbData argument(s);
   return ToREALboolean(html::is_html_ready(argument.bytes()));
 }
-
-REALstringStruct *DecodingToHTML(REALstringStruct *s) {
-  UnicodeStringHandle decoded;
-  {
-    rbText argument(s);
-    const UnitView page = argument.utf16();
-    if (page.empty() || !decoded.Create(PageRoom(page))) return nullptr;
-    decoded.AddInPlace([page](std::span<Unit> room) { return html::decode(page, room); });
-  }
-  return decoded.Finish();
-}
-
-REALstringStruct *EncodingToISO8859(REALstringStruct *s) { return EncodingTo(s, charsets::kIso8859); }
-REALstringStruct *DecodingToISO8859(REALstringStruct *s) { return DecodingTo(s, charsets::kIso8859); }
-REALstringStruct *EncodingToCP1252(REALstringStruct *s) { return EncodingTo(s, charsets::kCp1252); }
-REALstringStruct *DecodingToCP1252(REALstringStruct *s) { return DecodingTo(s, charsets::kCp1252); }
 
 REALstringStruct *RemoveHTMLTags(REALstringStruct *text) { return RemoveHTMLTagsWith(text, nullptr); }
 
@@ -146,46 +120,6 @@ REALstringStruct *RemoveHTMLTagsWith(REALstringStruct *text, REALstringStruct *r
     }
   }
   return kept.Finish();
-}
-
-REALstringStruct *ReplaceNonPrintableCharacters(REALstringStruct *s, std::int32_t replacement) {
-  return TransformBytes(s, kEncodingASCII, kOneByteEach, [=](ByteView in, ByteBuffer out) {
-    return classification::replace_non_printable(in, static_cast<std::uint8_t>(replacement & 0xFF), out);
-  });
-}
-
-REALboolean IsASCIIString1(REALstringStruct *s) { return IsASCIIString2(s, 0); }
-
-REALboolean IsASCIIString2(REALstringStruct *s, std::int32_t mode) {
-  const rbData argument(s);
-  return ToREALboolean(classification::is_ascii(argument.bytes(), mode));
-}
-
-std::int32_t DetectUnicodeMarkers(REALstringStruct *s) {
-  const rbData argument(s);
-  return classification::detect_marker(argument.bytes());
-}
-
-REALstringStruct *GetUnicodeMarkers(std::int32_t kind) {
-  return BuildStoredString(classification::marker_bytes(kind), EncodingOfMarker(kind));
-}
-
-REALstringStruct *UnicodeString(REALstringStruct *s) { return REALConvertString(s, kEncodingUTF16); }
-REALstringStruct *NativeString(REALstringStruct *s) { return REALConvertString(s, kEncodingUTF8); }
-
-REALstringStruct *DecodingFromMySQL(REALstringStruct *s) {
-  return TransformBytes(s, kEncodingBytes, kOneByteEach, sql::decode_mysql);
-}
-
-REALstringStruct *SQLReplaceBoolean(REALstringStruct *sql) {
-  AsciiStringHandle rewritten(kEncodingUTF8);
-  {
-    rbText argument(sql);
-    const ByteView text = argument.ascii();
-    if (text.empty() || !rewritten.Create(std::uint64_t{text.size()} + 10)) return nullptr;
-    rewritten.AddInPlace([text](ByteBuffer room) { return sql::replace_booleans(text, room); });
-  }
-  return rewritten.Finish();
 }
 
 }  // namespace kzv

@@ -11,9 +11,9 @@ using ByteView = std::span<const std::uint8_t>;
 using ByteBuffer = std::span<std::uint8_t>;
 
 // One UTF-16 unit wherever it stands in memory: older hosts keep their text at odd addresses.
-struct [[gnu::packed, gnu::may_alias]] Unit {
+struct [[gnu::packed, gnu::may_alias]] CodeUnit {
   std::uint16_t value;
 };
-using UnitView = std::span<const Unit>;
+using CodeUnitView = std::span<const CodeUnit>;
 
 }  // namespace kzv

@@ -1,7 +1,7 @@
 // Whether bytes are ASCII, at the speed at which memory is read.
 #pragma once
 
-#include "bytes.h"
+#include "base/bytes.h"
 
 namespace kzv {
 

@@ -7,13 +7,13 @@
 #include <cassert>
 #include <cstring>
 
-#include "bytes.h"
-#include "level.h"
+#include "base/bytes.h"
+#include "cpu/level.h"
 
-namespace kzv::cpu {
+namespace kzv::scan {
 
 constexpr std::uint64_t bits_below(std::size_t count) {
-  return count < kBlock ? (std::uint64_t{1} << count) - 1 : ~std::uint64_t{0};
+  return count < cpu::kBlock ? (std::uint64_t{1} << count) - 1 : ~std::uint64_t{0};
 }
 
 // The lowest bit that is set, and all below it.
@@ -24,14 +24,14 @@ constexpr std::uint64_t lowest_bit(bool set) { return set ? 1 : 0; }
 // Finds the marked bytes of a text one after the other.
 class MarkCursor {
  public:
-  MarkCursor(ByteView text, const ByteSet &set) : text_(text), set_(set) {}
+  MarkCursor(ByteView text, const cpu::ByteSet &set) : text_(text), set_(set) {}
 
   // The first marked byte from `at` on, or the end of the text. `at` never goes back.
   std::size_t next(std::size_t at) {
     if (at < found_from_) return next_;  // the last search went on from there
-    for (; at < text_.size(); at = (at / kBlock + 1) * kBlock) {
+    for (; at < text_.size(); at = (at / cpu::kBlock + 1) * cpu::kBlock) {
       if (at >= found_to_) find_more(at);
-      const std::uint64_t left = masks_[(at - found_from_) / kBlock] >> (at % kBlock);
+      const std::uint64_t left = masks_[(at - found_from_) / cpu::kBlock] >> (at % cpu::kBlock);
       if (left != 0) return next_ = at + static_cast<std::size_t>(std::countr_zero(left));
     }
     return next_ = text_.size();
@@ -39,21 +39,21 @@ class MarkCursor {
 
  private:
   void find_more(std::size_t at) {
-    found_from_ = at / kBlock * kBlock;
+    found_from_ = at / cpu::kBlock * cpu::kBlock;
     const ByteView rest = text_.subspan(found_from_);
-    const std::size_t blocks = std::min(rest.size() / kBlock, masks_.size());
-    level().find(rest.data(), blocks, set_, masks_.data());
+    const std::size_t blocks = std::min(rest.size() / cpu::kBlock, masks_.size());
+    cpu::level().find(rest.data(), blocks, set_, masks_.data());
     if (blocks == 0) {
-      std::array<std::uint8_t, kBlock> last;
-      level().read_part(rest.data(), rest.size(), last.data());
-      level().find(last.data(), 1, set_, masks_.data());
+      std::array<std::uint8_t, cpu::kBlock> last;
+      cpu::level().load_partial(rest.data(), rest.size(), last.data());
+      cpu::level().find(last.data(), 1, set_, masks_.data());
       masks_[0] &= bits_below(rest.size());
     }
-    found_to_ = found_from_ + std::max(blocks, std::size_t{1}) * kBlock;
+    found_to_ = found_from_ + std::max(blocks, std::size_t{1}) * cpu::kBlock;
   }
 
   ByteView text_;
-  const ByteSet &set_;
+  const cpu::ByteSet &set_;
   std::size_t found_from_ = 0;
   std::size_t found_to_ = 0;
   std::size_t next_ = 0;
@@ -71,25 +71,26 @@ class Piece {
   void load(ByteView input, std::size_t at, std::uint8_t *output) {
     const std::size_t left = input.size() - at;
     start = at;
-    blocks = left > kReadBehind ? std::min((left - kReadBehind) / kBlock, kBlocks) : 0;
-    size = blocks * kBlock;
+    blocks = left > kReadBehind ? std::min((left - kReadBehind) / cpu::kBlock, kBlocks) : 0;
+    size = blocks * cpu::kBlock;
     text = input.data() + at;
     place = output;
     if (blocks == 0) {
       // The rest, at most a block and two bytes. Whole blocks of it may not fit into the output.
       size = left;
-      const std::size_t first = std::min(size, kBlock);
-      level().read_part(text, first, rest_.data());
-      if (size > kBlock) level().read_part(text + kBlock, size - kBlock, rest_.data() + kBlock);
-      blocks = size > kBlock ? 2 : 1;
-      std::memset(rest_.data() + blocks * kBlock, 0, kReadBehind);
+      const std::size_t first = std::min(size, cpu::kBlock);
+      cpu::level().load_partial(text, first, rest_.data());
+      if (size > cpu::kBlock)
+        cpu::level().load_partial(text + cpu::kBlock, size - cpu::kBlock, rest_.data() + cpu::kBlock);
+      blocks = size > cpu::kBlock ? 2 : 1;
+      std::memset(rest_.data() + blocks * cpu::kBlock, 0, kReadBehind);
       text = place = rest_.data();
     }
   }
 
   // The text where it may be changed.
   std::uint8_t *own() {
-    if (text != place) std::memcpy(place, text, blocks * kBlock + kReadBehind);
+    if (text != place) std::memcpy(place, text, blocks * cpu::kBlock + kReadBehind);
     text = place;
     return place;
   }
@@ -101,39 +102,39 @@ class Piece {
   std::uint8_t *place = nullptr;  // for the text, once it is changed: whole blocks and kReadBehind bytes
 
  private:
-  std::array<std::uint8_t, 2 * kBlock + kReadBehind> rest_;
+  std::array<std::uint8_t, 2 * cpu::kBlock + kReadBehind> rest_;
 };
 using Masks = std::array<std::uint64_t, Piece::kBlocks>;
 
-inline void find(const Piece &piece, const ByteSet &set, Masks &masks) {
-  level().find(piece.text, piece.blocks, set, masks.data());
+inline void find(const Piece &piece, const cpu::ByteSet &set, Masks &masks) {
+  cpu::level().find(piece.text, piece.blocks, set, masks.data());
 }
 
 // Reads the rest of a text, less than a block of units, with zeros behind; returns how many of those.
-inline std::size_t read_last(UnitView text, std::array<Unit, kBlock> &units) {
-  constexpr std::size_t kHalf = kBlock / sizeof(Unit);  // fill one block of bytes
+inline std::size_t read_last(CodeUnitView text, std::array<CodeUnit, cpu::kBlock> &units) {
+  constexpr std::size_t kHalf = cpu::kBlock / sizeof(CodeUnit);  // fill one block of bytes
   const std::size_t first = std::min(text.size(), kHalf);
-  const auto read = [](UnitView part, Unit *to) {
-    level().read_part(reinterpret_cast<const std::uint8_t *>(part.data()), part.size_bytes(),
-                      reinterpret_cast<std::uint8_t *>(to));
+  const auto read = [](CodeUnitView part, CodeUnit *to) {
+    cpu::level().load_partial(reinterpret_cast<const std::uint8_t *>(part.data()), part.size_bytes(),
+                              reinterpret_cast<std::uint8_t *>(to));
   };
   read(text.first(first), units.data());
   read(text.subspan(first), units.data() + kHalf);
-  return kBlock - text.size();
+  return cpu::kBlock - text.size();
 }
 
 // The marks of a piece's bytes in a set, and how they look a byte or two further on.
 class MarksAhead {
  public:
-  MarksAhead(const Piece &piece, const ByteSet &set) : last_(piece.blocks - 1) {
+  MarksAhead(const Piece &piece, const cpu::ByteSet &set) : last_(piece.blocks - 1) {
     find(piece, set, masks_);
-    const std::uint8_t *const behind = piece.text + piece.blocks * kBlock;
+    const std::uint8_t *const behind = piece.text + piece.blocks * cpu::kBlock;
     behind_ = lowest_bit(set.contains(behind[0])) | lowest_bit(set.contains(behind[1])) << 1;
   }
   std::uint64_t operator[](std::size_t i) const { return masks_[i]; }
   [[nodiscard]] std::uint64_t ahead(std::size_t i, unsigned distance) const {
     const std::uint64_t next = i < last_ ? masks_[i + 1] : behind_;
-    return masks_[i] >> distance | next << (kBlock - distance);
+    return masks_[i] >> distance | next << (cpu::kBlock - distance);
   }
 
  private:
@@ -160,10 +161,10 @@ std::size_t keep(ByteView input, Choose choose, ByteBuffer output) {
   for (std::size_t at = 0; at < input.size(); at += piece.size) {
     piece.load(input, at, next);
     choose(piece, kept);
-    const bool whole = piece.size == piece.blocks * kBlock;
-    if (!whole) kept[piece.blocks - 1] &= bits_below(piece.size % kBlock);
+    const bool whole = piece.size == piece.blocks * cpu::kBlock;
+    if (!whole) kept[piece.blocks - 1] &= bits_below(piece.size % cpu::kBlock);
     std::uint8_t *const to = whole ? next : piece.place;
-    const std::size_t count = level().compact(piece.text, piece.blocks, kept.data(), to);
+    const std::size_t count = cpu::level().compact(piece.text, piece.blocks, kept.data(), to);
     if (!whole) std::memcpy(next, to, count);
     next += count;
   }
@@ -185,11 +186,11 @@ constexpr Replacement dropped(std::size_t end) { return {end, false, 0}; }
 template <typename Replace>
 std::uint64_t replace_in_block(Piece &piece, std::size_t block, std::uint64_t marks, std::size_t &resume,
                                Replace replace) {
-  const std::size_t base = piece.start + block * kBlock;
+  const std::size_t base = piece.start + block * cpu::kBlock;
   std::uint64_t kept = resume > base ? ~bits_below(resume - base) : ~std::uint64_t{0};
   std::uint64_t left = kept & marks;
   if (left == 0) return kept;
-  std::uint8_t *const text = piece.own() + block * kBlock;
+  std::uint8_t *const text = piece.own() + block * cpu::kBlock;
   while (left != 0) {
     const auto bit = static_cast<unsigned>(std::countr_zero(left));
     const Replacement replacement = replace(base + bit);
@@ -207,12 +208,13 @@ std::uint64_t replace_in_block(Piece &piece, std::size_t block, std::uint64_t ma
 // The same for a whole text, where a set of bytes is marked. The output needs as many bytes as the input;
 // returns the number written.
 template <typename Replace>
-std::size_t replace_marked(ByteView input, const ByteSet &set, Replace replace, ByteBuffer output) {
+std::size_t replace_marked(ByteView input, const cpu::ByteSet &set, Replace replace, ByteBuffer output) {
   Masks marks;
   std::size_t resume = 0;
   const auto choose = [&](Piece &piece, Masks &kept) {
     find(piece, set, marks);
-    if (piece.size < piece.blocks * kBlock) marks[piece.blocks - 1] &= bits_below(piece.size % kBlock);
+    if (piece.size < piece.blocks * cpu::kBlock)
+      marks[piece.blocks - 1] &= bits_below(piece.size % cpu::kBlock);
     for (std::size_t i = 0; i < piece.blocks; ++i) {
       kept[i] = replace_in_block(piece, i, marks[i], resume, replace);
     }
@@ -220,4 +222,4 @@ std::size_t replace_marked(ByteView input, const ByteSet &set, Replace replace, 
   return keep(input, choose, output);
 }
 
-}  // namespace kzv::cpu
+}  // namespace kzv::scan

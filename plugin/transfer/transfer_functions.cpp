@@ -1,4 +1,4 @@
-#include "transfer/functions.h"
+#include "transfer/transfer_functions.h"
 
 #include "frame/exceptions.h"
 #include "frame/transform.h"
@@ -6,23 +6,10 @@
 #include "transfer/hex_dump.h"
 #include "transfer/mail_subject.h"
 #include "transfer/quoted_printable.h"
-#include "transfer/url.h"
 #include "transfer/yenc.h"
 
 namespace kzv {
 namespace {
-
-REALstringStruct *EncodeURL(REALstringStruct *s, std::int32_t options) {
-  return TransformBytes(s, kEncodingASCII, url::encode_room, [options](ByteView in, ByteBuffer out) {
-    return url::encode(in, static_cast<std::uint32_t>(options), out);
-  });
-}
-
-REALstringStruct *DecodeURL(REALstringStruct *s, std::int32_t options) {
-  return TransformBytes(s, kEncodingBytes, kOneByteEach, [options](ByteView in, ByteBuffer out) {
-    return url::decode(in, static_cast<std::uint32_t>(options), out);
-  });
-}
 
 // What an encoder left in its buffer, or why there is nothing.
 struct Encoded {
@@ -57,7 +44,7 @@ REALstringStruct *EncodingToQuotedPrintable(REALstringStruct *s, std::int32_t li
     const ByteView text = argument.bytes();
     if (text.empty()) return nullptr;
     encoded.fill(
-        quoted_printable::max_encoded_size(text.size(), line_length),
+        quoted_printable::encode_bound(text.size(), line_length),
         [=] { return quoted_printable::encoded_size(text, line_length); },
         [=](ByteBuffer output) { return quoted_printable::encode(text, line_length, output); });
   }
@@ -88,7 +75,7 @@ REALstringStruct *EncodeEmailSubject(REALstringStruct *s) {
     needed = mail_subject::needs_encoding(text);
     if (needed) {
       encoded.fill(
-          mail_subject::max_encoded_size(text.size()), [=] { return mail_subject::encoded_size(text); },
+          mail_subject::encode_bound(text.size()), [=] { return mail_subject::encoded_size(text); },
           [=](ByteBuffer output) { return mail_subject::encode(text, output); });
     }
   }
@@ -97,17 +84,12 @@ REALstringStruct *EncodeEmailSubject(REALstringStruct *s) {
   return s;
 }
 
-REALstringStruct *EncodingToURL1(REALstringStruct *s) { return EncodeURL(s, 0); }
-REALstringStruct *EncodingToURL2(REALstringStruct *s, std::int32_t options) { return EncodeURL(s, options); }
-REALstringStruct *DecodingToURL1(REALstringStruct *s) { return DecodeURL(s, 0); }
-REALstringStruct *DecodingToURL2(REALstringStruct *s, std::int32_t options) { return DecodeURL(s, options); }
-
 REALstringStruct *EncodingToHex(REALstringStruct *s) {
-  return TransformBytes(s, kEncodingASCII, hex::encode_room, hex::encode);
+  return TransformBytes(s, kEncodingASCII, hex::encode_bound, hex::encode);
 }
 
 REALstringStruct *DecodingFromHex(REALstringStruct *s) {
-  return Transform<rbText>(s, &rbText::ascii, kEncodingBytes, hex::decode_room, hex::decode);
+  return Transform<rbText>(s, &rbText::ascii, kEncodingBytes, hex::decode_bound, hex::decode);
 }
 
 REALstringStruct *Hexstring(REALstringStruct *input, std::int32_t hexlen, std::int32_t linelen,
@@ -124,7 +106,7 @@ REALstringStruct *Hexstring(REALstringStruct *input, std::int32_t hexlen, std::i
     const rbData padding(filler);
     const hex_dump::Shape shape = {hexlen,      linelen,         start.bytes(),
                                    end.bytes(), between.bytes(), padding.bytes()};
-    const std::optional<std::uint64_t> size = hex_dump::dump_size(bytes.bytes().size(), shape);
+    const std::optional<std::uint64_t> size = hex_dump::dump_bound(bytes.bytes().size(), shape);
     if (!size || !output.allocate(*size)) return nullptr;
     written = hex_dump::dump(bytes.bytes(), shape, output.bytes());
   }
