@@ -1,6 +1,8 @@
 // kzvbench: every function as a host calls it, against its kernel, other libraries and copying.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <benchmark/benchmark.h>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -45,12 +47,38 @@ std::vector<Row> measure_all(Plugins &plugins, const std::regex &wanted) {
 }
 
 void print(const std::vector<Row> &rows) {
-  std::printf("%-24s %-9s %8s %12s %8s %12s  %-12s %12s %8s %8s\n", "function", "input", "size", "ours ns",
+  std::printf("%-24s %-9s %8s %12s %8s %12s  %-12s %12s %8s %8s", "function", "input", "size", "ours ns",
               "GB/s", "kernel ns", "best rival", "rival ns", "ratio", "memcpy");
+  const auto compared = [](const Row &row) { return row.other_ratio.has_value(); };
+  if (std::ranges::any_of(rows, compared)) std::printf(" %12s %8s", "other ns", "ratio");
+  std::printf("\n");
   for (const Row &row : rows) {
-    std::printf("%-24s %-9s %8zu %12.0f %8.3f %12.0f  %-12s %12.0f %8.2f %7.1f%%\n", row.function.c_str(),
+    std::printf("%-24s %-9s %8zu %12.0f %8.3f %12.0f  %-12s %12.0f %8.2f %7.1f%%", row.function.c_str(),
                 row.kind.c_str(), row.size, row.whole, row.gigabytes_per_second(), row.kernels.back(),
                 row.best_rival.c_str(), row.rival, row.ratio(), row.share_of_copy() * 100);
+    if (row.other_ratio) std::printf(" %12.0f %8.3f", row.other(), *row.other_ratio);
+    std::printf("\n");
+  }
+}
+
+// What the other file comes to, in which a ratio below 1 is a loss of ours.
+void print_comparison(std::vector<Row> rows) {
+  std::string lacking;
+  for (const Row &row : rows) {
+    const std::string name = "\n  " + row.function;
+    if (!row.other_ratio && !lacking.ends_with(name)) lacking += name;
+  }
+  if (!lacking.empty()) std::printf("\nThe other file lacks:%s\n", lacking.c_str());
+  std::erase_if(rows, [](const Row &row) { return !row.other_ratio; });
+  if (rows.empty()) return;
+  double sum = 0;
+  for (const Row &row : rows) sum += std::log(*row.other_ratio);
+  std::printf("\nThe other file's times are %.3f of ours, as a geometric mean over %zu rows.\n",
+              std::exp(sum / static_cast<double>(rows.size())), rows.size());
+  std::erase_if(rows, [](const Row &row) { return *row.other_ratio * 1.05 >= 1; });
+  std::printf("Ours is slower by more than 5 %% in %zu rows%s\n", rows.size(), rows.empty() ? "." : ":");
+  for (const Row &row : rows) {
+    std::printf("  %.3f  %s/%s/%zu\n", *row.other_ratio, row.function.c_str(), row.kind.c_str(), row.size);
   }
 }
 
@@ -58,13 +86,15 @@ void write_csv(const std::vector<Row> &rows, const std::filesystem::path &file) 
   std::ofstream out(file);
   out << "function,input,size,ours_ns,ours_gb_per_s";
   for (const cpu::Level *const level : cpu::levels()) out << ",kernel_" << level->name << "_ns";
-  out << ",rival,rival_ns,ratio,memcpy_ns,memcpy_share\n";
+  out << ",rival,rival_ns,ratio,memcpy_ns,memcpy_share,other_ns,other_ratio\n";
   for (const Row &row : rows) {
     out << row.function << ',' << row.kind << ',' << row.size << ',' << row.whole << ','
         << row.gigabytes_per_second();
     for (const double kernel : row.kernels) out << ',' << kernel;
     out << ',' << row.best_rival << ',' << row.rival << ',' << row.ratio() << ',' << row.copy << ','
-        << row.share_of_copy() << '\n';
+        << row.share_of_copy() << ',';
+    out << (row.other_ratio ? std::to_string(row.other()) + ',' + std::to_string(*row.other_ratio) : ",")
+        << '\n';
   }
   out.close();
   if (!out) throw std::runtime_error("cannot write " + file.string());
@@ -73,10 +103,19 @@ void write_csv(const std::vector<Row> &rows, const std::filesystem::path &file) 
 int run(int argc, char **argv) {
   std::string filter;
   std::filesystem::path csv = KZV_RESULTS;
+  std::filesystem::path against;
+  bool no_rivals = false;
   bool scaling = false;
   CLI::App app("Measures every function against other libraries and copying.");
   app.add_option("filter", filter, "measure only what this regular expression finds in FUNCTION/INPUT/SIZE");
   app.add_option("--csv", csv, "the file that the table is written to")->capture_default_str();
+  app.add_option(
+         "--against", against,
+         "another plugin file, such as that of an earlier commit: timed in turns with ours, row by row; "
+         "a ratio below 1 means that ours is slower")
+      ->check(CLI::ExistingFile)
+      ->type_name("FILE");
+  app.add_flag("--no-rivals", no_rivals, "leave out the other libraries");
   app.add_flag("--scaling", scaling, "how time grows with size, and what a second thread brings");
   CLI11_PARSE(app, argc, argv);
 
@@ -88,11 +127,15 @@ int run(int argc, char **argv) {
     print_scaling(plugins.ours, wanted);
     return 0;
   }
+  if (!no_rivals) plugins.rivals.emplace(KZV_RIVALS);
+  // It can be the same file as ours.
+  if (!against.empty()) plugins.other.emplace(against, Plugin::Instance::kOwn);
   set_up_measuring();
   const std::vector<Row> rows = measure_all(plugins, wanted);
   if (rows.empty()) throw std::runtime_error("there is nothing to measure named " + filter);
   write_csv(rows, csv);
   print(rows);
+  if (plugins.other) print_comparison(rows);
   return 0;
 }
 

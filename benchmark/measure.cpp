@@ -1,10 +1,12 @@
 #include "measure.h"
 
 #include <algorithm>
+#include <array>
 #include <benchmark/benchmark.h>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <numeric>
 #include <stdexcept>
 
 #include "cpu/level.h"
@@ -56,12 +58,12 @@ std::string library_for(const std::string &job, const std::string &declaration) 
   return name.substr(underscore + 1) == job ? name.substr(0, underscore) : "";
 }
 
-void compare(const Outcome &ours, const Outcome &theirs, const Function &function, const std::string &where) {
-  const auto comparable = [&](const std::string &text) {
-    return function.comparable != nullptr ? function.comparable(text) : text;
+void compare(const Outcome &ours, const Outcome &theirs, Comparable comparable, const std::string &where) {
+  const auto compared = [&](const std::string &text) {
+    return comparable != nullptr ? comparable(text) : text;
   };
-  const std::string expected = comparable(ours.text);
-  const std::string got = comparable(theirs.text);
+  const std::string expected = compared(ours.text);
+  const std::string got = compared(theirs.text);
   if (expected == got && ours.encoding == theirs.encoding) return;
   const auto at = static_cast<std::size_t>(std::ranges::mismatch(expected, got).in1 - expected.begin());
   const auto excerpt = [at](const std::string &text) { return text.substr(at > 20 ? at - 20 : 0, 60); };
@@ -95,6 +97,52 @@ Repeat copying(ByteBuffer from, ByteBuffer to) {
   };
 }
 
+void *find(const Plugin &plugin, const std::string &declaration) {
+  const auto found = std::ranges::find(plugin.host.methods(), declaration, &host::Method::declaration);
+  return found != plugin.host.methods().end() ? found->function : nullptr;
+}
+
+// What else the machine does hits both calls of a turn alike, or one turn alone, which the median leaves out.
+double ratio_in_turns(const Call &ours, const Call &theirs) {
+  constexpr double kBatchSeconds = 0.0002;
+  constexpr double kSeconds = 0.025;
+  constexpr std::size_t kLeastTurns = 5;
+  std::size_t batch = 1;
+  while (seconds_for(ours, batch) < kBatchSeconds) batch *= 2;
+
+  std::vector<double> ratios;
+  for (double spent = 0; spent < kSeconds || ratios.size() < kLeastTurns;) {
+    const bool ours_first = ratios.size() % 2 == 0;
+    const double first = seconds_for(ours_first ? ours : theirs, batch);
+    const double second = seconds_for(ours_first ? theirs : ours, batch);
+    ratios.push_back(ours_first ? second / first : first / second);
+    spent += first + second;
+  }
+  const auto middle = ratios.begin() + static_cast<std::ptrdiff_t>(ratios.size() / 2);
+  std::ranges::nth_element(ratios, middle);
+  return *middle;
+}
+
+// Where a file is in memory changes the time of short calls by 5 %: both are loaded again and again, each as
+// often first as second. This cancels only if neither is the instance that is loaded already.
+double ratio_of_files(const Plugins &plugins, const std::string &declaration, const Call &ours) {
+  const std::array<const Plugin *, 2> files = {&plugins.ours, &*plugins.other};
+  std::array<double, 8> ratios{};
+  for (std::size_t round = 0; round < ratios.size(); ++round) {
+    std::array<std::optional<Plugin>, 2> again;
+    for (const std::size_t i : {round % 2, 1 - round % 2}) {
+      again[i].emplace(files[i]->file.path(), Plugin::Instance::kOwn);
+    }
+    const auto call = [&](Plugin &plugin) {
+      return ours.of_same_arguments(plugin.host, address_of(plugin, declaration));
+    };
+    ratios[round] = ratio_in_turns(call(*again[0]), call(*again[1]));
+  }
+  // The mean of the middle half: single rounds go wrong, and the others have two likely values.
+  std::ranges::sort(ratios);
+  return std::accumulate(ratios.begin() + 2, ratios.end() - 2, 0.0) / (ratios.size() - 4);
+}
+
 std::string processor() {
   std::ifstream info("/proc/cpuinfo");
   for (std::string line; std::getline(info, line);) {
@@ -111,9 +159,8 @@ std::string circumstances() {
 }
 
 void *address_of(const Plugin &plugin, const std::string &declaration) {
-  for (const host::Method &method : plugin.host.methods()) {
-    if (method.declaration == declaration) return method.function;
-  }
+  void *const address = find(plugin, declaration);
+  if (address != nullptr) return address;
   throw std::runtime_error("not registered: " + declaration);
 }
 
@@ -139,6 +186,13 @@ Row measure(Plugins &plugins, const Function &function, const Kind &kind, std::s
   const Call ours = function.prepare(plugins.ours.host, address_of(plugins.ours, function.declaration),
                                      as_read(function, arguments));
   const Outcome result = ours.outcome();
+  const std::string where = function.name + ", " + kind.name + ", ";
+  std::optional<double> other_ratio;
+  if (void *const address = plugins.other ? find(*plugins.other, function.declaration) : nullptr) {
+    const Call theirs = ours.of_same_arguments(plugins.other->host, address);
+    compare(result, theirs.outcome(), nullptr, where + plugins.other->file.path().string());
+    other_ratio = ratio_of_files(plugins, function.declaration, ours);
+  }
   const KernelInput input(arguments);
   const std::size_t bytes_read = bytes_of(arguments);
   const std::size_t bytes_written = result.encoding != 0 ? result.text.size() : 0;
@@ -149,11 +203,12 @@ Row measure(Plugins &plugins, const Function &function, const Kind &kind, std::s
   std::vector<Timed> all = {{"whole", ours.repeat}, {"memcpy", copying(from, to)}};
   std::ranges::move(kernels(function, input, output), std::back_inserter(all));
   std::vector<std::string> libraries;
-  for (const host::Method &method : plugins.rivals.host.methods()) {
+  const auto rivals = plugins.rivals ? plugins.rivals->host.methods() : std::vector<host::Method>();
+  for (const host::Method &method : rivals) {
     const std::string library = library_for(function.job, method.declaration);
     if (library.empty() || std::ranges::count(kind.unfit_rivals, library) > 0) continue;
-    const Call theirs = function.prepare(plugins.rivals.host, method.function, arguments);
-    compare(result, theirs.outcome(), function, function.name + ", " + kind.name + ", " + library);
+    const Call theirs = function.prepare(plugins.rivals->host, method.function, arguments);
+    compare(result, theirs.outcome(), function.comparable, where + library);
     all.push_back({library, theirs.repeat});
     libraries.push_back(library);
   }
@@ -172,7 +227,8 @@ Row measure(Plugins &plugins, const Function &function, const Kind &kind, std::s
           kernel_times,
           rivalled ? *best : "",
           rivalled ? times.at(*best) : 0,
-          times.at("memcpy")};
+          times.at("memcpy"),
+          other_ratio};
 }
 
 }  // namespace kzv::bench

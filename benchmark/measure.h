@@ -1,7 +1,9 @@
-// Times of one function on one input: ours, its kernel's, its rivals' and that of copying as many bytes.
+// Times of one function on one input: ours, its kernel's, its rivals', that of copying as many bytes, and
+// that of the same function in another plugin file.
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,7 +13,8 @@ namespace kzv::bench {
 
 struct Plugins {
   Plugin ours{KZV_PLUGIN};
-  Plugin rivals{KZV_RIVALS};
+  std::optional<Plugin> rivals;
+  std::optional<Plugin> other;  // another build of ours
 };
 
 struct Row {
@@ -24,10 +27,13 @@ struct Row {
   std::string best_rival;       // empty: there is none
   double rival;
   double copy;
+  std::optional<double> other_ratio;  // the other file's time to ours, unless it lacks the function
 
   double gigabytes_per_second() const { return static_cast<double>(bytes_read) / whole; }
   double ratio() const { return rival / whole; }
   double share_of_copy() const { return copy / whole; }
+  // In proportion to `whole`, which is measured at another moment than the ratio.
+  double other() const { return whole * *other_ratio; }
 };
 
 // What a table or a file is headed with: processor, compiler and commit.
@@ -38,7 +44,7 @@ void *address_of(const Plugin &plugin, const std::string &declaration);
 
 std::size_t bytes_of(const Arguments &arguments);
 
-// Throws std::runtime_error when a rival's result is not ours.
+// Throws std::runtime_error when the result of a rival or of the other file is not ours.
 Row measure(Plugins &plugins, const Function &function, const Kind &kind, std::size_t size);
 
 }  // namespace kzv::bench

@@ -1,7 +1,6 @@
 #include "scaling.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <latch>
 #include <linux/perf_event.h>
@@ -15,14 +14,6 @@
 
 namespace kzv::bench {
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-double seconds_for(const Call &call, std::size_t times) {
-  const auto start = Clock::now();
-  call.repeat(times);
-  return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 // The least of several runs.
 double least_seconds(const Call &call) {
