@@ -28,7 +28,7 @@ void TellVersions() {
 
 // Only in a built application: while a program is being developed its random bytes repeat from run to run.
 void SeedRandomGenerator() {
-  if (REALinRuntime()) std::srand(static_cast<unsigned>(std::time(nullptr)));
+  if (IsTrue(REALinRuntime())) std::srand(static_cast<unsigned>(std::time(nullptr)));
 }
 
 }  // namespace
