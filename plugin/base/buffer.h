@@ -22,34 +22,39 @@ class Buffer {
   Buffer() = default;
   Buffer(const Buffer &) = delete;
   Buffer &operator=(const Buffer &) = delete;
-  ~Buffer() { std::free(heap_); }
+  ~Buffer() {
+    if (heap_ != nullptr) std::free(heap_);  // the call alone would cost short texts more than the check
+  }
 
   // Makes an empty buffer `byte_count` bytes large. Their values are undefined.
-  [[nodiscard]] bool allocate(std::uint64_t byte_count) { return grow(byte_count); }
+  [[nodiscard]] bool allocate(std::uint64_t byte_count) {
+    if (byte_count > kInline) {
+      if (!std::in_range<std::size_t>(byte_count)) return false;
+      if (!hold(std::malloc(static_cast<std::size_t>(byte_count)))) return false;
+    }
+    size_ = static_cast<std::size_t>(byte_count);
+    return true;
+  }
 
   // The same, filled with zeros.
   [[nodiscard]] bool allocate_zeroed(std::uint64_t byte_count) {
-    if (byte_count <= kInline) {
-      std::fill_n(inline_.begin(), byte_count, std::uint8_t{0});
-    } else {
+    if (byte_count > kInline) {
       if (!std::in_range<std::size_t>(byte_count)) return false;
-      heap_ = static_cast<std::uint8_t *>(std::calloc(static_cast<std::size_t>(byte_count), 1));
-      if (heap_ == nullptr) return false;
+      if (!hold(std::calloc(static_cast<std::size_t>(byte_count), 1))) return false;
+    } else {
+      std::fill_n(inline_.begin(), byte_count, std::uint8_t{0});
     }
     size_ = static_cast<std::size_t>(byte_count);
     return true;
   }
 
   // Makes the buffer larger and keeps its content, which may move. The values of the new bytes are undefined.
-  [[nodiscard]] bool grow(std::uint64_t byte_count) {
+  [[nodiscard]] bool grow(std::uint64_t byte_count) requires(kInline > 0) {
     if (byte_count > kInline) {
       if (!std::in_range<std::size_t>(byte_count)) return false;
-      void *const moved = std::realloc(heap_, static_cast<std::size_t>(byte_count));
-      if (moved == nullptr) return false;
-      if constexpr (kInline > 0) {
-        if (heap_ == nullptr) std::memcpy(moved, inline_.data(), size_);
-      }
-      heap_ = static_cast<std::uint8_t *>(moved);
+      const bool was_inline = heap_ == nullptr;
+      if (!hold(std::realloc(heap_, static_cast<std::size_t>(byte_count)))) return false;
+      if (was_inline) std::memcpy(heap_, inline_.data(), size_);
     }
     size_ = static_cast<std::size_t>(byte_count);
     return true;
@@ -68,6 +73,12 @@ class Buffer {
 
  private:
   static constexpr std::size_t kAlignment = kInline > 0 ? 16 : 1;
+
+  // False, and nothing changes, for the null pointer of a refused allocation.
+  bool hold(void *heap) {
+    if (heap != nullptr) heap_ = static_cast<std::uint8_t *>(heap);
+    return heap != nullptr;
+  }
 
   std::uint8_t *heap_ = nullptr;
   std::size_t size_ = 0;

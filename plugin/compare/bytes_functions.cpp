@@ -9,7 +9,7 @@
 namespace kzv {
 namespace {
 
-// Programs rely on results that are this much below the limit: longer ones are nil.
+// What results must stay below the limit of 2,147,483,647 bytes: longer ones are nil.
 constexpr std::uint64_t kCombineMargin = 5;
 constexpr std::uint64_t kConcatMargin = 10;
 
