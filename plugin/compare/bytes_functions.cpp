@@ -25,6 +25,20 @@ REALstringStruct *Combine(REALstringStruct *data, REALstringStruct *mask, Kernel
   return combined.Finish(kEncodingBytes);
 }
 
+template <typename... Strings>
+REALstringStruct *Concat(Strings *...strings) {
+  Output joined;
+  Read<rbData>({strings...}, [&](const auto &...argument) {
+    const std::uint64_t total = (std::uint64_t{argument.bytes().size()} + ...);
+    joined.Fill(total + kConcatMargin, [&](ByteBuffer output) {
+      std::uint8_t *next = output.data();
+      ((next = std::ranges::copy(argument.bytes(), next).out), ...);
+      return static_cast<std::size_t>(total);
+    });
+  });
+  return joined.Finish(kEncodingBytes);
+}
+
 }  // namespace
 
 REALstringStruct *StringAND(REALstringStruct *a, REALstringStruct *b) {
@@ -47,36 +61,25 @@ REALstringStruct *StringXOR2(REALstringStruct *data, REALstringStruct *mask, std
   });
 }
 
-REALstringStruct *ConcatBinaryStrings2(REALstringStruct *a, REALstringStruct *b) {
-  return ConcatBinaryStrings6(a, b, nullptr, nullptr, nullptr, nullptr);
-}
+REALstringStruct *ConcatBinaryStrings2(REALstringStruct *a, REALstringStruct *b) { return Concat(a, b); }
 
 REALstringStruct *ConcatBinaryStrings3(REALstringStruct *a, REALstringStruct *b, REALstringStruct *c) {
-  return ConcatBinaryStrings6(a, b, c, nullptr, nullptr, nullptr);
+  return Concat(a, b, c);
 }
 
 REALstringStruct *ConcatBinaryStrings4(REALstringStruct *a, REALstringStruct *b, REALstringStruct *c,
                                        REALstringStruct *d) {
-  return ConcatBinaryStrings6(a, b, c, d, nullptr, nullptr);
+  return Concat(a, b, c, d);
 }
 
 REALstringStruct *ConcatBinaryStrings5(REALstringStruct *a, REALstringStruct *b, REALstringStruct *c,
                                        REALstringStruct *d, REALstringStruct *e) {
-  return ConcatBinaryStrings6(a, b, c, d, e, nullptr);
+  return Concat(a, b, c, d, e);
 }
 
 REALstringStruct *ConcatBinaryStrings6(REALstringStruct *a, REALstringStruct *b, REALstringStruct *c,
                                        REALstringStruct *d, REALstringStruct *e, REALstringStruct *f) {
-  Output joined;
-  Read<rbData>({a, b, c, d, e, f}, [&](const auto &...argument) {
-    const std::uint64_t total = (std::uint64_t{argument.bytes().size()} + ...);
-    joined.Fill(total + kConcatMargin, [&](ByteBuffer output) {
-      std::uint8_t *next = output.data();
-      ((next = std::ranges::copy(argument.bytes(), next).out), ...);
-      return static_cast<std::size_t>(total);
-    });
-  });
-  return joined.Finish(kEncodingBytes);
+  return Concat(a, b, c, d, e, f);
 }
 
 REALstringStruct *RandomBytesString(std::int32_t length, REALboolean ascii) {

@@ -90,8 +90,8 @@ REALstringStruct *Hexstring(REALstringStruct *input, std::int32_t hexlen, std::i
   Read<rbData>({input, linestart, lineend, spacer, filler}, [&](const rbData &data, const auto &...text) {
     const hex_dump::Shape shape = {hexlen, linelen, text.bytes()...};
     const std::optional<std::uint64_t> bound = hex_dump::dump_bound(data.bytes().size(), shape);
-    if (bound)
-      dump.Fill(*bound, [&](ByteBuffer output) { return hex_dump::dump(data.bytes(), shape, output); });
+    if (!bound) return;
+    dump.Fill(*bound, [&](ByteBuffer output) { return hex_dump::dump(data.bytes(), shape, output); });
   });
   return dump.Finish(kEncodingASCII);
 }
