@@ -9,29 +9,27 @@ namespace kzv::distance {
 namespace {
 
 // After Hyyro, A bit-vector algorithm for computing Levenshtein and Damerau edit distances, Nordic Journal of
-// Computing 10 (2003), section 4; variables have the paper's letters. The matrix D has a row i for each unit
-// of one text and a column j for each unit of the other. Neighbouring cells differ by 1 at most, so the cells
-// of a strip of 64 rows are kept as differences, in words with one bit for each row:
+// Computing 10 (2003), section 4; variables have the paper's letters. The matrix D has a row for each unit of
+// one text and a column for each unit of the other. Neighbouring cells differ by 1 at most, so that a column
+// of 64 rows is kept as words with one bit for each row:
 //
-//               j-1         j       VP, VN  D[i, j] is D[i-1, j] + 1, or D[i-1, j] - 1
-//      i-1       . - - - - - .      HP, HN  D[i, j] is D[i, j-1] + 1, or D[i, j-1] - 1
-//                |  D0      | VP    D0      D[i, j] is D[i-1, j-1]
-//       i        . - HP HN - . VN   PM      the units of row i and column j are equal
+//      D      b  a      the last column, row by row                               a       b
+//          0  1  2      PM      the units are equal                               1       0
+//       a  1  1  1      TR      a transposition ends                              0       1
+//       b  2  1  1      D0      the cell equals its upper left neighbour          1       1
+//                       VP, VN  it is one more, one less than the one above       0, 1    0, 0
+//                       HP, HN  it is one more, one less than the one to its left 0, 0    0, 0
 //
-// One step computes the 64 cells of a column from those of the column before. What crosses from a strip to
-// the one below is the last row of each column: its HP and HN, and whether its unit may be the first of two
-// that are transposed.
-//
-//      strip 0   row 0 ... 63    column  0    1    2    3
-//                                        v    v    v    v      border[j]: kHP, kHN, kTR
-//      strip 1   row 64 ... 127          0    1    2    3
+// The rows are done in strips of 64, each through all columns. In each column a strip leaves the next one
+// what its last row has: the bits of HP and HN, and whether its unit may begin a transposition.
 constexpr std::size_t kStripRows = 64;
 
+// What a strip leaves in a column.
 constexpr std::uint8_t kHP = 1;
 constexpr std::uint8_t kHN = 2;
 constexpr std::uint8_t kTR = 4;
 
-// Vertical differences in one column of a strip.
+// Differences between neighbouring rows of one column.
 struct Vertical {
   std::uint64_t VP;
   std::uint64_t VN;

@@ -17,9 +17,10 @@ REALstringStruct *BuildOrRaise(Build *build, ByteView bytes, REALencoding encodi
   try {
     return build(bytes, encoding);
   } catch (const std::bad_alloc &) {
-    RaiseException(kOutOfMemory, kNoMemoryForString);
-    return nullptr;
+    // Reported once it is no longer handled: raising calls the host, which may throw again.
   }
+  RaiseException(kOutOfMemory, kNoMemoryForString);
+  return nullptr;
 }
 
 REALmemoryBlockStruct *CopyToBlock(ByteView bytes) {
