@@ -1,4 +1,4 @@
-// The binary contract with the host: what crosses the boundary, and how it lies in memory on every build.
+// The binary contract with the host: what crosses the boundary, and its layout in memory on every build.
 #pragma once
 
 #include <cstddef>
@@ -23,13 +23,13 @@ inline constexpr REALencoding kEncodingBytes = 0xFFFF;  // bytes as stored, no t
 // The longest string or memory block: lengths cross the boundary as signed 32-bit integers.
 inline constexpr std::uint64_t kMaxByteCount = 0x7FFFFFFF;
 
-// A boolean fills the low byte of a register or stack slot; nothing is promised of the bits above it.
+// A boolean is the low byte of a register or stack slot; the bits above it are undefined.
 enum class REALboolean : std::uint32_t {};
 
 constexpr bool IsTrue(REALboolean value) { return (static_cast<std::uint32_t>(value) & 0xFF) != 0; }
 constexpr REALboolean ToREALboolean(bool value) { return static_cast<REALboolean>(value ? 1 : 0); }
 
-// Bytes of a string, lent by the host until the record is disposed.
+// A string's bytes, lent by the host until the record is disposed.
 struct REALstringData {
   const std::uint8_t *data;
   std::int32_t length;  // bytes; untrusted, can be negative

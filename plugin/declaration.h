@@ -1,5 +1,5 @@
-// Holds the declaration of a function, as the host reads it, against the function's C++ type at compile time.
-// The address loses its type on the way to the host, so a mistake here would be a crash in the host's
+// Checks the declaration of a function, as the host reads it, against the function's C++ type at compile
+// time. The address loses its type on the way to the host, so a mistake here would be a crash in the host's
 // process.
 #pragma once
 
@@ -24,7 +24,7 @@ struct Signature {
   bool operator==(const Signature &) const = default;
 };
 
-// Never defined: a check that comes upon one of them stops the build with its name.
+// Never defined: a check that calls one of them stops the build with its name.
 [[noreturn]] void declaration_is_malformed();
 [[noreturn]] void declaration_names_an_unknown_type();
 [[noreturn]] void declaration_differs_from_its_function();
@@ -36,7 +36,7 @@ constexpr DeclaredType type_in_declaration() {
   if constexpr (std::is_same_v<Type, std::int32_t>) return DeclaredType::kInteger;
   if constexpr (std::is_same_v<Type, double>) return DeclaredType::kDouble;
   if constexpr (std::is_same_v<Type, REALboolean>) return DeclaredType::kBoolean;
-  declaration_names_an_unknown_type();  // the function has a type that the host language does not know
+  declaration_names_an_unknown_type();  // the function has a type that the host language does not have
 }
 
 template <typename Result, typename... Parameters>
@@ -101,7 +101,7 @@ constexpr Signature signature_in(std::string_view declaration) {
   return signature;
 }
 
-// `declaration`, once it is known to declare `Function`.
+// `declaration`, checked to declare `Function`.
 template <typename Function>
 consteval const char *declares(const char *declaration) {
   if (signature_in(declaration) != signature_of(std::type_identity<Function>())) {
@@ -111,3 +111,10 @@ consteval const char *declares(const char *declaration) {
 }
 
 }  // namespace kzv
+
+// A row of a table of methods: a function and its declaration.
+#define KZV_METHOD(function, declaration)                                                           \
+  {                                                                                                 \
+    reinterpret_cast<void *>(&(function)), nullptr, kzv::declares<decltype(function)>(declaration), \
+        kMethodFlags, {}                                                                            \
+  }

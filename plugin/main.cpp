@@ -10,7 +10,7 @@
 namespace kzv {
 namespace {
 
-// The interface version that goes with a host version. NaN and hosts that tell none get the oldest.
+// The interface version that goes with a host version. NaN and hosts that report none get the oldest.
 std::int32_t InterfaceVersion(double host_version) {
   if (host_version >= 2013.03) return 12;
   if (host_version >= 2013.0) return 11;
@@ -18,7 +18,7 @@ std::int32_t InterfaceVersion(double host_version) {
   return 9;
 }
 
-void TellVersions() {
+void ExchangeVersions() {
   auto *const register_version =
       reinterpret_cast<void (*)(std::int32_t)>(ResolveEntryPoint("RegisterPluginVersion"));
   auto *const host_version = reinterpret_cast<double (*)()>(ResolveEntryPoint("REALGetRBVersion"));
@@ -28,7 +28,7 @@ void TellVersions() {
 
 // Only in a built application: while a program is being developed its random bytes repeat from run to run.
 void SeedRandomGenerator() {
-  if (REALinRuntime()) std::srand(static_cast<unsigned>(std::time(nullptr)));
+  if (IsTrue(REALinRuntime())) std::srand(static_cast<unsigned>(std::time(nullptr)));
 }
 
 }  // namespace
@@ -37,7 +37,7 @@ void SeedRandomGenerator() {
 KZV_CALLED_BY_HOST void REALPluginMain(REALresolver resolver) {
   kzv::gResolver = resolver;
   kzv::cpu::choose(*kzv::cpu::levels().back());
-  kzv::TellVersions();
+  kzv::ExchangeVersions();
   kzv::SeedRandomGenerator();
   for (const REALmethodDefinition &method : kzv::globalMethods) kzv::REALRegisterMethod(&method);
 }

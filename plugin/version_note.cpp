@@ -8,7 +8,7 @@ namespace {
 constexpr auto kOwner = std::to_array("kzvstrings");
 constexpr auto kText = std::to_array("kzvstrings " KZV_VERSION);
 
-// An ELF note. Its texts begin at multiples of four bytes, and their sizes are told without the padding.
+// An ELF note. Its texts begin at multiples of four bytes, and their sizes do not count the padding.
 struct Note {
   std::uint32_t owner_size = kOwner.size();
   std::uint32_t text_size = kText.size();
@@ -17,8 +17,8 @@ struct Note {
   alignas(4) std::array<char, kText.size()> text = kText;
 };
 
-// Nothing refers to it: "used" has the compiler keep it. It would align large objects further than readers
-// expect.
+// Nothing refers to it, so "used" keeps it. The alignment is stated because compilers align large objects
+// further, and readers of notes expect four bytes.
 [[gnu::used, gnu::section(".note.kzvstrings")]] alignas(4) constexpr Note kVersionNote;
 
 }  // namespace

@@ -9,73 +9,58 @@ namespace kzv::bitwise {
 namespace {
 
 constexpr std::array<std::uint8_t, 1> kZeroMask{};
-constexpr std::size_t kBlock = 256;
+constexpr std::size_t kRepeated = 256;
 
-// Each operation combines a run of bytes that starts at `position` of the data with as many of the mask.
-struct And {
-  static void run(const std::uint8_t *__restrict data, const std::uint8_t *__restrict mask, std::size_t count,
-                  std::uint8_t, std::uint8_t *__restrict output) {
-    for (std::size_t k = 0; k < count; ++k) output[k] = data[k] & mask[k];
-  }
-};
-struct Or {
-  static void run(const std::uint8_t *__restrict data, const std::uint8_t *__restrict mask, std::size_t count,
-                  std::uint8_t, std::uint8_t *__restrict output) {
-    for (std::size_t k = 0; k < count; ++k) output[k] = data[k] | mask[k];
-  }
-};
-struct Xor {
-  static void run(const std::uint8_t *__restrict data, const std::uint8_t *__restrict mask, std::size_t count,
-                  std::uint8_t, std::uint8_t *__restrict output) {
-    for (std::size_t k = 0; k < count; ++k) output[k] = data[k] ^ mask[k];
-  }
-};
-struct XorAndPosition {
-  static void run(const std::uint8_t *__restrict data, const std::uint8_t *__restrict mask, std::size_t count,
-                  std::uint8_t position, std::uint8_t *__restrict output) {
-    for (std::size_t k = 0; k < count; ++k) output[k] = data[k] ^ mask[k] ^ position++;
-  }
-};
-
-// Combines with `mask` from its byte `start` on, beginning again whenever it ends.
+// Writes operation(byte of data, byte of the mask, position modulo 256) for `count` bytes that begin at
+// `position` of the data. The compiler makes vector code of it.
 template <typename Operation>
-void combine(ByteView data, ByteView mask, std::size_t start, ByteBuffer output) {
+void combine_run(const std::uint8_t *__restrict data, const std::uint8_t *__restrict mask, std::size_t count,
+                 std::uint8_t position, std::uint8_t *__restrict output, Operation operation) {
+  for (std::size_t k = 0; k < count; ++k) {
+    output[k] = static_cast<std::uint8_t>(operation(data[k], mask[k], position++));
+  }
+}
+
+// Combines with `mask` from its byte `start` on, and from its first byte again whenever it ends.
+template <typename Operation>
+void combine(ByteView data, ByteView mask, std::size_t start, ByteBuffer output, Operation operation) {
   for (std::size_t done = 0; done < data.size();) {
     const std::size_t count = std::min(data.size() - done, mask.size() - start);
-    Operation::run(data.data() + done, mask.data() + start, count, static_cast<std::uint8_t>(done),
-                   output.data() + done);
+    combine_run(data.data() + done, mask.data() + start, count, static_cast<std::uint8_t>(done),
+                output.data() + done, operation);
     done += count;
     start = 0;
   }
 }
 
-// Writes `mask` from its byte `start` on into `block` again and again, as often as it fits whole, but no more
-// bytes than `needed` asks for. Where the mask is short enough, 16 times or a multiple of that, so that runs
-// leave no rest behind a vector. Returns the part of the block that was written.
-ByteView repeat(ByteView mask, std::size_t start, std::size_t needed, std::span<std::uint8_t, kBlock> block) {
-  std::size_t copies = kBlock / mask.size();
+// Fills `repeated` with whole copies of `mask` from its byte `start` on, up to `needed` bytes. Of a short
+// mask there are 16 copies or a multiple of that, so that a run is whole vectors without a tail. Returns what
+// was filled.
+ByteView repeat(ByteView mask, std::size_t start, std::size_t needed,
+                std::span<std::uint8_t, kRepeated> repeated) {
+  std::size_t copies = kRepeated / mask.size();
   if (copies >= 16) copies -= copies % 16;
   const std::size_t size = std::min(copies * mask.size(), needed);
-  std::ranges::rotate_copy(mask, mask.begin() + static_cast<std::ptrdiff_t>(start), block.begin());
+  std::ranges::rotate_copy(mask, mask.begin() + static_cast<std::ptrdiff_t>(start), repeated.begin());
   for (std::size_t filled = mask.size(); filled < size;) {
     const std::size_t more = std::min(filled, size - filled);
-    std::memcpy(block.data() + filled, block.data(), more);
+    std::memcpy(repeated.data() + filled, repeated.data(), more);
     filled += more;
   }
-  return block.first(size);
+  return repeated.first(size);
 }
 
 template <typename Operation>
-std::size_t apply(ByteView data, ByteView mask, std::int32_t offset, ByteBuffer output) {
+std::size_t apply(ByteView data, ByteView mask, std::int32_t offset, ByteBuffer output, Operation operation) {
   assert(output.size() >= data.size());
   if (mask.empty()) mask = kZeroMask;
   const auto length = static_cast<std::int64_t>(mask.size());
   const auto start = static_cast<std::size_t>((offset % length + length) % length);
-  if (mask.size() > kBlock / 4 || data.size() <= mask.size()) {
-    combine<Operation>(data, mask, start, output);
+  if (mask.size() > kRepeated / 4 || data.size() <= mask.size()) {
+    combine(data, mask, start, output, operation);
   } else {
-    std::array<std::uint8_t, kBlock> block;
-    combine<Operation>(data, repeat(mask, start, data.size(), block), 0, output);
+    std::array<std::uint8_t, kRepeated> repeated;
+    combine(data, repeat(mask, start, data.size(), repeated), 0, output, operation);
   }
   return data.size();
 }
@@ -83,19 +68,20 @@ std::size_t apply(ByteView data, ByteView mask, std::int32_t offset, ByteBuffer 
 }  // namespace
 
 std::size_t and_bytes(ByteView data, ByteView mask, ByteBuffer output) {
-  return apply<And>(data, mask, 0, output);
+  return apply(data, mask, 0, output, [](int byte, int mask_byte, int) { return byte & mask_byte; });
 }
 
 std::size_t or_bytes(ByteView data, ByteView mask, ByteBuffer output) {
-  return apply<Or>(data, mask, 0, output);
+  return apply(data, mask, 0, output, [](int byte, int mask_byte, int) { return byte | mask_byte; });
 }
 
 std::size_t xor_bytes(ByteView data, ByteView mask, std::int32_t offset, ByteBuffer output) {
-  return apply<Xor>(data, mask, offset, output);
+  return apply(data, mask, offset, output, [](int byte, int mask_byte, int) { return byte ^ mask_byte; });
 }
 
 std::size_t xor_bytes_and_positions(ByteView data, ByteView mask, std::int32_t offset, ByteBuffer output) {
-  return apply<XorAndPosition>(data, mask, offset, output);
+  return apply(data, mask, offset, output,
+               [](int byte, int mask_byte, int position) { return byte ^ mask_byte ^ position; });
 }
 
 }  // namespace kzv::bitwise

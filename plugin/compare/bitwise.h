@@ -12,10 +12,10 @@ std::size_t and_bytes(ByteView data, ByteView mask, ByteBuffer output);
 // data[k] OR mask[k mod mask length].
 std::size_t or_bytes(ByteView data, ByteView mask, ByteBuffer output);
 
-// data[k] XOR mask[(offset + k) mod mask length]; a negative offset counts back from the mask's end.
+// data[k] XOR mask[(offset + k) mod mask length]; a negative offset counts back from the end of the mask.
 std::size_t xor_bytes(ByteView data, ByteView mask, std::int32_t offset, ByteBuffer output);
 
-// The same, and XOR (k mod 256).
+// The same, XOR (k mod 256).
 std::size_t xor_bytes_and_positions(ByteView data, ByteView mask, std::int32_t offset, ByteBuffer output);
 
 }  // namespace kzv::bitwise

@@ -1,8 +1,7 @@
 #include "compare/bytes_functions.h"
 
-#include <array>
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
 #include "compare/bitwise.h"
 #include "frame/transform.h"
@@ -10,25 +9,34 @@
 namespace kzv {
 namespace {
 
+// What results must stay below the limit of 2,147,483,647 bytes: longer ones are nil.
+constexpr std::uint64_t kCombineMargin = 5;
+constexpr std::uint64_t kConcatMargin = 10;
+
 // Has `kernel(data, mask, output) -> bytes written` combine two arguments.
 template <typename Kernel>
 REALstringStruct *Combine(REALstringStruct *data, REALstringStruct *mask, Kernel kernel) {
-  constexpr std::uint64_t kMargin = 5;  // a string of the greatest lengths has no room for it: nil
   if (data == nullptr || mask == nullptr) return nullptr;
-  WorkBuffer output;
-  std::size_t written = 0;
-  {
-    const rbData first(data);
-    const rbData second(mask);
-    if (!output.allocate(first.bytes().size() + kMargin)) return nullptr;
-    written = kernel(first.bytes(), second.bytes(), output.bytes());
-  }
-  return REALBuildUnicodeString(output.data(), static_cast<std::int64_t>(written), kEncodingBytes);
+  Output combined;
+  Read<rbData>({data, mask}, [&](const rbData &first, const rbData &second) {
+    combined.Fill(first.bytes().size() + kCombineMargin,
+                  [&](ByteBuffer output) { return kernel(first.bytes(), second.bytes(), output); });
+  });
+  return combined.Finish(kEncodingBytes);
 }
 
-std::uint8_t *Append(ByteView bytes, std::uint8_t *next) {
-  if (!bytes.empty()) std::memcpy(next, bytes.data(), bytes.size());
-  return next + bytes.size();
+template <typename... Strings>
+REALstringStruct *Concat(Strings *...strings) {
+  Output joined;
+  Read<rbData>({strings...}, [&](const auto &...argument) {
+    const std::uint64_t total = (std::uint64_t{argument.bytes().size()} + ...);
+    joined.Fill(total + kConcatMargin, [&](ByteBuffer output) {
+      std::uint8_t *next = output.data();
+      ((next = std::ranges::copy(argument.bytes(), next).out), ...);
+      return static_cast<std::size_t>(total);
+    });
+  });
+  return joined.Finish(kEncodingBytes);
 }
 
 }  // namespace
@@ -53,53 +61,40 @@ REALstringStruct *StringXOR2(REALstringStruct *data, REALstringStruct *mask, std
   });
 }
 
-REALstringStruct *ConcatBinaryStrings2(REALstringStruct *a, REALstringStruct *b) {
-  return ConcatBinaryStrings6(a, b, nullptr, nullptr, nullptr, nullptr);
-}
+REALstringStruct *ConcatBinaryStrings2(REALstringStruct *a, REALstringStruct *b) { return Concat(a, b); }
 
 REALstringStruct *ConcatBinaryStrings3(REALstringStruct *a, REALstringStruct *b, REALstringStruct *c) {
-  return ConcatBinaryStrings6(a, b, c, nullptr, nullptr, nullptr);
+  return Concat(a, b, c);
 }
 
 REALstringStruct *ConcatBinaryStrings4(REALstringStruct *a, REALstringStruct *b, REALstringStruct *c,
                                        REALstringStruct *d) {
-  return ConcatBinaryStrings6(a, b, c, d, nullptr, nullptr);
+  return Concat(a, b, c, d);
 }
 
 REALstringStruct *ConcatBinaryStrings5(REALstringStruct *a, REALstringStruct *b, REALstringStruct *c,
                                        REALstringStruct *d, REALstringStruct *e) {
-  return ConcatBinaryStrings6(a, b, c, d, e, nullptr);
+  return Concat(a, b, c, d, e);
 }
 
 REALstringStruct *ConcatBinaryStrings6(REALstringStruct *a, REALstringStruct *b, REALstringStruct *c,
                                        REALstringStruct *d, REALstringStruct *e, REALstringStruct *f) {
-  constexpr std::uint64_t kMargin = 10;  // a total of the greatest lengths has no room for it: nil
-  WorkBuffer output;
-  std::size_t total = 0;
-  {
-    const std::array<rbData, 6> arguments = {rbData(a), rbData(b), rbData(c),
-                                             rbData(d), rbData(e), rbData(f)};
-    std::uint64_t sum = 0;
-    for (const rbData &argument : arguments) sum += argument.bytes().size();
-    if (!output.allocate(sum + kMargin)) return nullptr;
-    std::uint8_t *next = output.data();
-    for (const rbData &argument : arguments) next = Append(argument.bytes(), next);
-    total = static_cast<std::size_t>(sum);
-  }
-  return REALBuildUnicodeString(output.data(), static_cast<std::int64_t>(total), kEncodingBytes);
+  return Concat(a, b, c, d, e, f);
 }
 
 REALstringStruct *RandomBytesString(std::int32_t length, REALboolean ascii) {
   constexpr int kFirstPrintable = 32;
   constexpr int kPrintable = 96;
-  WorkBuffer output;
-  if (length < 1 || !output.allocate(static_cast<std::uint64_t>(length))) return nullptr;
-  for (std::uint8_t &byte : output.bytes()) {
-    const int drawn =
-        std::rand();  // NOLINT(concurrency-mt-unsafe): the program's own generator is what is wanted
-    byte = static_cast<std::uint8_t>(IsTrue(ascii) ? kFirstPrintable + drawn % kPrintable : drawn & 0xFF);
-  }
-  return REALBuildUnicodeString(output.data(), length, IsTrue(ascii) ? kEncodingASCII : kEncodingBytes);
+  if (length < 1) return nullptr;
+  Output drawn;
+  drawn.Fill(static_cast<std::uint64_t>(length), [ascii](ByteBuffer output) {
+    std::ranges::generate(output, [ascii] {
+      const int number = std::rand();  // NOLINT(concurrency-mt-unsafe): programs seed this generator
+      return static_cast<std::uint8_t>(IsTrue(ascii) ? kFirstPrintable + number % kPrintable : number & 0xFF);
+    });
+    return output.size();
+  });
+  return drawn.Finish(IsTrue(ascii) ? kEncodingASCII : kEncodingBytes);
 }
 
 }  // namespace kzv

@@ -23,66 +23,58 @@ void RaiseNoMemoryFor(std::uint64_t byte_count) {
 }  // namespace
 
 std::int32_t StrCompBytes(REALstringStruct *a, REALstringStruct *b) {
-  const rbData first(a);
-  const rbData second(b);
-  if (!first.present()) return -1;
-  if (!second.present()) return 1;
-  return ordering::compare(first.bytes(), second.bytes());
+  return Read<rbData>({a, b}, [](const rbData &first, const rbData &second) {
+    if (!first.present()) return -1;
+    if (!second.present()) return 1;
+    return ordering::compare(first.bytes(), second.bytes());
+  });
 }
 
 std::int32_t StrCompCharacters(REALstringStruct *a, REALstringStruct *b) {
   const REALencoding encoding_of_a = REALGetStringEncoding(a);
   if (encoding_of_a == REALGetStringEncoding(b)) {
-    const rbData first(a);
-    const rbData second(b);
-    if (!first.present() || !second.present()) return -1;
-    return ordering::compare(first.bytes(), second.bytes());
+    return Read<rbData>({a, b}, [](const rbData &first, const rbData &second) {
+      if (!first.present() || !second.present()) return -1;
+      return ordering::compare(first.bytes(), second.bytes());
+    });
   }
   // The byte order of UTF-8 is the order of the characters.
-  rbText first(a);
-  rbText second(b);
-  const ByteView text_of_a = first.utf8();
-  return ordering::compare(text_of_a, second.utf8());
+  return Read<rbText>({a, b}, [](rbText &first, rbText &second) {
+    const ByteView text_of_a = first.utf8();
+    return ordering::compare(text_of_a, second.utf8());
+  });
 }
 
 std::int32_t CountOccurances(REALstringStruct *s, REALstringStruct *find) {
   if (find == nullptr) return 0;
-  const rbData needle(find);
-  const rbData text(s);
-  return ordering::count(text.bytes(), needle.bytes());
+  return Read<rbData>({find, s}, [](const rbData &needle, const rbData &text) {
+    return ordering::count(text.bytes(), needle.bytes());
+  });
 }
 
 double JaroWinklerDistance(REALstringStruct *a, REALstringStruct *b) {
-  std::size_t flags = 0;
-  {
-    rbText first(a);
-    rbText second(b);
+  std::size_t byte_count = 0;  // of what the message reports: flags, a byte for each unit of the first text
+  const std::optional<double> result = Read<rbText>({a, b}, [&](rbText &first, rbText &second) {
     const distance::WideView text_of_a = WideTextOf(first);
-    const std::optional<double> result = distance::jaro_winkler(text_of_a, WideTextOf(second));
-    if (result) return *result;
-    flags = text_of_a.size();
-  }
-  RaiseNoMemoryFor(flags);
-  return 0.0;
+    byte_count = text_of_a.size();
+    return distance::jaro_winkler(text_of_a, WideTextOf(second));
+  });
+  if (!result) RaiseNoMemoryFor(byte_count);
+  return result.value_or(0.0);
 }
 
 double LevenshteinDistance(REALstringStruct *a, REALstringStruct *b) {
   std::uint64_t matrix = 0;
-  {
-    rbText first(a);
-    rbText second(b);
+  const std::optional<double> result = Read<rbText>({a, b}, [&](rbText &first, rbText &second) {
     const distance::WideView text_of_a = WideTextOf(first);
     const distance::WideView text_of_b = WideTextOf(second);
-    if (text_of_a.empty() || text_of_b.empty()) return 1.0;
-    // No matrix is made, but the texts that may be compared are those that one would fit.
+    // No matrix is made, but only texts whose matrix would be within the limit are compared.
     matrix = distance::matrix_byte_count(text_of_a.size(), text_of_b.size());
-    if (matrix <= kMaxByteCount) {
-      const std::optional<double> result = distance::edit_distance(text_of_a, text_of_b);
-      if (result) return *result;
-    }
-  }
-  RaiseNoMemoryFor(matrix);
-  return 1.0;
+    const bool comparable = text_of_a.empty() || text_of_b.empty() || matrix <= kMaxByteCount;
+    return comparable ? distance::edit_distance(text_of_a, text_of_b) : std::nullopt;
+  });
+  if (!result) RaiseNoMemoryFor(matrix);
+  return result.value_or(1.0);
 }
 
 }  // namespace kzv

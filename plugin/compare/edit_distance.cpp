@@ -3,95 +3,102 @@
 
 #include "compare/distance.h"
 #include "compare/symbol_table.h"
-#include "compare/work_memory.h"
+#include "compare/tables.h"
 
 namespace kzv::distance {
 namespace {
 
-constexpr std::size_t kRows = 64;
+// After Hyyro, A bit-vector algorithm for computing Levenshtein and Damerau edit distances, Nordic Journal of
+// Computing 10 (2003), section 4; variables have the paper's letters. The matrix D has a row for each unit of
+// one text and a column for each unit of the other. Neighbouring cells differ by 1 at most, so that a column
+// of 64 rows is kept as words with one bit for each row:
+//
+//      D      b  a      the last column, row by row                               a       b
+//          0  1  2      PM      the units are equal                               1       0
+//       a  1  1  1      TR      a transposition ends                              0       1
+//       b  2  1  1      D0      the cell equals its upper left neighbour          1       1
+//                       VP, VN  it is one more, one less than the one above       0, 1    0, 0
+//                       HP, HN  it is one more, one less than the one to its left 0, 0    0, 0
+//
+// The rows are done in strips of 64, each through all columns. In each column a strip leaves the next one
+// what its last row has: the bits of HP and HN, and whether its unit may begin a transposition.
+constexpr std::size_t kStripRows = 64;
 
-// What a strip of rows hands down to the next one in a column, one bit each.
-constexpr std::uint8_t kGrows = 1;      // its last row is one more than in the column before
-constexpr std::uint8_t kShrinks = 2;    // one less
-constexpr std::uint8_t kMayBeSwap = 4;  // its last unit may be the first of two that changed places
+// What a strip leaves in a column.
+constexpr std::uint8_t kHP = 1;
+constexpr std::uint8_t kHN = 2;
+constexpr std::uint8_t kTR = 4;
 
-// The differences between each row and the one above, as two sets: one more, one less.
+// Differences between neighbouring rows of one column.
 struct Vertical {
-  std::uint64_t grows;
-  std::uint64_t shrinks;
+  std::uint64_t VP;
+  std::uint64_t VN;
 };
 
-// Computes 64 rows of the matrix, one column a step, after Hyyro, A bit-vector algorithm for computing
-// Levenshtein and Damerau edit distances, Nordic Journal of Computing 10 (2003), section 4. `rows_with` says
-// for a symbol's number in which rows it stands. Reads from `border` what the strip above handed down and
-// leaves there what this one does; returns the differences in the last column.
-Vertical run_strip(std::span<const std::uint32_t> columns, const std::uint64_t *rows_with,
+// Takes a strip through all columns, which are given as symbol numbers; `row_masks` has the PM of each. Reads
+// from `border` what the strip above left there and replaces it. Returns the differences in the last column.
+Vertical run_strip(std::span<const std::uint32_t> columns, const std::uint64_t *row_masks,
                    std::uint8_t *border) {
-  Vertical vertical{~std::uint64_t{0}, 0};
-  std::uint64_t diagonal_stays = 0;
-  std::uint64_t matches_before = 0;
+  std::uint64_t VP = ~std::uint64_t{0};
+  std::uint64_t VN = 0;
+  std::uint64_t D0 = 0;
+  std::uint64_t PM_before = 0;
   for (std::size_t j = 0; j < columns.size(); ++j) {
     const std::uint8_t above = border[j];
-    const std::uint64_t grows_above = above & kGrows;
-    const std::uint64_t shrinks_above = (above & kShrinks) / kShrinks;
-    const std::uint64_t swap_above = above / kMayBeSwap;
+    const std::uint64_t HP_above = above & kHP;
+    const std::uint64_t HN_above = (above & kHN) / kHN;
+    const std::uint64_t TR_above = above / kTR;
 
-    const std::uint64_t matches = rows_with[columns[j]];
-    const std::uint64_t may_be_swap = ~diagonal_stays & matches;
-    const std::uint64_t swapped = ((may_be_swap << 1) | swap_above) & matches_before;
-    const std::uint64_t start = matches | shrinks_above;
-    diagonal_stays =
-        (((start & vertical.grows) + vertical.grows) ^ vertical.grows) | start | vertical.shrinks | swapped;
-    const std::uint64_t grows = vertical.shrinks | ~(diagonal_stays | vertical.grows);
-    const std::uint64_t shrinks = diagonal_stays & vertical.grows;
-    border[j] = static_cast<std::uint8_t>((grows >> 63) * kGrows | (shrinks >> 63) * kShrinks |
-                                          (may_be_swap >> 63) * kMayBeSwap);
+    const std::uint64_t PM = row_masks[columns[j]];
+    const std::uint64_t may_begin_TR = ~D0 & PM;
+    const std::uint64_t TR = (may_begin_TR << 1 | TR_above) & PM_before;
+    // A cell above the strip that is one less acts like a match in the first row.
+    const std::uint64_t start = PM | HN_above;
+    D0 = (((start & VP) + VP) ^ VP) | start | VN | TR;
+    const std::uint64_t HP = VN | ~(D0 | VP);
+    const std::uint64_t HN = D0 & VP;
+    border[j] = static_cast<std::uint8_t>((HP >> 63) * kHP | (HN >> 63) * kHN | (may_begin_TR >> 63) * kTR);
 
-    const std::uint64_t grows_above_row = grows << 1 | grows_above;
-    const std::uint64_t shrinks_above_row = shrinks << 1 | shrinks_above;
-    vertical.grows = shrinks_above_row | ~(diagonal_stays | grows_above_row);
-    vertical.shrinks = grows_above_row & diagonal_stays;
-    matches_before = matches;
+    const std::uint64_t HP_of_row_above = HP << 1 | HP_above;
+    const std::uint64_t HN_of_row_above = HN << 1 | HN_above;
+    VP = HN_of_row_above | ~(D0 | HP_of_row_above);
+    VN = HP_of_row_above & D0;
+    PM_before = PM;
   }
-  return vertical;
+  return {VP, VN};
 }
 
-// The number of edits between two texts, the first not longer than the second. A swap costs 1 here. If it
-// cost 0 where the unit compared is equal in both texts, nothing would change: both units swapped are then
-// the same one, and the two equal pairs on the diagonal cost 0 already.
+// The number of edits between two texts, the first not longer than the second. A transposition costs 1 here.
+// If it cost 0 where the unit compared is equal in both texts, nothing would change: both transposed units
+// are the same one then, and the two equal pairs on the diagonal cost 0 already.
 std::optional<std::uint64_t> edit_count(WideView rows, WideView columns) {
   if (rows.empty()) return columns.size();
-  const std::size_t slot_count = SymbolTable::slot_count(rows.size());
   const std::size_t symbol_count = SymbolTable::most_symbols(rows.size());
-  WorkMemory memory;
-  if (!memory.reserve(
-          WorkMemory::room<SymbolTable::Slot>(slot_count) +
-          WorkMemory::room<std::uint64_t>(symbol_count + 1) + WorkMemory::room<std::uint32_t>(rows.size()) +
-          WorkMemory::room<std::uint32_t>(columns.size()) + WorkMemory::room<std::uint8_t>(columns.size()))) {
+  Tables<SymbolTable::Slot, std::uint64_t, std::uint32_t, std::uint32_t, std::uint8_t> tables;
+  // One mask more for number 0, the symbols that `rows` does not have.
+  if (!tables.allocate(SymbolTable::slot_count(rows.size()), symbol_count + 1, rows.size(), columns.size(),
+                       columns.size())) {
     return std::nullopt;
   }
-  SymbolTable symbols(memory.take<SymbolTable::Slot>(slot_count));
-  // Number 0, the symbols that `rows` has not, stands in no row.
-  const auto rows_with = memory.take<std::uint64_t>(symbol_count + 1);
-  const auto row_numbers = memory.take<std::uint32_t>(rows.size());
-  const auto column_numbers = memory.take<std::uint32_t>(columns.size());
-  const auto border = memory.take<std::uint8_t>(columns.size());
+  const auto [slots, row_masks, row_numbers, column_numbers, border] = tables.spans();
+  SymbolTable symbols(slots);
   std::ranges::transform(rows, row_numbers.begin(), [&](std::uint32_t unit) { return symbols.add(unit); });
   std::ranges::transform(columns, column_numbers.begin(),
                          [&](std::uint32_t unit) { return symbols.find(unit); });
 
-  // The top row counts 0, 1, 2, ...; from its end the differences lead down the last column.
-  std::ranges::fill(border, kGrows);
+  // The row above all strips counts 0, 1, 2, ... From its last cell the vertical differences of the last
+  // column lead down to the number of edits.
+  std::ranges::fill(border, kHP);
   std::uint64_t edits = columns.size();
-  for (std::size_t top = 0; top < rows.size(); top += kRows) {
-    const auto strip = row_numbers.subspan(top, std::min(kRows, rows.size() - top));
-    for (std::size_t i = 0; i < strip.size(); ++i) rows_with[strip[i]] |= std::uint64_t{1} << i;
-    const Vertical last = run_strip(column_numbers, rows_with.data(), border.data());
-    for (const std::uint32_t number : strip) rows_with[number] = 0;
+  for (std::size_t top = 0; top < rows.size(); top += kStripRows) {
+    const auto strip = row_numbers.subspan(top, std::min(kStripRows, rows.size() - top));
+    for (std::size_t i = 0; i < strip.size(); ++i) row_masks[strip[i]] |= std::uint64_t{1} << i;
+    const Vertical last = run_strip(column_numbers, row_masks.data(), border.data());
+    for (const std::uint32_t number : strip) row_masks[number] = 0;
 
-    const std::uint64_t used = ~std::uint64_t{0} >> (kRows - strip.size());
-    edits += static_cast<std::uint64_t>(std::popcount(last.grows & used));
-    edits -= static_cast<std::uint64_t>(std::popcount(last.shrinks & used));
+    const std::uint64_t used = ~std::uint64_t{0} >> (kStripRows - strip.size());
+    edits += static_cast<std::uint64_t>(std::popcount(last.VP & used));
+    edits -= static_cast<std::uint64_t>(std::popcount(last.VN & used));
   }
   return edits;
 }

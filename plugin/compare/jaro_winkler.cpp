@@ -2,7 +2,7 @@
 
 #include "compare/distance.h"
 #include "compare/symbol_table.h"
-#include "compare/work_memory.h"
+#include "compare/tables.h"
 
 namespace kzv::distance {
 namespace {
@@ -12,29 +12,21 @@ constexpr std::uint32_t kTaken = 0xFFFFFFFE;
 
 struct Matches {
   std::size_t count;
-  std::size_t swaps;  // half of the places where the k-th matched units of the two texts differ
+  std::size_t transpositions;  // half the number of k for which the k-th matched units of the texts differ
 };
 
-// Each unit of `a` takes the lowest free equal unit of `b` that is at most a window away. As the window only
-// moves up, a position that it left behind or that was taken is never looked at again: for each symbol a
-// cursor over its positions in `b` stands at the lowest one that may still be taken.
+// Each unit of `a` takes the lowest free equal unit of `b` that is at most a window away. For each symbol a
+// cursor is at the lowest of its positions in `b` that may still be taken. The window moves up only, so a
+// cursor never has to go back; `following` links the positions of a symbol.
 std::optional<Matches> find_matches(WideView a, WideView b) {
-  const std::size_t slot_count = SymbolTable::slot_count(b.size());
-  const std::size_t symbol_count = SymbolTable::most_symbols(b.size());
-  const std::size_t matched_count = std::min(a.size(), b.size());
-  WorkMemory memory;
-  if (!memory.reserve(WorkMemory::room<SymbolTable::Slot>(slot_count) +
-                      WorkMemory::room<std::uint32_t>(symbol_count + 1) +
-                      WorkMemory::room<std::uint32_t>(b.size()) +
-                      WorkMemory::room<std::uint32_t>(matched_count))) {
+  Tables<SymbolTable::Slot, std::uint32_t, std::uint32_t, std::uint32_t> tables;
+  // One cursor more, without positions, for number 0: the symbols that `b` does not have.
+  if (!tables.allocate(SymbolTable::slot_count(b.size()), SymbolTable::most_symbols(b.size()) + 1, b.size(),
+                       std::min(a.size(), b.size()))) {
     return std::nullopt;
   }
-  SymbolTable symbols(memory.take<SymbolTable::Slot>(slot_count));
-  // Number 0, the symbols that `b` has not, keeps a cursor without positions.
-  const auto cursors = memory.take<std::uint32_t>(symbol_count + 1);
-  const auto following = memory.take<std::uint32_t>(b.size());
-  const auto matched = memory.take<std::uint32_t>(matched_count);
-
+  const auto [slots, cursors, following, matched] = tables.spans();
+  SymbolTable symbols(slots);
   std::ranges::fill(cursors, kNone);
   for (std::size_t j = b.size(); j-- > 0;) {
     std::uint32_t &cursor = cursors[symbols.add(b[j])];
@@ -68,8 +60,8 @@ double with_prefix_boost(double jaro, WideView a, WideView b) {
   const std::size_t limit = std::min({a.size(), b.size(), std::size_t{4}});
   std::size_t prefix = 0;
   while (prefix < limit && a[prefix] == b[prefix]) ++prefix;
-  // Stored before it is added: a processor that fuses the two steps would round once and differ in the last
-  // bit.
+  // Stored before it is added: fused into one multiply-add, the two steps would round once and differ in the
+  // last bit.
   const volatile double boost = (1.0 - jaro) * (static_cast<double>(prefix) * 0.1);
   return jaro + boost;
 }
@@ -83,7 +75,7 @@ std::optional<double> jaro_winkler(WideView a, WideView b) {
   if (matches->count == 0) return 1.0;
 
   const auto m = static_cast<double>(matches->count);
-  const auto in_order = static_cast<double>(matches->count - matches->swaps);
+  const auto in_order = static_cast<double>(matches->count - matches->transpositions);
   const double jaro =
       ((m / static_cast<double>(a.size()) + m / static_cast<double>(b.size())) + in_order / m) / 3.0;
   return 1.0 - (jaro > 0.7 ? with_prefix_boost(jaro, a, b) : jaro);

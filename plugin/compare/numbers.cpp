@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kMaxFractionDigits = 99;
 
-// No number has more significant digits, so that whatever digits come after these are zeros.
+// No double has more significant digits: all that come after these are zeros.
 constexpr std::int32_t kSignificantDigits = 767;
 
 std::size_t write_word(double value, std::span<char> output) {
@@ -27,8 +27,8 @@ std::size_t fixed(double value, std::span<char, kFixedBound> output) {
   if (!std::isfinite(value)) return write_word(value, output);
   char *const begin = output.data();
   char *const limit = begin + output.size();
-  // Of several shortest texts the closest is taken. From 2^53 on all are as long as the integer, so that
-  // its exact digits win.
+  // to_chars takes the closest of several shortest texts. From 2^53 on all are as long as the integer, so it
+  // writes the integer's exact digits.
   char *end = std::to_chars(begin, limit, value, std::chars_format::fixed).ptr;
   const char *const point = std::find(begin, end, '.');
   if (point == end) {
@@ -44,7 +44,7 @@ std::size_t fixed(double value, std::span<char, kFixedBound> output) {
 std::size_t scientific(double value, std::int32_t digits, std::span<char, kScientificBound> output) {
   if (!std::isfinite(value)) return write_word(value, output);
   const std::int32_t precision = digits < 0 ? 6 : std::min(digits, kSignificantDigits);
-  // Sign, digit, point, the digits behind it and an exponent of up to five characters.
+  // Sign, digit, point, the digits after it and an exponent of up to five characters.
   std::array<char, 3 + kSignificantDigits + 5> text;
   const char *const end =
       std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::scientific, precision)

@@ -8,21 +8,21 @@
 
 namespace kzv::numbers {
 
-// A sign, "0." and the 324 digits down to the last of the smallest normal number's 17. The greatest number
-// needs less: a sign, 309 digits and ".0".
+// A sign, "0." and 324 digits, in which the smallest normal number has its 17 significant ones. The greatest
+// number needs less: a sign, 309 digits and ".0".
 inline constexpr std::size_t kFixedBound = 1 + 2 + 324;
 
-// The shortest text without an exponent that reads back as `value`, with at least one digit behind the point:
-// 5.0, 0.1, -0.0. From 2^53 on the integer's exact digits. What needs more than 99 digits behind the point is
-// rounded to 99 and loses its trailing zeros, all but one.
+// The shortest text without an exponent that reads back as `value`, with at least one digit after the point:
+// 5.0, 0.1, -0.0. From 2^53 on the integer's exact digits. A value that needs more than 99 digits after the
+// point is rounded to 99, then trailing zeros go, down to one digit.
 std::size_t fixed(double value, std::span<char, kFixedBound> output);
 
 // Characters of a scientific text that are kept.
 inline constexpr std::size_t kScientificBound = 498;
 
-// One digit, a point and `digits` rounded digits behind it (no point if there are none), then "e", a sign and
-// at least two digits: 1.23e+03. Negative `digits` mean 6. Longer text ends after 498 characters, not rounded
-// there.
+// One digit, a point and `digits` rounded digits (without digits, no point either), then "e", a sign and at
+// least two digits: 1.23e+03. Negative `digits` mean 6. Longer text is cut, not rounded, after 498
+// characters.
 std::size_t scientific(double value, std::int32_t digits, std::span<char, kScientificBound> output);
 
 }  // namespace kzv::numbers

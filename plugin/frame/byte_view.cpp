@@ -7,7 +7,7 @@ namespace {
 
 constexpr double kLastVersionReadDirectly = 2013.0;
 
-// The fields of the object may stand unaligned.
+// The fields of the object may be unaligned.
 template <typename Field>
 Field ReadField(const REALstringStruct *s, std::size_t offset) {
   Field field;

@@ -8,22 +8,27 @@
 namespace kzv {
 
 // Of a host string: on hosts up to version 2013.0 the bytes in the string object itself, kept in place by a
-// lock; on newer ones what REALGetStringData gives. Of a memory block: its bytes, locked. A null argument,
-// and one whose bytes are not to be had, is empty. Nothing is ever written through the view.
+// lock; on newer ones what the host delivers. Of a memory block: its bytes, locked. A null argument, and one
+// whose bytes the host does not provide, is empty. Nothing is ever written through the view.
 class rbData {
  public:
   explicit rbData(REALstringStruct *s);
   explicit rbData(REALmemoryBlockStruct *block);
-  rbData(const rbData &) = delete;
-  rbData &operator=(const rbData &) = delete;
 
   ByteView bytes() const { return bytes_; }
 
-  // Whether there are bytes, be there none of them: false for null and for bytes that are not to be had.
+  // Whether there are bytes, be it none of them: false for null and for bytes that the host does not provide.
   bool present() const { return present_; }
 
+  // Releases what the view holds: its bytes may be gone then. What the host throws here passes on.
+  void release() {
+    lockedString.release();
+    lockedObject.release();
+    stringData.release();
+  }
+
  private:
-  // At most one of these holds something; what it holds is given back when the view ends.
+  // At most one of these holds something.
   HostString lockedString;
   HostObject lockedObject;
   StringData stringData;

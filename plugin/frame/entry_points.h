@@ -1,8 +1,6 @@
-// The host's services, fetched by name the first time each is needed: the library links to nothing of the
-// host.
+// The host's services, each fetched by name at its first use: the library links to nothing of the host.
 //
-// A service that the host lacks is not called: the wrapper yields zero, null or nothing, and its caller goes
-// on.
+// A service that the host does not have is not called: the call yields zero, null or nothing.
 #pragma once
 
 #include <atomic>
@@ -15,22 +13,21 @@ namespace kzv {
 extern REALresolver gResolver;
 extern double rbversion_rbversion;
 
-// The host's version number, such as 2013.03; 0.0 when the host does not tell one.
+// The host's version number, such as 2013.03; 0.0 when the host does not report one.
 inline double rbversion() { return rbversion_rbversion; }
 
-// Address of a host service; null when the host lacks it.
+// Address of a host service; null when the host does not have it.
 inline void *ResolveEntryPoint(const char *name) { return gResolver == nullptr ? nullptr : gResolver(name); }
 
 template <typename Signature>
 class EntryPoint;
 
-// The slot of one host service. A found address is kept for good; a missing service is asked for again at its
-// next use, for hosts that offer it later. Two threads may fill a slot at once: both store the same address.
+// One host service. An address that was found is kept for good; a missing service is looked up again at its
+// next use, for hosts that offer it later. Two threads may look up at once: both store the same address.
 template <typename Result, typename... Arguments>
 class EntryPoint<Result(Arguments...)> {
  public:
   using Function = Result(Arguments...);
-
   using Find = void *(*)(const char *name);
 
   explicit constexpr EntryPoint(const char *name, Find find = ResolveEntryPoint) : name_(name), find_(find) {}
@@ -57,66 +54,36 @@ class EntryPoint<Result(Arguments...)> {
   std::atomic<Function *> address_{nullptr};
 };
 
-inline void REALRegisterMethod(const REALmethodDefinition *method) {
-  static constinit EntryPoint<void(const REALmethodDefinition *)> pRegisterMethod("PluginRegisterMethod");
-  pRegisterMethod(method);
-}
+inline constinit EntryPoint<void(const REALmethodDefinition *)> REALRegisterMethod("PluginRegisterMethod");
+inline constinit EntryPoint<REALboolean()> REALinRuntime("REALinRuntime");
 
-inline bool REALinRuntime() {
-  static constinit EntryPoint<REALboolean()> pInRuntime("REALinRuntime");
-  return IsTrue(pInRuntime());
-}
+// The services that release something. Looking one up calls the host, which may throw: so each is looked up
+// before there is anything to release.
+inline constinit EntryPoint<void(REALstringStruct *)> REALUnlockString("REALUnlockString");
+inline constinit EntryPoint<void(REALobjectStruct *)> REALUnlockObject("REALUnlockObject");
 
-// The services that take something back. Whatever is to be given back later has its service looked up before
-// it is taken: a look-up that fails with an exception afterwards would leave nobody to give it back.
-inline EntryPoint<void(REALstringData *)> &DisposeStringDataService() {
-  static constinit EntryPoint<void(REALstringData *)> pDisposeStringData("PluginDisposeStringData");
-  return pDisposeStringData;
-}
-inline EntryPoint<void(REALstringStruct *)> &UnlockStringService() {
-  static constinit EntryPoint<void(REALstringStruct *)> pUnlockString("REALUnlockString");
-  return pUnlockString;
-}
-inline EntryPoint<void(REALobjectStruct *)> &UnlockObjectService() {
-  static constinit EntryPoint<void(REALobjectStruct *)> pUnlockObject("REALUnlockObject");
-  return pUnlockObject;
-}
-
-inline void REALUnlockString(REALstringStruct *s) { UnlockStringService()(s); }
-inline void REALUnlockObject(REALobjectStruct *object) { UnlockObjectService()(object); }
-
-inline REALencoding REALGetStringEncoding(REALstringStruct *s) {
-  static constinit EntryPoint<REALencoding(REALstringStruct *)> pGetStringEncoding("REALGetStringEncoding");
-  return pGetStringEncoding(s);
-}
+inline constinit EntryPoint<REALencoding(REALstringStruct *)> REALGetStringEncoding("REALGetStringEncoding");
 
 // A new string with the same text in `encoding`, owned by the caller; null when it cannot be converted.
-inline REALstringStruct *REALConvertString(REALstringStruct *s, REALencoding encoding) {
-  static constinit EntryPoint<REALstringStruct *(REALstringStruct *, REALencoding)> pConvertString(
-      "REALConvertString");
-  UnlockStringService().address();
-  return pConvertString(s, encoding);
-}
+inline constinit EntryPoint<REALstringStruct *(REALstringStruct *, REALencoding)> REALConvertString(
+    "REALConvertString");
 
 // Labels the stored bytes, without converting them.
-inline void REALSetStringEncoding(REALstringStruct *s, REALencoding encoding) {
-  static constinit EntryPoint<void(REALstringStruct *, REALencoding)> pSetStringEncoding(
-      "REALSetStringEncoding");
-  pSetStringEncoding(s, encoding);
-}
+inline constinit EntryPoint<void(REALstringStruct *, REALencoding)> REALSetStringEncoding(
+    "REALSetStringEncoding");
 
 // A new string with a copy of the bytes, owned by the caller; null on failure.
 inline REALstringStruct *originalREALBuildString(const void *bytes, std::int32_t length) {
   static constinit EntryPoint<REALstringStruct *(const void *, std::int32_t)> pBuildString("REALBuildString");
-  UnlockStringService().address();
+  REALUnlockString.address();
   return pBuildString(bytes, length);
 }
 
-// Takes a reference that keeps the string's bytes in place; false when the host has no such service, and so
-// nothing was taken.
+// Takes a reference that keeps the string's bytes in place; false when the host does not have the service, so
+// that there is nothing to release.
 inline bool REALLockString(REALstringStruct *s) {
   static constinit EntryPoint<void(REALstringStruct *)> pLockString("REALLockString");
-  UnlockStringService().address();
+  REALUnlockString.address();
   auto *const lock = pLockString.address();
   if (lock != nullptr) lock(s);
   return lock != nullptr;
@@ -125,52 +92,36 @@ inline bool REALLockString(REALstringStruct *s) {
 // As REALLockString, for objects and memory blocks.
 inline bool REALLockObject(REALobjectStruct *object) {
   static constinit EntryPoint<void(REALobjectStruct *)> pLockObject("REALLockObject");
-  UnlockObjectService().address();
+  REALUnlockObject.address();
   auto *const lock = pLockObject.address();
   if (lock != nullptr) lock(object);
   return lock != nullptr;
 }
 
-// A new instance of a host class, owned by the caller; null when there is no such class.
+// A new instance of a host class, owned by the caller; null when the host does not have the class.
 inline REALobjectStruct *REALnewInstance(const char *class_name) {
   static constinit EntryPoint<REALobjectStruct *(const char *)> pNewInstance("PluginNewInstance");
-  UnlockObjectService().address();
+  REALUnlockObject.address();
   return pNewInstance(class_name);
 }
 
-inline void REALSetPropValueString(REALobjectStruct *object, const char *property, REALstringStruct *value) {
-  static constinit EntryPoint<void(REALobjectStruct *, const char *, REALstringStruct *)> pSetPropValueString(
-      "REALSetPropValueString");
-  pSetPropValueString(object, property, value);
-}
-
-inline void REALSetPropValueInt32(REALobjectStruct *object, const char *property, std::int32_t value) {
-  static constinit EntryPoint<void(REALobjectStruct *, const char *, std::int32_t)> pSetPropValueInt(
-      "REALSetPropValueInt");
-  pSetPropValueInt(object, property, value);
-}
+inline constinit EntryPoint<void(REALobjectStruct *, const char *property, REALstringStruct *)>
+    REALSetPropValueString("REALSetPropValueString");
+inline constinit EntryPoint<void(REALobjectStruct *, const char *property, std::int32_t)>
+    REALSetPropValueInt32("REALSetPropValueInt");
 
 // Raises the object as a host exception and returns: the library then finishes its function as usual.
-inline void REALRaiseException(REALobjectStruct *exception) {
-  static constinit EntryPoint<void(REALobjectStruct *)> pRaiseException("RuntimeRaiseException");
-  pRaiseException(exception);
-}
+inline constinit EntryPoint<void(REALobjectStruct *)> REALRaiseException("RuntimeRaiseException");
 
+// A new memory block, owned by the caller; null on failure.
 inline REALmemoryBlockStruct *REALNewMemoryBlockOriginal(std::int32_t byte_count) {
   static constinit EntryPoint<REALmemoryBlockStruct *(std::int32_t)> pNewMemoryBlock("newMemoryBlock");
-  UnlockObjectService().address();
+  REALUnlockObject.address();
   return pNewMemoryBlock(byte_count);
 }
 
-inline void *REALMemoryBlockGetPtr(REALmemoryBlockStruct *block) {
-  static constinit EntryPoint<void *(REALmemoryBlockStruct *)> pMemoryBlockGetPtr("memoryBlockGetPtr");
-  return pMemoryBlockGetPtr(block);
-}
-
-inline std::int32_t REALMemoryBlockGetSize(REALmemoryBlockStruct *block) {
-  static constinit EntryPoint<std::int32_t(REALmemoryBlockStruct *)> pMemoryBlockGetSize(
-      "memoryBlockGetSize");
-  return pMemoryBlockGetSize(block);
-}
+inline constinit EntryPoint<void *(REALmemoryBlockStruct *)> REALMemoryBlockGetPtr("memoryBlockGetPtr");
+inline constinit EntryPoint<std::int32_t(REALmemoryBlockStruct *)> REALMemoryBlockGetSize(
+    "memoryBlockGetSize");
 
 }  // namespace kzv

@@ -1,32 +1,30 @@
 // Relocatable blocks of memory, in six operations: all that the builders know of the memory they grow in.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
+#include "base/buffer.h"
 
 namespace kzv {
 
-// Points at the block's address, which can change whenever the block is resized.
-using Handle = char **;
+// A small block takes no allocation.
+using HandleMemory = Buffer<512>;
+using Handle = HandleMemory *;
 
-// A new block, or null. Its bytes are not zero-filled.
-Handle NewHandle(std::int32_t byte_count);
+// A new block in `memory`, which outlives it, or null. Its bytes are not zero-filled.
+inline Handle NewHandle(HandleMemory &memory, std::int32_t byte_count) {
+  return memory.allocate(static_cast<std::uint64_t>(byte_count)) ? &memory : nullptr;
+}
 
-// Room in which a small block can begin without an allocation; it must outlive the block.
-struct SmallBlock {
-  static constexpr std::size_t kRoom = 512;
-  alignas(16) char room[kRoom];
-};
-Handle NewHandle(SmallBlock &place, std::int32_t byte_count);
+// Makes the block larger and keeps its content; without memory it stays as it is.
+inline void SetHandleSize(Handle handle, std::int32_t byte_count) {
+  static_cast<void>(handle->grow(static_cast<std::uint64_t>(byte_count)));
+}
+inline std::int32_t GetHandleSize(Handle handle) { return static_cast<std::int32_t>(handle->size()); }
 
-// Resizes the block and keeps its content; without memory it stays as it is.
-void SetHandleSize(Handle handle, std::int32_t byte_count);
-std::int32_t GetHandleSize(Handle handle);
+// The block's address, which is valid until the block is unlocked. Blocks move in SetHandleSize alone, so
+// there is nothing to pin.
+inline std::uint8_t *HLock(Handle handle) { return handle->data(); }
+inline void HUnlock(Handle) {}
 
-// Between the two the block's address stays valid.
-void HLock(Handle handle);
-void HUnlock(Handle handle);
-
-void DisposeHandle(Handle handle);
+inline void DisposeHandle(Handle handle) { handle->clear(); }
 
 }  // namespace kzv

@@ -6,22 +6,18 @@
 
 namespace kzv {
 
-// Makes a host string of `length` bytes in `encoding`. Null, the empty string, for a null pointer, for
-// lengths outside 1 to 2,147,483,647 and when the host cannot make it. Bytes that are all below 0x80 and
-// given as kEncodingMacRoman, kEncodingWindows1252 or kEncodingBytes are labelled ASCII. UTF-16 and UTF-32
-// become UTF-8; of each 32-bit unit the low 16 bits count, and a rest of 1 to 3 bytes is dropped. When the
-// host throws std::bad_alloc, an "OutOfMemoryException" is raised and the result is null.
+// Makes a host string of `length` bytes in `encoding`, which becomes ASCII or UTF-8 where BuildHostString
+// says so. Null, the empty string, for a null pointer, for lengths outside 1 to 2,147,483,647 and when the
+// host cannot make it. When the host throws std::bad_alloc, an "OutOfMemoryException" is raised and the
+// result is null.
 REALstringStruct *REALBuildUnicodeString(const void *bytes, std::int64_t length, REALencoding encoding);
-
-// The same, but lets std::bad_alloc pass.
-REALstringStruct *BuildHostString(const void *bytes, std::int64_t length, REALencoding encoding);
 
 // Makes a host string of bytes that are already what they are labelled: nothing is converted or labelled
 // anew. Otherwise as REALBuildUnicodeString.
 REALstringStruct *BuildStoredString(ByteView bytes, REALencoding encoding);
 
 // Makes a memory block holding a copy of `bytes`. When the host cannot, or throws std::bad_alloc, an
-// "OutOfMemoryException" that tells the size is raised and the result is null.
+// "OutOfMemoryException" that reports the size is raised and the result is null.
 REALmemoryBlockStruct *BuildMemoryBlock(ByteView bytes);
 
 }  // namespace kzv

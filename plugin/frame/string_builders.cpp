@@ -7,16 +7,15 @@
 namespace kzv {
 namespace {
 
-// Growing leaves room for the appends to come.
+// A builder that grows has as much left for the appends to come.
 constexpr std::int64_t kSpare = 4096;
 
 }  // namespace
 
-bool StringBuilder::Create(std::uint64_t byte_count) {
-  if (byte_count > kMaxByteCount) return false;
-  handle = NewHandle(small, static_cast<std::int32_t>(byte_count));
+void StringBuilder::Create(std::uint64_t byte_count) {
+  if (byte_count > kMaxByteCount) return;
+  handle = NewHandle(memory_, static_cast<std::int32_t>(byte_count));
   if (handle != nullptr) capacity = static_cast<std::int32_t>(byte_count);
-  return handle != nullptr;
 }
 
 bool StringBuilder::Reserve(std::int64_t need, std::int64_t new_size) {
@@ -32,17 +31,16 @@ bool StringBuilder::Reserve(std::int64_t need, std::int64_t new_size) {
   return false;
 }
 
-REALstringStruct *StringBuilder::Finish(std::int64_t byte_count, REALencoding encoding) {
+REALstringStruct *StringBuilder::Finish() {
   if (handle == nullptr) return nullptr;
-  HLock(handle);
-  REALstringStruct *const result = REALBuildUnicodeString(*handle, byte_count, encoding);
+  REALstringStruct *const result = REALBuildUnicodeString(HLock(handle), length, encoding);
   HUnlock(handle);
   Drop();
   return result;
 }
 
 void StringBuilder::Drop() {
-  if (handle != nullptr) DisposeHandle(handle);
+  DisposeHandle(handle);
   handle = nullptr;
   length = 0;
   capacity = 0;
@@ -50,31 +48,31 @@ void StringBuilder::Drop() {
 
 void Add(AsciiStringHandle &builder, std::string_view name) {
   const auto size = static_cast<std::int64_t>(name.size());
-  const std::int64_t need = size + builder.length + 4;
+  const std::int64_t need = size + builder.byte_count() + 4;
   if (!builder.Reserve(need, size + need + kSpare)) return;
-  builder.AddInPlace([name](ByteBuffer room) {
-    room[0] = '&';
-    std::memcpy(&room[1], name.data(), name.size());
-    room[name.size() + 1] = ';';
+  builder.AddInPlace([name](ByteBuffer output) {
+    output[0] = '&';
+    std::memcpy(&output[1], name.data(), name.size());
+    output[name.size() + 1] = ';';
     return name.size() + 2;
   });
 }
 
 void AddBinary(AsciiStringHandle &builder, const void *bytes, std::int32_t count) {
   if (count <= 0) return;
-  const std::int64_t need = std::int64_t{count} + builder.length + 4;
+  const std::int64_t need = count + builder.byte_count() + 4;
   if (!builder.Reserve(need, count + need + kSpare)) return;
-  builder.AddInPlace([=](ByteBuffer room) {
-    std::memcpy(room.data(), bytes, static_cast<std::size_t>(count));
+  builder.AddInPlace([=](ByteBuffer output) {
+    std::memcpy(output.data(), bytes, static_cast<std::size_t>(count));
     return static_cast<std::size_t>(count);
   });
 }
 
 void Add(UnicodeStringHandle &builder, std::uint16_t unit) {
-  const std::int64_t need = std::int64_t{2} * builder.length + 10;
+  const std::int64_t need = builder.byte_count() + 10;
   if (!builder.Reserve(need, need + kSpare + 1)) return;
-  builder.AddInPlace([unit](std::span<CodeUnit> room) {
-    room[0] = {unit};
+  builder.AddInPlace([unit](std::span<CodeUnit> output) {
+    output[0] = {unit};
     return std::size_t{1};
   });
 }

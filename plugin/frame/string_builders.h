@@ -2,6 +2,7 @@
 // it has and takes nothing more, so that the result is the empty string rather than part of a text.
 #pragma once
 
+#include <span>
 #include <string_view>
 
 #include "abi.h"
@@ -13,76 +14,72 @@ namespace kzv {
 // What both builders share: a block and how much of it is filled.
 class StringBuilder {
  public:
-  StringBuilder(const StringBuilder &) = delete;
-  StringBuilder &operator=(const StringBuilder &) = delete;
+  // Provides the first block, once. Without memory for it, or for more than 2,147,483,647 bytes, the builder
+  // is one that was dropped.
+  void Create(std::uint64_t byte_count);
+
+  // Whether there was no memory for the first block or for an append.
+  [[nodiscard]] bool dropped() const { return handle == nullptr; }
+
+  // The output as a string; null when it is empty or was dropped.
+  REALstringStruct *Finish();
 
  protected:
-  StringBuilder() = default;
-  ~StringBuilder() { Drop(); }
+  explicit StringBuilder(REALencoding result_encoding) : encoding(result_encoding) {}
 
-  [[nodiscard]] bool Create(std::uint64_t byte_count);
-  // Makes sure of `need` bytes in all, by growing to `new_size` if there are fewer; false when dropped.
+  // Provides `need` bytes in all, by growing to `new_size` if there are fewer; false when dropped.
   [[nodiscard]] bool Reserve(std::int64_t need, std::int64_t new_size);
+
   template <typename Element, typename Kernel>
   void AddInPlace(Kernel kernel) {
     if (handle == nullptr) return;
-    HLock(handle);
-    const std::span<Element> room{reinterpret_cast<Element *>(*handle),
-                                  static_cast<std::size_t>(capacity) / sizeof(Element)};
-    length += static_cast<std::int32_t>(kernel(room.subspan(static_cast<std::size_t>(length))));
+    const std::span<Element> output{reinterpret_cast<Element *>(HLock(handle) + length),
+                                    static_cast<std::size_t>(capacity - length) / sizeof(Element)};
+    length += static_cast<std::int32_t>(kernel(output) * sizeof(Element));
     HUnlock(handle);
   }
-  REALstringStruct *Finish(std::int64_t byte_count, REALencoding encoding);
+
+  [[nodiscard]] std::int64_t byte_count() const { return length; }
+
+ private:
   void Drop();
 
-  SmallBlock small;
+  HandleMemory memory_;
   Handle handle = nullptr;
-  std::int32_t length = 0;    // units written
+  std::int32_t length = 0;    // bytes written
   std::int32_t capacity = 0;  // bytes
+  REALencoding encoding;
 };
 
-// 8-bit output, which becomes a string in `encoding`.
-class AsciiStringHandle : StringBuilder {
+// 8-bit output.
+class AsciiStringHandle : public StringBuilder {
  public:
-  explicit AsciiStringHandle(REALencoding result_encoding) : encoding(result_encoding) {}
-
-  // Provides the first block; false when `byte_count` exceeds 2,147,483,647 or the memory is not to be had.
-  using StringBuilder::Create;
+  explicit AsciiStringHandle(REALencoding result_encoding) : StringBuilder(result_encoding) {}
 
   // Appends "&", the name and ";".
   friend void Add(AsciiStringHandle &builder, std::string_view name);
   friend void AddBinary(AsciiStringHandle &builder, const void *bytes, std::int32_t count);
 
-  // Has `kernel(room) -> bytes written` append in the room that there is; nothing happens without a block.
+  // Has `kernel(output) -> bytes written` append in the capacity that is left; nothing happens without a
+  // block.
   template <typename Kernel>
   void AddInPlace(Kernel kernel) {
     StringBuilder::AddInPlace<std::uint8_t>(kernel);
   }
-
-  // Whether an append has failed for want of memory.
-  [[nodiscard]] bool dropped() const { return handle == nullptr; }
-
-  // The output as a string; null when it is empty or was dropped.
-  REALstringStruct *Finish() { return StringBuilder::Finish(length, encoding); }
-
- private:
-  REALencoding encoding;
 };
 
 // UTF-16 output.
-class UnicodeStringHandle : StringBuilder {
+class UnicodeStringHandle : public StringBuilder {
  public:
-  using StringBuilder::Create;
+  UnicodeStringHandle() : StringBuilder(kEncodingUTF16) {}
 
   friend void Add(UnicodeStringHandle &builder, std::uint16_t unit);
 
-  // The same, of units.
+  // The same, in code units.
   template <typename Kernel>
   void AddInPlace(Kernel kernel) {
     StringBuilder::AddInPlace<CodeUnit>(kernel);
   }
-
-  REALstringStruct *Finish() { return StringBuilder::Finish(std::int64_t{length} * 2, kEncodingUTF16); }
 };
 
 }  // namespace kzv

@@ -1,39 +1,37 @@
-// The road that most functions take: an argument through a kernel into a new string.
+// What most functions do: one argument through a kernel into a new string.
 #pragma once
 
 #include <functional>
 
+#include "frame/arguments.h"
 #include "frame/byte_view.h"
-#include "frame/results.h"
+#include "frame/output.h"
 #include "frame/text_view.h"
-#include "frame/work_buffer.h"
 
 namespace kzv {
 
-// Reads `s` by a view of an Argument (rbData or rbText), has `kernel(input, output) -> bytes written` fill a
-// buffer of `room(input size)` bytes and makes a string of them in `encoding`. Null for an empty argument and
-// when the buffer is not to be had. The argument is given back before the result is made: should the host
-// throw then, there is no result yet to be lost.
-template <typename Argument, typename View, typename Room, typename Kernel>
-REALstringStruct *Transform(REALstringStruct *s, View view, REALencoding encoding, Room room, Kernel kernel) {
-  WorkBuffer output;
-  std::size_t written = 0;
-  {
-    Argument argument(s);
-    const auto input = std::invoke(view, argument);
-    if (input.empty() || !output.allocate(room(input.size()))) return nullptr;
-    written = kernel(input, output.bytes());
-  }
-  return REALBuildUnicodeString(output.data(), static_cast<std::int64_t>(written), encoding);
+// Reads `s` by a View (rbData or rbText), of which `text` is the function that provides the input, has
+// `kernel(input, output) -> bytes written` fill a buffer of `bound(input size)` bytes and makes a string of
+// them in `encoding`. Null for an empty argument and without memory for the buffer.
+template <typename View, typename Text, typename Bound, typename Kernel>
+REALstringStruct *Transform(REALstringStruct *s, Text text, REALencoding encoding, Bound bound,
+                            Kernel kernel) {
+  Output output;
+  Read<View>({s}, [&](View &argument) {
+    const auto input = std::invoke(text, argument);
+    if (input.empty()) return;
+    output.Fill(bound(input.size()), [&](ByteBuffer written) { return kernel(input, written); });
+  });
+  return output.Finish(encoding);
 }
 
 // The same for an argument's bytes as stored.
-template <typename Room, typename Kernel>
-REALstringStruct *TransformBytes(REALstringStruct *s, REALencoding encoding, Room room, Kernel kernel) {
-  return Transform<rbData>(s, &rbData::bytes, encoding, room, kernel);
+template <typename Bound, typename Kernel>
+REALstringStruct *TransformBytes(REALstringStruct *s, REALencoding encoding, Bound bound, Kernel kernel) {
+  return Transform<rbData>(s, &rbData::bytes, encoding, bound, kernel);
 }
 
-// The room of a kernel that writes at most one byte for each element that it reads.
+// The bound of a kernel that writes at most one byte for each element that it reads.
 inline constexpr auto kOneByteEach = [](std::size_t count) { return std::uint64_t{count}; };
 
 }  // namespace kzv

@@ -14,8 +14,8 @@ REALstringStruct *EncodingTo(REALstringStruct *s, const charsets::Charset &chars
 }
 
 REALstringStruct *DecodingTo(REALstringStruct *s, const charsets::Charset &charset) {
-  const auto room = [](std::size_t byte_count) { return std::uint64_t{byte_count} * sizeof(std::uint16_t); };
-  return TransformBytes(s, kEncodingUTF16, room, [&](ByteView in, ByteBuffer out) {
+  const auto bound = [](std::size_t byte_count) { return std::uint64_t{byte_count} * sizeof(std::uint16_t); };
+  return TransformBytes(s, kEncodingUTF16, bound, [&](ByteView in, ByteBuffer out) {
     return sizeof(std::uint16_t) *
            charsets::decode(in, charset, {reinterpret_cast<std::uint16_t *>(out.data()), in.size()});
   });
@@ -41,8 +41,8 @@ REALstringStruct *UnicodeString(REALstringStruct *s) { return REALConvertString(
 REALstringStruct *NativeString(REALstringStruct *s) { return REALConvertString(s, kEncodingUTF8); }
 
 std::int32_t DetectUnicodeMarkers(REALstringStruct *s) {
-  const rbData argument(s);
-  return classification::detect_marker(argument.bytes());
+  return Read<rbData>({s},
+                      [](const rbData &argument) { return classification::detect_marker(argument.bytes()); });
 }
 
 REALstringStruct *GetUnicodeMarkers(std::int32_t kind) {
@@ -52,8 +52,9 @@ REALstringStruct *GetUnicodeMarkers(std::int32_t kind) {
 REALboolean IsASCIIString1(REALstringStruct *s) { return IsASCIIString2(s, 0); }
 
 REALboolean IsASCIIString2(REALstringStruct *s, std::int32_t mode) {
-  const rbData argument(s);
-  return ToREALboolean(classification::is_ascii(argument.bytes(), mode));
+  return Read<rbData>({s}, [mode](const rbData &argument) {
+    return ToREALboolean(classification::is_ascii(argument.bytes(), mode));
+  });
 }
 
 REALstringStruct *ReplaceNonPrintableCharacters(REALstringStruct *s, std::int32_t replacement) {

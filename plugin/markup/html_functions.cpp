@@ -12,7 +12,7 @@
 namespace kzv {
 namespace {
 
-// The longest form of a unit did not fit into the builder any more: appended on its own it makes it grow.
+// For a unit whose longest form does not fit into the block: appended on its own, it makes the builder grow.
 void AddReference(AsciiStringHandle &page, CodeUnit unit, bool keep_ascii) {
   const html::Entity *const entity = html::entity_of(unit.value);
   if (entity != nullptr && unit.value >= 0x80) {
@@ -26,8 +26,8 @@ void AddReference(AsciiStringHandle &page, CodeUnit unit, bool keep_ascii) {
 
 void AddPage(AsciiStringHandle &page, CodeUnitView text, bool keep_ascii) {
   while (!text.empty() && !page.dropped()) {
-    page.AddInPlace([&](ByteBuffer room) {
-      const html::Progress progress = html::encode(text, keep_ascii, room);
+    page.AddInPlace([&](ByteBuffer output) {
+      const html::Progress progress = html::encode(text, keep_ascii, output);
       text = text.subspan(progress.consumed);
       return progress.written;
     });
@@ -39,17 +39,17 @@ void AddPage(AsciiStringHandle &page, CodeUnitView text, bool keep_ascii) {
 
 // Appends `unit` as often as `times` says.
 void AddRepeated(AsciiStringHandle &page, ByteView unit, std::size_t times) {
-  page.AddInPlace([&](ByteBuffer room) {
-    const std::size_t fitting = std::min(times, room.size() / unit.size());
+  page.AddInPlace([&](ByteBuffer output) {
+    const std::size_t fitting = std::min(times, output.size() / unit.size());
     times -= fitting;
-    return tags::repeat(unit, room.first(fitting * unit.size()));
+    return tags::repeat(unit, output.first(fitting * unit.size()));
   });
   for (; times > 0 && !page.dropped(); --times) {
     AddBinary(page, unit.data(), static_cast<std::int32_t>(unit.size()));
   }
 }
 
-// The text outside of tags, and `instead` for each byte within.
+// As AddWithoutTags, for a replacement of any length.
 void AddReplaced(AsciiStringHandle &page, ByteView text, ByteView instead) {
   tags::TagScanner scanner(text);
   while (scanner.next() && !page.dropped()) {
@@ -58,8 +58,19 @@ void AddReplaced(AsciiStringHandle &page, ByteView text, ByteView instead) {
   }
 }
 
-// The initial block of the HTML builders: for a short text no more than it can need.
-std::uint64_t PageRoom(CodeUnitView text) {
+// The text outside of tags, and `instead` for each byte within.
+void AddWithoutTags(AsciiStringHandle &page, ByteView text, ByteView instead) {
+  if (instead.empty()) {
+    page.AddInPlace([=](ByteBuffer output) { return tags::remove(text, output); });
+  } else if (instead.size() == 1) {
+    page.AddInPlace([=](ByteBuffer output) { return tags::replace(text, instead.front(), output); });
+  } else {
+    AddReplaced(page, text, instead);
+  }
+}
+
+// Bytes of the HTML builders' first block: for a short text no more than it can need.
+std::uint64_t PageCapacity(CodeUnitView text) {
   return std::min(std::uint64_t{text.size()} * 2 + 4096, html::encode_bound(text.size()));
 }
 
@@ -73,31 +84,29 @@ bool MayBeHTMLReady(REALencoding encoding) {
 
 REALstringStruct *EncodingToHTML(REALstringStruct *s, std::int32_t options) {
   AsciiStringHandle page(kEncodingASCII);
-  {
-    rbText argument(s);
+  Read<rbText>({s}, [&](rbText &argument) {
     const CodeUnitView text = argument.utf16();
-    if (text.empty() || !page.Create(PageRoom(text))) return nullptr;
+    page.Create(PageCapacity(text));
     AddPage(page, html::without_mark(text), (options & 1) != 0);
-  }
+  });
   return page.Finish();
 }
 
 REALstringStruct *DecodingToHTML(REALstringStruct *s) {
   UnicodeStringHandle decoded;
-  {
-    rbText argument(s);
+  Read<rbText>({s}, [&](rbText &argument) {
     const CodeUnitView page = argument.utf16();
-    if (page.empty() || !decoded.Create(PageRoom(page))) return nullptr;
-    decoded.AddInPlace([page](std::span<CodeUnit> room) { return html::decode(page, room); });
-  }
+    decoded.Create(PageCapacity(page));
+    decoded.AddInPlace([page](std::span<CodeUnit> output) { return html::decode(page, output); });
+  });
   return decoded.Finish();
 }
 
 REALboolean StringIsHTMLready(REALstringStruct *s) {
   if (s == nullptr) return ToREALboolean(true);
   if (!MayBeHTMLReady(REALGetStringEncoding(s))) return ToREALboolean(false);
-  const rbData argument(s);
-  return ToREALboolean(html::is_html_ready(argument.bytes()));
+  return Read<rbData>(
+      {s}, [](const rbData &argument) { return ToREALboolean(html::is_html_ready(argument.bytes())); });
 }
 
 REALstringStruct *RemoveHTMLTags(REALstringStruct *text) { return RemoveHTMLTagsWith(text, nullptr); }
@@ -105,20 +114,11 @@ REALstringStruct *RemoveHTMLTags(REALstringStruct *text) { return RemoveHTMLTags
 REALstringStruct *RemoveHTMLTagsWith(REALstringStruct *text, REALstringStruct *replacement) {
   if (text == nullptr) return nullptr;
   AsciiStringHandle kept(kEncodingUTF8);
-  {
-    rbText page(text);
-    rbText substitute(replacement);
+  Read<rbText>({text, replacement}, [&](rbText &page, rbText &substitute) {
     const ByteView bytes = page.utf8();
-    const ByteView instead = tags::replacement_of(substitute.utf8());
-    if (!kept.Create(std::uint64_t{bytes.size()} + 10)) return nullptr;
-    if (instead.empty()) {
-      kept.AddInPlace([bytes](ByteBuffer room) { return tags::remove(bytes, room); });
-    } else if (instead.size() == 1) {
-      kept.AddInPlace([=](ByteBuffer room) { return tags::replace(bytes, instead.front(), room); });
-    } else {
-      AddReplaced(kept, bytes, instead);
-    }
-  }
+    kept.Create(std::uint64_t{bytes.size()} + 10);
+    AddWithoutTags(kept, bytes, tags::replacement_of(substitute.utf8()));
+  });
   return kept.Finish();
 }
 

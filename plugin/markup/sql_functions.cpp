@@ -12,12 +12,11 @@ REALstringStruct *DecodingFromMySQL(REALstringStruct *s) {
 
 REALstringStruct *SQLReplaceBoolean(REALstringStruct *sql) {
   AsciiStringHandle rewritten(kEncodingUTF8);
-  {
-    rbText argument(sql);
+  Read<rbText>({sql}, [&](rbText &argument) {
     const ByteView text = argument.ascii();
-    if (text.empty() || !rewritten.Create(std::uint64_t{text.size()} + 10)) return nullptr;
-    rewritten.AddInPlace([text](ByteBuffer room) { return sql::replace_booleans(text, room); });
-  }
+    rewritten.Create(std::uint64_t{text.size()} + 10);
+    rewritten.AddInPlace([text](ByteBuffer output) { return sql::replace_booleans(text, output); });
+  });
   return rewritten.Finish();
 }
 

@@ -11,76 +11,67 @@
 namespace kzv {
 namespace {
 
-// What an encoder left in its buffer, or why there is nothing.
-struct Encoded {
-  WorkBuffer buffer;
-  std::size_t length = 0;
-  bool no_memory = false;
-
-  // Has `encode(output) -> bytes written` fill as many bytes as the worst case takes or, where there is no
-  // memory for that, as `exact_room()` finds necessary. More than a string can hold is no text at all.
-  template <typename ExactRoom, typename Encode>
-  void fill(std::uint64_t worst_room, ExactRoom exact_room, Encode encode) {
-    if (!buffer.allocate(worst_room)) {
-      const std::uint64_t room = exact_room();
-      if (room > kMaxByteCount) return;
-      no_memory = !buffer.allocate(room);
-    }
-    if (!no_memory) length = encode(buffer.bytes());
+// ASCII output that is reported when there is no memory for it.
+class Encoded {
+ public:
+  // Has `encode(output) -> bytes written` write into a buffer of `bound` bytes or, without memory for that,
+  // of `exact_size()`. The output is empty when a string cannot be that long.
+  template <typename ExactSize, typename Encode>
+  void Fill(std::uint64_t bound, ExactSize exact_size, Encode encode) {
+    if (output_.Fill(bound, encode)) return;
+    const std::uint64_t size = exact_size();
+    no_memory_ = size <= kMaxByteCount && !output_.Fill(size, encode);
   }
 
-  REALstringStruct *finish() {
-    if (no_memory) RaiseException(kOutOfMemory, kNoMemoryForString);
-    return REALBuildUnicodeString(buffer.data(), static_cast<std::int64_t>(length), kEncodingASCII);
+  REALstringStruct *Finish() {
+    if (no_memory_) RaiseException(kOutOfMemory, kNoMemoryForString);
+    return output_.Finish(kEncodingASCII);
   }
+
+ private:
+  Output output_;
+  bool no_memory_ = false;
 };
 
 }  // namespace
 
 REALstringStruct *EncodingToQuotedPrintable(REALstringStruct *s, std::int32_t line_length) {
   Encoded encoded;
-  {
-    const rbData argument(s);
+  Read<rbData>({s}, [&](const rbData &argument) {
     const ByteView text = argument.bytes();
-    if (text.empty()) return nullptr;
-    encoded.fill(
+    encoded.Fill(
         quoted_printable::encode_bound(text.size(), line_length),
         [=] { return quoted_printable::encoded_size(text, line_length); },
         [=](ByteBuffer output) { return quoted_printable::encode(text, line_length, output); });
-  }
-  return encoded.finish();
+  });
+  return encoded.Finish();
 }
 
 REALstringStruct *DecodingFromQuotedPrintable(REALstringStruct *s) {
   Encoded decoded;
-  {
-    const rbData argument(s);
+  Read<rbData>({s}, [&](const rbData &argument) {
     const ByteView text = argument.bytes();
-    if (text.empty()) return nullptr;
-    decoded.fill(
+    decoded.Fill(
         text.size(), [=] { return std::uint64_t{text.size()}; },
         [=](ByteBuffer output) { return quoted_printable::decode(text, output); });
-  }
-  return decoded.finish();
+  });
+  return decoded.Finish();
 }
 
 REALstringStruct *EncodeEmailSubject(REALstringStruct *s) {
   if (s == nullptr) return nullptr;
   Encoded encoded;
-  bool needed = false;
-  {
-    rbText argument(s);
+  const bool plain = Read<rbText>({s}, [&](rbText &argument) {
     const ByteView text = argument.utf8();
-    if (!argument.has_utf8()) return nullptr;
-    needed = mail_subject::needs_encoding(text);
-    if (needed) {
-      encoded.fill(
-          mail_subject::encode_bound(text.size()), [=] { return mail_subject::encoded_size(text); },
-          [=](ByteBuffer output) { return mail_subject::encode(text, output); });
-    }
-  }
-  if (needed) return encoded.finish();
-  REALLockString(s);
+    if (!argument.has_utf8()) return false;
+    if (!mail_subject::needs_encoding(text)) return true;
+    encoded.Fill(
+        mail_subject::encode_bound(text.size()), [=] { return mail_subject::encoded_size(text); },
+        [=](ByteBuffer output) { return mail_subject::encode(text, output); });
+    return false;
+  });
+  if (!plain) return encoded.Finish();
+  REALLockString(s);  // for the program, which gets its own string
   return s;
 }
 
@@ -95,34 +86,24 @@ REALstringStruct *DecodingFromHex(REALstringStruct *s) {
 REALstringStruct *Hexstring(REALstringStruct *input, std::int32_t hexlen, std::int32_t linelen,
                             REALstringStruct *linestart, REALstringStruct *lineend, REALstringStruct *spacer,
                             REALstringStruct *filler) {
-  if (hexlen < 1 || linelen < 1 || input == nullptr) return nullptr;
-  WorkBuffer output;
-  std::size_t written = 0;
-  {
-    const rbData bytes(input);
-    const rbData start(linestart);
-    const rbData end(lineend);
-    const rbData between(spacer);
-    const rbData padding(filler);
-    const hex_dump::Shape shape = {hexlen,      linelen,         start.bytes(),
-                                   end.bytes(), between.bytes(), padding.bytes()};
-    const std::optional<std::uint64_t> size = hex_dump::dump_bound(bytes.bytes().size(), shape);
-    if (!size || !output.allocate(*size)) return nullptr;
-    written = hex_dump::dump(bytes.bytes(), shape, output.bytes());
-  }
-  return REALBuildUnicodeString(output.data(), static_cast<std::int64_t>(written), kEncodingASCII);
+  Output dump;
+  Read<rbData>({input, linestart, lineend, spacer, filler}, [&](const rbData &data, const auto &...text) {
+    const hex_dump::Shape shape = {hexlen, linelen, text.bytes()...};
+    const std::optional<std::uint64_t> bound = hex_dump::dump_bound(data.bytes().size(), shape);
+    if (!bound) return;
+    dump.Fill(*bound, [&](ByteBuffer output) { return hex_dump::dump(data.bytes(), shape, output); });
+  });
+  return dump.Finish(kEncodingASCII);
 }
 
 REALmemoryBlockStruct *yDecodeMemory(REALmemoryBlockStruct *data) {
-  WorkBuffer output;
-  std::size_t written = 0;
-  {
-    const rbData block(data);
+  Output decoded;
+  const bool filled = Read<rbData>({data}, [&](const rbData &block) {
     const ByteView encoded = block.bytes();
-    if (encoded.empty() || !output.allocate(encoded.size())) return nullptr;
-    written = yenc::decode(encoded, output.bytes());
-  }
-  return BuildMemoryBlock(output.bytes().first(written));
+    return !encoded.empty() &&
+           decoded.Fill(encoded.size(), [=](ByteBuffer output) { return yenc::decode(encoded, output); });
+  });
+  return filled ? BuildMemoryBlock(decoded.bytes()) : nullptr;
 }
 
 REALstringStruct *yDecodeString(REALstringStruct *data) {

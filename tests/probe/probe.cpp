@@ -47,7 +47,7 @@ KZV_CALLED_BY_HOST std::int32_t Raise(REALboolean with_message) {
 KZV_CALLED_BY_HOST REALstringStruct *AddName(std::int32_t capacity, REALstringStruct *name) {
   const rbData view(name);
   AsciiStringHandle builder(kEncodingASCII);
-  if (!builder.Create(static_cast<std::uint64_t>(capacity))) return nullptr;
+  builder.Create(static_cast<std::uint64_t>(capacity));
   Add(builder, {reinterpret_cast<const char *>(view.bytes().data()), view.bytes().size()});
   AddBinary(builder, "ignored", 0);
   AddBinary(builder, "ignored", -1);
@@ -56,26 +56,20 @@ KZV_CALLED_BY_HOST REALstringStruct *AddName(std::int32_t capacity, REALstringSt
 
 KZV_CALLED_BY_HOST REALstringStruct *AddUnit(std::int32_t capacity, std::int32_t unit) {
   UnicodeStringHandle builder;
-  if (!builder.Create(static_cast<std::uint64_t>(capacity))) return nullptr;
+  builder.Create(static_cast<std::uint64_t>(capacity));
   Add(builder, static_cast<std::uint16_t>(unit));
   return builder.Finish();
 }
 
-#define METHOD(function, declaration)                                                                        \
-  {                                                                                                          \
-    reinterpret_cast<void *>(&(function)), nullptr, declares<decltype(function)>(declaration), kMethodFlags, \
-    {}                                                                                                       \
-  }
-
 const REALmethodDefinition kMethods[] = {
-    METHOD(Build, "Build(s as string, encoding as integer) as string"),
-    METHOD(BuildOfLength, "BuildOfLength(length as double) as string"),
-    METHOD(BuildOfNothing, "BuildOfNothing(length as double) as string"),
-    METHOD(UnitBehind, "UnitBehind(s as string, bitsPerUnit as integer) as integer"),
-    METHOD(CopyBlock, "CopyBlock(block as memoryblock) as memoryblock"),
-    METHOD(AddName, "AddName(capacity as integer, name as string) as string"),
-    METHOD(AddUnit, "AddUnit(capacity as integer, unit as integer) as string"),
-    METHOD(Raise, "Raise(withMessage as boolean) as integer"),
+    KZV_METHOD(Build, "Build(s as string, encoding as integer) as string"),
+    KZV_METHOD(BuildOfLength, "BuildOfLength(length as double) as string"),
+    KZV_METHOD(BuildOfNothing, "BuildOfNothing(length as double) as string"),
+    KZV_METHOD(UnitBehind, "UnitBehind(s as string, bitsPerUnit as integer) as integer"),
+    KZV_METHOD(CopyBlock, "CopyBlock(block as memoryblock) as memoryblock"),
+    KZV_METHOD(AddName, "AddName(capacity as integer, name as string) as string"),
+    KZV_METHOD(AddUnit, "AddUnit(capacity as integer, unit as integer) as string"),
+    KZV_METHOD(Raise, "Raise(withMessage as boolean) as integer"),
 };
 
 }  // namespace

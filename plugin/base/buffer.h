@@ -1,0 +1,91 @@
+// Memory whose size is known only during a call: in the object itself while it is small, else on the heap.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "base/bytes.h"
+
+namespace kzv {
+
+// Holds up to `kInline` bytes without a call of the allocator. Sizes are given in 64 bits, so that callers
+// can compute them without overflow. Whatever cannot be provided is reported by false and leaves the buffer
+// as it was.
+template <std::size_t kInline>
+class Buffer {
+ public:
+  Buffer() = default;
+  Buffer(const Buffer &) = delete;
+  Buffer &operator=(const Buffer &) = delete;
+  ~Buffer() {
+    if (heap_ != nullptr) std::free(heap_);  // the call alone would cost short texts more than the check
+  }
+
+  // Makes an empty buffer `byte_count` bytes large. Their values are undefined.
+  [[nodiscard]] bool allocate(std::uint64_t byte_count) {
+    if (byte_count > kInline) {
+      if (!std::in_range<std::size_t>(byte_count)) return false;
+      if (!hold(std::malloc(static_cast<std::size_t>(byte_count)))) return false;
+    }
+    size_ = static_cast<std::size_t>(byte_count);
+    return true;
+  }
+
+  // The same, filled with zeros.
+  [[nodiscard]] bool allocate_zeroed(std::uint64_t byte_count) {
+    if (byte_count > kInline) {
+      if (!std::in_range<std::size_t>(byte_count)) return false;
+      if (!hold(std::calloc(static_cast<std::size_t>(byte_count), 1))) return false;
+    } else {
+      std::fill_n(inline_.begin(), byte_count, std::uint8_t{0});
+    }
+    size_ = static_cast<std::size_t>(byte_count);
+    return true;
+  }
+
+  // Makes the buffer larger and keeps its content, which may move. The values of the new bytes are undefined.
+  [[nodiscard]] bool grow(std::uint64_t byte_count) requires(kInline > 0) {
+    if (byte_count > kInline) {
+      if (!std::in_range<std::size_t>(byte_count)) return false;
+      const bool was_inline = heap_ == nullptr;
+      if (!hold(std::realloc(heap_, static_cast<std::size_t>(byte_count)))) return false;
+      if (was_inline) std::memcpy(heap_, inline_.data(), size_);
+    }
+    size_ = static_cast<std::size_t>(byte_count);
+    return true;
+  }
+
+  // Frees the memory; the buffer is empty then.
+  void clear() {
+    std::free(std::exchange(heap_, nullptr));
+    size_ = 0;
+  }
+
+  // Without inline bytes, null while the buffer is empty.
+  [[nodiscard]] std::uint8_t *data() { return heap_ != nullptr ? heap_ : inline_.data(); }
+  [[nodiscard]] std::size_t size() const { return size_; }
+  [[nodiscard]] ByteBuffer bytes() { return {data(), size_}; }
+
+ private:
+  static constexpr std::size_t kAlignment = kInline > 0 ? 16 : 1;
+
+  // False, and nothing changes, for the null pointer of a refused allocation.
+  bool hold(void *heap) {
+    if (heap != nullptr) heap_ = static_cast<std::uint8_t *>(heap);
+    return heap != nullptr;
+  }
+
+  std::uint8_t *heap_ = nullptr;
+  std::size_t size_ = 0;
+  [[no_unique_address]] alignas(kAlignment) std::array<std::uint8_t, kInline> inline_;
+};
+
+// Owns no inline bytes: for copies that are rarely made.
+using HeapBuffer = Buffer<0>;
+
+}  // namespace kzv
