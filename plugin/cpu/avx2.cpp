@@ -4,11 +4,13 @@
 #include <immintrin.h>
 
 #include "base/hex_digits.h"
-#include "cpu/levels.h"
+#include "cpu/portable.h"
+#include "cpu/x86_features.h"
 
-#define KZV_AVX2 __attribute__((target("avx2,bmi2,popcnt")))
+#define FEATURES(FEATURE) FEATURE("avx2") FEATURE("bmi2") FEATURE("popcnt")
+#define KZV_AVX2 KZV_TARGET(FEATURES)
 
-namespace kzv::cpu {
+namespace kzv::cpu::avx2 {
 namespace {
 
 // By eight mask bits: the numbers of those that are set, close together.
@@ -48,8 +50,7 @@ KZV_AVX2 std::uint32_t find_32(const std::uint8_t *bytes, __m256i ascii_rows, __
   return static_cast<std::uint32_t>(_mm256_movemask_epi8(found));
 }
 
-KZV_AVX2 void find_avx2(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set,
-                        std::uint64_t *masks) {
+KZV_AVX2 void find(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set, std::uint64_t *masks) {
   const __m256i ascii_rows = twice(set.ascii_rows);
   const __m256i high_rows = twice(set.high_rows);
   for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
@@ -58,8 +59,8 @@ KZV_AVX2 void find_avx2(const std::uint8_t *bytes, std::size_t blocks, const Byt
   }
 }
 
-KZV_AVX2 void find_pair_avx2(const std::uint8_t *bytes, std::size_t blocks, std::uint8_t first,
-                             std::uint8_t last, std::size_t distance, std::uint64_t *masks) {
+KZV_AVX2 void find_pair(const std::uint8_t *bytes, std::size_t blocks, std::uint8_t first, std::uint8_t last,
+                        std::size_t distance, std::uint64_t *masks) {
   const __m256i firsts = _mm256_set1_epi8(static_cast<char>(first));
   const __m256i lasts = _mm256_set1_epi8(static_cast<char>(last));
   const auto find_32 = [=](const std::uint8_t *at) KZV_AVX2 {
@@ -71,8 +72,8 @@ KZV_AVX2 void find_pair_avx2(const std::uint8_t *bytes, std::size_t blocks, std:
     masks[i] = find_32(bytes) | find_32(bytes + 32) << 32;
 }
 
-KZV_AVX2 std::size_t compact_avx2(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *kept,
-                                  std::uint8_t *output) {
+KZV_AVX2 std::size_t compact(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *kept,
+                             std::uint8_t *output) {
   std::uint8_t *next = output;
   for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
     const std::uint64_t mask = kept[i];
@@ -100,8 +101,8 @@ KZV_AVX2 __m256i spread_32(std::uint64_t bits) {
   return _mm256_cmpeq_epi8(_mm256_and_si256(bytes, kBits), kBits);
 }
 
-KZV_AVX2 void add_avx2(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
-                       std::uint8_t everywhere, std::uint8_t there, std::uint8_t *output) {
+KZV_AVX2 void add(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                  std::uint8_t everywhere, std::uint8_t there, std::uint8_t *output) {
   const __m256i for_all = _mm256_set1_epi8(static_cast<char>(everywhere));
   const __m256i for_some = _mm256_set1_epi8(static_cast<char>(there));
   for (std::size_t at = 0; at < blocks * kBlock; at += 32) {
@@ -110,8 +111,8 @@ KZV_AVX2 void add_avx2(const std::uint8_t *bytes, std::size_t blocks, const std:
   }
 }
 
-KZV_AVX2 void fill_avx2(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
-                        std::uint8_t byte, std::uint8_t *output) {
+KZV_AVX2 void fill(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                   std::uint8_t byte, std::uint8_t *output) {
   const __m256i filling = _mm256_set1_epi8(static_cast<char>(byte));
   for (std::size_t at = 0; at < blocks * kBlock; at += 32) {
     const __m256i chosen = spread_32(where[at / kBlock] >> at % kBlock);
@@ -132,8 +133,8 @@ KZV_AVX2 __m256i digit_values(__m256i text) {
                          _mm256_and_si256(letter_value, is_at_most(letter, 5)));
 }
 
-KZV_AVX2 void decode_escapes_avx2(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
-                                  std::uint8_t *output) {
+KZV_AVX2 void decode_escapes(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                             std::uint8_t *output) {
   for (std::size_t at = 0; at < blocks * kBlock; at += 32) {
     const __m256i high = _mm256_slli_epi16(digit_values(load(bytes + at + 1)), 4);
     const __m256i number = _mm256_or_si256(high, digit_values(load(bytes + at + 2)));
@@ -149,8 +150,8 @@ KZV_AVX2 __m256i load(const CodeUnit *units) {
 // Packing works within the halves of a vector; this puts the quarters back in order.
 KZV_AVX2 __m256i in_order(__m256i packed) { return _mm256_permute4x64_epi64(packed, 0b11011000); }
 
-KZV_AVX2 void narrow_avx2(const CodeUnit *units, std::size_t blocks, std::uint16_t limit,
-                          std::uint8_t *output, std::uint64_t *masks) {
+KZV_AVX2 void narrow(const CodeUnit *units, std::size_t blocks, std::uint16_t limit, std::uint8_t *output,
+                     std::uint64_t *masks) {
   const __m256i limits = _mm256_set1_epi16(static_cast<short>(limit));
   const __m256i kLow = _mm256_set1_epi16(0xFF);
   for (std::size_t i = 0; i < blocks; ++i) {
@@ -168,7 +169,7 @@ KZV_AVX2 void narrow_avx2(const CodeUnit *units, std::size_t blocks, std::uint16
   }
 }
 
-KZV_AVX2 void to_hex_avx2(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *digits) {
+KZV_AVX2 void to_hex(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *digits) {
   const __m256i kDigits =
       _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(kHexDigits)));
   const __m256i kNibble = _mm256_set1_epi8(15);
@@ -177,23 +178,36 @@ KZV_AVX2 void to_hex_avx2(const std::uint8_t *bytes, std::size_t byte_count, std
     const __m256i nibbles = _mm256_or_si256(_mm256_srli_epi16(wide, 4), _mm256_slli_epi16(wide, 8));
     store(digits, _mm256_shuffle_epi8(kDigits, _mm256_and_si256(nibbles, kNibble)));
   }
-  to_hex(bytes, byte_count, digits);
+  portable::to_hex(bytes, byte_count, digits);
 }
 
-KZV_AVX2 void from_hex_avx2(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *bytes) {
+KZV_AVX2 void from_hex(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *bytes) {
   const __m256i kWeights = _mm256_set1_epi16(0x0110);  // 16 and 1
   for (; byte_count >= 16; byte_count -= 16, bytes += 16, digits += 32) {
     const __m256i sums = _mm256_maddubs_epi16(digit_values(load(digits)), kWeights);
     const __m256i packed = in_order(_mm256_packus_epi16(sums, sums));
     _mm_storeu_si128(reinterpret_cast<__m128i *>(bytes), _mm256_castsi256_si128(packed));
   }
-  from_hex(digits, byte_count, bytes);
+  portable::from_hex(digits, byte_count, bytes);
 }
 
 }  // namespace
 
-constexpr Level kAvx2 = {"avx2",       ~std::size_t{0}, load_partial, find_avx2,           find_pair_avx2,
-                         compact_avx2, add_avx2,        fill_avx2,    decode_escapes_avx2, write_escapes,
-                         narrow_avx2,  to_hex_avx2,     from_hex_avx2};
+extern constexpr Level kLevel = {
+    .name = "avx2",
+    .available = [] { return KZV_HAS(FEATURES); },
+    .by_table = ~std::size_t{0},
+    .load_partial = portable::load_partial,
+    .find = find,
+    .find_pair = find_pair,
+    .compact = compact,
+    .add = add,
+    .fill = fill,
+    .decode_escapes = decode_escapes,
+    .write_escapes = portable::write_escapes,
+    .narrow = narrow,
+    .to_hex = to_hex,
+    .from_hex = from_hex,
+};
 
-}  // namespace kzv::cpu
+}  // namespace kzv::cpu::avx2
