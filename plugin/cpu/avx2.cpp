@@ -13,7 +13,12 @@
 namespace kzv::cpu::avx2 {
 namespace {
 
-// By eight mask bits: the numbers of those that are set, close together.
+// By eight mask bits: the numbers of those that are set, for a shuffle that moves their bytes together.
+//
+//   bytes       a b c d e f g h
+//   mask bits   1 0 1 1 0 0 0 1     0x8D
+//   order       0 2 3 7 0 0 0 0
+//   shuffled    a c d h a a a a     4 bytes count; the next store overwrites the others
 using Order = std::array<std::uint8_t, 8>;
 constexpr std::array<Order, 256> kOrders = [] {
   std::array<Order, 256> orders{};
@@ -37,7 +42,15 @@ KZV_AVX2 __m256i twice(const std::array<std::uint8_t, 16> &row) {
   return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(row.data())));
 }
 
-// A look-up gives 0 where the eighth bit of the byte is set: so each row of the set sees its own half alone.
+// The low nibble of a byte looks up a row of the set, which has one bit for each value of the next three
+// bits; these look up which bit. A shuffle yields 0 where bit 7 of its index is set, so each table sees its
+// own half of the bytes.
+//
+//   set           '0' to '9', 30 to 39: bit 3 of the rows of 0 to 9
+//   text          '2' = 32      '?' = 3F      B2
+//   ascii_rows    0x08          0             0 (bit 7)
+//   bit           1 << 3        1 << 3        1 << 3
+//   found         yes           no            no: high_rows[2] is 0
 KZV_AVX2 std::uint32_t find_32(const std::uint8_t *bytes, __m256i ascii_rows, __m256i high_rows) {
   const __m256i kBits = _mm256_set1_epi64x(static_cast<long long>(0x8040201008040201));
   const __m256i text = load(bytes);
@@ -93,7 +106,8 @@ KZV_AVX2 std::size_t compact(const std::uint8_t *bytes, std::size_t blocks, cons
   return static_cast<std::size_t>(next - output);
 }
 
-// 32 bits, each spread over a byte: all ones where it is set.
+// 32 bits, each spread over a byte: 0xFF where it is set. The shuffle repeats each of the four bytes eight
+// times; every copy keeps another bit.
 KZV_AVX2 __m256i spread_32(std::uint64_t bits) {
   const __m256i kBits = _mm256_set1_epi64x(static_cast<long long>(0x8040201008040201));
   const __m256i kBytes = _mm256_setr_epi64x(0, 0x0101010101010101, 0x0202020202020202, 0x0303030303030303);
@@ -147,7 +161,7 @@ KZV_AVX2 __m256i load(const CodeUnit *units) {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(units));
 }
 
-// Packing works within the halves of a vector; this puts the quarters back in order.
+// Packing works within each half of a vector and leaves quarters 0 2 1 3; this puts them in order.
 KZV_AVX2 __m256i in_order(__m256i packed) { return _mm256_permute4x64_epi64(packed, 0b11011000); }
 
 KZV_AVX2 void narrow(const CodeUnit *units, std::size_t blocks, std::uint16_t limit, std::uint8_t *output,
@@ -191,11 +205,13 @@ KZV_AVX2 void from_hex(const std::uint8_t *digits, std::size_t byte_count, std::
   portable::from_hex(digits, byte_count, bytes);
 }
 
+bool available() { return KZV_HAS(FEATURES); }
+
 }  // namespace
 
 extern constexpr Level kLevel = {
     .name = "avx2",
-    .available = [] { return KZV_HAS(FEATURES); },
+    .available = available,
     .by_table = ~std::size_t{0},
     .load_partial = portable::load_partial,
     .find = find,

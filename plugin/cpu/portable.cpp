@@ -207,6 +207,8 @@ constexpr std::uint8_t value_of(std::uint8_t digit) {
   return decimal < 10 ? decimal : letter_value;
 }
 
+bool available() { return true; }
+
 }  // namespace
 
 void load_partial(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block) {
@@ -251,7 +253,7 @@ void from_hex(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *
 
 extern constexpr Level kLevel = {
     .name = "portable",
-    .available = [] { return true; },
+    .available = available,
     .by_table = ~std::size_t{0},
     .load_partial = load_partial,
     .find = find,
