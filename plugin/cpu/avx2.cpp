@@ -119,18 +119,21 @@ KZV_AVX2 void add(const std::uint8_t *bytes, std::size_t blocks, const std::uint
                   std::uint8_t everywhere, std::uint8_t there, std::uint8_t *output) {
   const __m256i for_all = _mm256_set1_epi8(static_cast<char>(everywhere));
   const __m256i for_some = _mm256_set1_epi8(static_cast<char>(there));
-  for (std::size_t at = 0; at < blocks * kBlock; at += 32) {
-    const __m256i some = _mm256_and_si256(for_some, spread_32(where[at / kBlock] >> at % kBlock));
-    store(output + at, _mm256_add_epi8(_mm256_add_epi8(load(bytes + at), for_all), some));
+  for (std::size_t i = 0; i < blocks; ++i) {
+    for (unsigned part = 0; part < kBlock; part += 32, bytes += 32, output += 32) {
+      const __m256i some = _mm256_and_si256(for_some, spread_32(where[i] >> part));
+      store(output, _mm256_add_epi8(_mm256_add_epi8(load(bytes), for_all), some));
+    }
   }
 }
 
 KZV_AVX2 void fill(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
                    std::uint8_t byte, std::uint8_t *output) {
   const __m256i filling = _mm256_set1_epi8(static_cast<char>(byte));
-  for (std::size_t at = 0; at < blocks * kBlock; at += 32) {
-    const __m256i chosen = spread_32(where[at / kBlock] >> at % kBlock);
-    store(output + at, _mm256_blendv_epi8(load(bytes + at), filling, chosen));
+  for (std::size_t i = 0; i < blocks; ++i) {
+    for (unsigned part = 0; part < kBlock; part += 32, bytes += 32, output += 32) {
+      store(output, _mm256_blendv_epi8(load(bytes), filling, spread_32(where[i] >> part)));
+    }
   }
 }
 
