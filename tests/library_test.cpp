@@ -1,8 +1,10 @@
 // The library file itself, and the check that guards its table of declarations.
+#include <array>
 #include <cstdio>
 #include <gtest/gtest.h>
 #include <map>
 #include <regex>
+#include <set>
 #include <sstream>
 
 #include "support/shell.h"
@@ -10,9 +12,17 @@
 namespace kzv {
 namespace {
 
-// The lines that `command` prints.
+// What `command` prints. It has to succeed and to print something: a tool that is missing finds no fault
+// either.
+std::string output_of(const std::string &command) {
+  const Outcome outcome = shell(command);
+  EXPECT_EQ(outcome.exit_code, 0) << command << ": " << outcome.err;
+  EXPECT_FALSE(outcome.out.empty()) << command;
+  return outcome.out;
+}
+
 std::vector<std::string> lines_of(const std::string &command) {
-  std::istringstream output(shell(command).out);
+  std::istringstream output(output_of(command));
   std::vector<std::string> lines;
   for (std::string line; std::getline(output, line);) lines.push_back(line);
   return lines;
@@ -64,19 +74,20 @@ TEST(Library, RunsOnSystemsAsOldAsTheDocumentationSays) {
 }
 
 TEST(Library, RunsNothingAtLoadAndKeepsNothingPerThreadOrProcess) {
-  const std::string symbols = shell("readelf -sW " KZV_PLUGIN).out;
+  const std::string symbols = output_of("readelf -sW " KZV_PLUGIN);
   EXPECT_EQ(symbols.find(" TLS "), std::string::npos);
   EXPECT_EQ(symbols.find(" UNIQUE "), std::string::npos);
-  // The compiler's own start-up code has one entry and its query of the processor another; constructors of
-  // ours would have more.
-  EXPECT_EQ(shell("readelf -dW " KZV_PLUGIN " | grep -w INIT_ARRAYSZ | grep -ow '[0-9]* (bytes)'").out,
-            std::to_string(2 * sizeof(void *)) + " (bytes)\n");
+  // The compiler's own start-up code has one entry and, where levels are asked for, its query of the
+  // processor another; constructors of ours would have more.
+  const std::size_t entries = std::string(KZV_BUILT_IN_LEVELS) == "portable" ? 1 : 2;
+  EXPECT_EQ(output_of("readelf -dW " KZV_PLUGIN " | grep -w INIT_ARRAYSZ | grep -ow '[0-9]* (bytes)'"),
+            std::to_string(entries * sizeof(void *)) + " (bytes)\n");
 }
 
 // Code and tables are shared between processes, and nothing that is called through can be overwritten.
 TEST(Library, IsMappedSafely) {
-  const std::string segments = shell("readelf -lW " KZV_PLUGIN).out;
-  const std::string dynamic = shell("readelf -dW " KZV_PLUGIN).out;
+  const std::string segments = output_of("readelf -lW " KZV_PLUGIN);
+  const std::string dynamic = output_of("readelf -dW " KZV_PLUGIN);
   EXPECT_NE(segments.find("GNU_RELRO"), std::string::npos);
   EXPECT_NE(dynamic.find("BIND_NOW"), std::string::npos);
   EXPECT_EQ(dynamic.find("TEXTREL"), std::string::npos);
@@ -91,36 +102,85 @@ TEST(Library, IsSmall) {
   EXPECT_LT(std::stoi(sizes[0]), 256 * 1024);
 }
 
-// What every processor has that the library is built for: general instructions, prefixes, the older
-// arithmetic unit, SSE and SSE2. The query of the processor is the compiler's.
-bool is_everywhere(const std::string &mnemonic) {
-  static const std::regex kEverywhere(
-      "(adc|add|and|bs[fr]|bt[crs]?|call|cmp|dec|i?div|i?mul|inc|lea|leave|mov|movabs|neg|nop|not|or|popf?|"
-      "pushf?|"
-      "ret|ro[lr]|sar|sbb|sh[lr]d?|sub|test|tzcnt|xchg|xor)[bwlq]?|mov[sz][bwl][wlq]|c[lqw]t[dloq]|(j|cmov|"
-      "set)"
-      "[a-z]+|rep[nz]*|cs|data16|notrack|endbr(32|64)|ud2|hlt|cpuid|xgetbv|(?!fistt)f[a-z]+|\\.\\.\\.|(add|"
-      "sub|mul|"
-      "div|sqrt|min|max|andn?|x?or|mov[ualh]?|shuf|unpck[lh]|u?comi|cmp[a-z]*|movmsk)[ps][sd]|"
-      "mov(d|q|dq[au]|hlps|lhps)|cvt[a-z0-9]+|p(add|sub)(u?s)?[bwdq]|pandn?|por|pxor|pcmp(eq|gt)[bwd]|"
-      "pm(in|ax)(ub|sw)|pmovmskb|pmul(lw|hu?w|udq)|pmaddwd|psadbw|pavg[bw]|pshuf(d|lw|hw)|ps[lr]l(w|d|q|dq)|"
-      "psra[wd]|pack(ss(wb|dw)|uswb)|punpck[lh](bw|wd|dq|qdq)|p(ins|ext)rw");
-  return std::regex_match(mnemonic, kEverywhere);
+// What the functions of a level may hold besides what those of the levels before it may: mnemonics, and
+// registers as ymm, zmm, k (the masks) and 16 (vectors beyond the first 16).
+struct Instructions {
+  const char *level;
+  const char *allowed;
+};
+constexpr Instructions kInstructions[] = {
+    // What the library is built for: general instructions, prefixes, the x87 unit, SSE and SSE2. cpuid and
+    // xgetbv are
+    // how the compiler asks for a processor's features; tzcnt is bsf on one that does not have it.
+    {"portable",
+     "(adc|add|and|bs[fr]|bt[crs]?|call|cmp|dec|i?div|i?mul|inc|lea|leave|mov|movabs|neg|nop|not|or|popf?|"
+     "pushf?|ret|"
+     "ro[lr]|sar|sbb|sh[lr]d?|sub|test|tzcnt|xchg|xor)[bwlq]?|mov[sz][bwl][wlq]|c[lqw]t[dloq]|(j|cmov|set)[a-"
+     "z]+|"
+     "rep[nz]*|cs|data16|notrack|endbr(32|64)|ud2|hlt|cpuid|xgetbv|(?!fistt)f[a-z]+|\\.\\.\\.|"
+     "(add|sub|mul|div|sqrt|min|max|andn?|x?or|mov[ualh]?|shuf|unpck[lh]|u?comi|cmp[a-z]*|movmsk)[ps][sd]|"
+     "mov(d|q|dq[au]|hlps|lhps)|cvt[a-z0-9]+|p(add|sub)(u?s)?[bwdq]|pandn?|por|pxor|pcmp(eq|gt)[bwd]|"
+     "pm(in|ax)(ub|sw)|pmovmskb|pmul(lw|hu?w|udq)|pmaddwd|psadbw|pavg[bw]|pshuf(d|lw|hw)|ps[lr]l(w|d|q|dq)|"
+     "psra[wd]|pack(ss(wb|dw)|uswb)|punpck[lh](bw|wd|dq|qdq)|p(ins|ext)rw"},
+    // AVX2, BMI2, POPCNT.
+    {"avx2",
+     "ymm|vzeroupper|vmov(d|q|dq[au]|[ua]p[sd])|v(broadcast|insert|extract)[if]128|vpbroadcast[bwdq]|"
+     "vperm(q|d|2i128)|vp(add|sub)(u?s)?[bwdq]|vp(andn?|or|xor)|vpcmp(eq|gt)[bwdq]|vpblend(vb|w|d)|"
+     "vp(min|max)[us][bwd]|vpmovmskb|vpack[su]s(wb|dw)|vpunpck[lh](bw|wd|dq|qdq)|vpmov[sz]x[bwd][wdq]|"
+     "vpshuf(b|d|lw|hw)|vps(ll|rl|ra)v?(w|d|q|dq)|vpmadd(ubsw|wd)|vp(extr|insr)[bwdq]|vpalignr|vptest|"
+     "(sar|shl|shr|ror|mul)x|pdep|pext|bzhi|popcnt[lq]?"},
+    // AVX-512 F, BW, VL, VBMI, VBMI2.
+    {"avx512",
+     "zmm|k|16|\\{evex\\}|vmovdq[au](8|16|32|64)|vp(andn?|or|xor|ternlog)[dq]|vpcmp[a-z]*[bwdq]|vptestn?m["
+     "bwdq]|"
+     "vpblendm[bwdq]|k(mov|unpck|andn?|x?n?or|not|shift[lr]|ortest|test|add)(b|w|d|q|bw|wd|dq)|vpcompress[bw]"
+     "|"
+     "vperm(b|[ti]2b)|vpmovwb|v(broadcast|insert|extract|shuf)[if](32x[48]|64x[24])"},
+};
+
+// The row of the namespace that a function is in, as in <_ZN3kzv3cpu4avx212_GLOBAL__N_14findE...>. What is in
+// none may run on any processor, and so may the question whether a level is available.
+std::size_t row_of(const std::string &function) {
+  const bool asks = function.find("9availableE") != std::string::npos;
+  for (std::size_t row = 0; row < std::size(kInstructions) && !asks; ++row) {
+    const std::string level = kInstructions[row].level;
+    if (function.find("3kzv3cpu" + std::to_string(level.size()) + level) < 8) return row;
+  }
+  return 0;
 }
 
-TEST(Library, HasWideInstructionsOnlyWhereTheyAreChosenAtRunTime) {
+// The mnemonic of a line of objdump, and the registers that only some levels have.
+std::set<std::string> tokens_of(const std::string &line) {
+  static const std::regex kRegister("%[xyz]mm(1[6-9]|2[0-9]|3[01])|%([yz]mm|k)[0-9]");
+  const std::size_t tab = line.find('\t');
+  if (tab == std::string::npos) return {};
+  const std::string instruction = line.substr(tab + 1, line.find_first_of("<#", tab) - tab - 1);
+  std::set<std::string> tokens = {instruction.substr(0, instruction.find(' '))};
+  for (std::sregex_iterator at(instruction.begin(), instruction.end(), kRegister), end; at != end; ++at) {
+    tokens.insert((*at)[1].matched ? "16" : (*at)[2].str());
+  }
+  return tokens;
+}
+
+TEST(Library, HasInstructionsOnlyInLevelsThatAskForThem) {
+  std::array<std::map<std::string, std::string>, std::size(kInstructions)> found;  // function by token
   std::string function;
-  int instructions = 0;
-  std::map<std::string, std::string> found;  // function by mnemonic
   for (const std::string &line : lines_of("objdump -d --no-show-raw-insn " KZV_PLUGIN)) {
     if (line.ends_with(">:")) function = line.substr(line.find('<'));
-    const std::size_t tab = line.find('\t');
-    if (tab == std::string::npos || function.find("avx") != std::string::npos) continue;
-    ++instructions;
-    found.emplace(line.substr(tab + 1, line.find(' ', tab) - tab - 1), function);
+    for (const std::string &token : tokens_of(line)) found[row_of(function)].emplace(token, function);
   }
-  EXPECT_GT(instructions, 5000);
-  for (const auto &[mnemonic, where] : found) EXPECT_TRUE(is_everywhere(mnemonic)) << mnemonic << where;
+  std::string allowed;
+  for (std::size_t row = 0; row < found.size(); ++row) {
+    const auto &[level, also_allowed] = kInstructions[row];
+    const bool built_in =
+        std::string(" " KZV_BUILT_IN_LEVELS " ").find(" " + std::string(level) + " ") != std::string::npos;
+    EXPECT_EQ(found[row].size() > 40, built_in) << found[row].size() << " different tokens in " << level;
+    allowed += (row > 0 ? "|" : "") + std::string(also_allowed);
+    const std::regex pattern(allowed);
+    for (const auto &[token, where] : found[row]) {
+      EXPECT_TRUE(std::regex_match(token, pattern)) << level << ": " << token << " in " << where;
+    }
+  }
 }
 #endif
 

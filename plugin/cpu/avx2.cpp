@@ -4,14 +4,21 @@
 #include <immintrin.h>
 
 #include "base/hex_digits.h"
-#include "cpu/levels.h"
+#include "cpu/portable.h"
+#include "cpu/x86_features.h"
 
-#define KZV_AVX2 __attribute__((target("avx2,bmi2,popcnt")))
+#define FEATURES(FEATURE) FEATURE("avx2") FEATURE("bmi2") FEATURE("popcnt")
+#define KZV_AVX2 KZV_TARGET(FEATURES)
 
-namespace kzv::cpu {
+namespace kzv::cpu::avx2 {
 namespace {
 
-// By eight mask bits: the numbers of those that are set, close together.
+// By eight mask bits: the numbers of those that are set, for a shuffle that moves their bytes together.
+//
+//   bytes       a b c d e f g h
+//   mask bits   1 0 1 1 0 0 0 1     0x8D
+//   order       0 2 3 7 0 0 0 0
+//   shuffled    a c d h a a a a     4 bytes count; the next store overwrites the others
 using Order = std::array<std::uint8_t, 8>;
 constexpr std::array<Order, 256> kOrders = [] {
   std::array<Order, 256> orders{};
@@ -35,7 +42,15 @@ KZV_AVX2 __m256i twice(const std::array<std::uint8_t, 16> &row) {
   return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(row.data())));
 }
 
-// A look-up gives 0 where the eighth bit of the byte is set: so each row of the set sees its own half alone.
+// The low nibble of a byte looks up a row of the set, which has one bit for each value of the next three
+// bits; these look up which bit. A shuffle yields 0 where bit 7 of its index is set, so each table sees its
+// own half of the bytes.
+//
+//   set           '0' to '9', 30 to 39: bit 3 of the rows of 0 to 9
+//   text          '2' = 32      '?' = 3F      B2
+//   ascii_rows    0x08          0             0 (bit 7)
+//   bit           1 << 3        1 << 3        1 << 3
+//   found         yes           no            no: high_rows[2] is 0
 KZV_AVX2 std::uint32_t find_32(const std::uint8_t *bytes, __m256i ascii_rows, __m256i high_rows) {
   const __m256i kBits = _mm256_set1_epi64x(static_cast<long long>(0x8040201008040201));
   const __m256i text = load(bytes);
@@ -48,8 +63,7 @@ KZV_AVX2 std::uint32_t find_32(const std::uint8_t *bytes, __m256i ascii_rows, __
   return static_cast<std::uint32_t>(_mm256_movemask_epi8(found));
 }
 
-KZV_AVX2 void find_avx2(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set,
-                        std::uint64_t *masks) {
+KZV_AVX2 void find(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set, std::uint64_t *masks) {
   const __m256i ascii_rows = twice(set.ascii_rows);
   const __m256i high_rows = twice(set.high_rows);
   for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
@@ -58,8 +72,8 @@ KZV_AVX2 void find_avx2(const std::uint8_t *bytes, std::size_t blocks, const Byt
   }
 }
 
-KZV_AVX2 void find_pair_avx2(const std::uint8_t *bytes, std::size_t blocks, std::uint8_t first,
-                             std::uint8_t last, std::size_t distance, std::uint64_t *masks) {
+KZV_AVX2 void find_pair(const std::uint8_t *bytes, std::size_t blocks, std::uint8_t first, std::uint8_t last,
+                        std::size_t distance, std::uint64_t *masks) {
   const __m256i firsts = _mm256_set1_epi8(static_cast<char>(first));
   const __m256i lasts = _mm256_set1_epi8(static_cast<char>(last));
   const auto find_32 = [=](const std::uint8_t *at) KZV_AVX2 {
@@ -71,8 +85,8 @@ KZV_AVX2 void find_pair_avx2(const std::uint8_t *bytes, std::size_t blocks, std:
     masks[i] = find_32(bytes) | find_32(bytes + 32) << 32;
 }
 
-KZV_AVX2 std::size_t compact_avx2(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *kept,
-                                  std::uint8_t *output) {
+KZV_AVX2 std::size_t compact(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *kept,
+                             std::uint8_t *output) {
   std::uint8_t *next = output;
   for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
     const std::uint64_t mask = kept[i];
@@ -92,7 +106,8 @@ KZV_AVX2 std::size_t compact_avx2(const std::uint8_t *bytes, std::size_t blocks,
   return static_cast<std::size_t>(next - output);
 }
 
-// 32 bits, each spread over a byte: all ones where it is set.
+// 32 bits, each spread over a byte: 0xFF where it is set. The shuffle repeats each of the four bytes eight
+// times; every copy keeps another bit.
 KZV_AVX2 __m256i spread_32(std::uint64_t bits) {
   const __m256i kBits = _mm256_set1_epi64x(static_cast<long long>(0x8040201008040201));
   const __m256i kBytes = _mm256_setr_epi64x(0, 0x0101010101010101, 0x0202020202020202, 0x0303030303030303);
@@ -100,22 +115,25 @@ KZV_AVX2 __m256i spread_32(std::uint64_t bits) {
   return _mm256_cmpeq_epi8(_mm256_and_si256(bytes, kBits), kBits);
 }
 
-KZV_AVX2 void add_avx2(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
-                       std::uint8_t everywhere, std::uint8_t there, std::uint8_t *output) {
+KZV_AVX2 void add(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                  std::uint8_t everywhere, std::uint8_t there, std::uint8_t *output) {
   const __m256i for_all = _mm256_set1_epi8(static_cast<char>(everywhere));
   const __m256i for_some = _mm256_set1_epi8(static_cast<char>(there));
-  for (std::size_t at = 0; at < blocks * kBlock; at += 32) {
-    const __m256i some = _mm256_and_si256(for_some, spread_32(where[at / kBlock] >> at % kBlock));
-    store(output + at, _mm256_add_epi8(_mm256_add_epi8(load(bytes + at), for_all), some));
+  for (std::size_t i = 0; i < blocks; ++i) {
+    for (unsigned part = 0; part < kBlock; part += 32, bytes += 32, output += 32) {
+      const __m256i some = _mm256_and_si256(for_some, spread_32(where[i] >> part));
+      store(output, _mm256_add_epi8(_mm256_add_epi8(load(bytes), for_all), some));
+    }
   }
 }
 
-KZV_AVX2 void fill_avx2(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
-                        std::uint8_t byte, std::uint8_t *output) {
+KZV_AVX2 void fill(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                   std::uint8_t byte, std::uint8_t *output) {
   const __m256i filling = _mm256_set1_epi8(static_cast<char>(byte));
-  for (std::size_t at = 0; at < blocks * kBlock; at += 32) {
-    const __m256i chosen = spread_32(where[at / kBlock] >> at % kBlock);
-    store(output + at, _mm256_blendv_epi8(load(bytes + at), filling, chosen));
+  for (std::size_t i = 0; i < blocks; ++i) {
+    for (unsigned part = 0; part < kBlock; part += 32, bytes += 32, output += 32) {
+      store(output, _mm256_blendv_epi8(load(bytes), filling, spread_32(where[i] >> part)));
+    }
   }
 }
 
@@ -132,8 +150,8 @@ KZV_AVX2 __m256i digit_values(__m256i text) {
                          _mm256_and_si256(letter_value, is_at_most(letter, 5)));
 }
 
-KZV_AVX2 void decode_escapes_avx2(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
-                                  std::uint8_t *output) {
+KZV_AVX2 void decode_escapes(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                             std::uint8_t *output) {
   for (std::size_t at = 0; at < blocks * kBlock; at += 32) {
     const __m256i high = _mm256_slli_epi16(digit_values(load(bytes + at + 1)), 4);
     const __m256i number = _mm256_or_si256(high, digit_values(load(bytes + at + 2)));
@@ -146,11 +164,11 @@ KZV_AVX2 __m256i load(const CodeUnit *units) {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(units));
 }
 
-// Packing works within the halves of a vector; this puts the quarters back in order.
+// Packing works within each half of a vector and leaves quarters 0 2 1 3; this puts them in order.
 KZV_AVX2 __m256i in_order(__m256i packed) { return _mm256_permute4x64_epi64(packed, 0b11011000); }
 
-KZV_AVX2 void narrow_avx2(const CodeUnit *units, std::size_t blocks, std::uint16_t limit,
-                          std::uint8_t *output, std::uint64_t *masks) {
+KZV_AVX2 void narrow(const CodeUnit *units, std::size_t blocks, std::uint16_t limit, std::uint8_t *output,
+                     std::uint64_t *masks) {
   const __m256i limits = _mm256_set1_epi16(static_cast<short>(limit));
   const __m256i kLow = _mm256_set1_epi16(0xFF);
   for (std::size_t i = 0; i < blocks; ++i) {
@@ -168,7 +186,7 @@ KZV_AVX2 void narrow_avx2(const CodeUnit *units, std::size_t blocks, std::uint16
   }
 }
 
-KZV_AVX2 void to_hex_avx2(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *digits) {
+KZV_AVX2 void to_hex(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *digits) {
   const __m256i kDigits =
       _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(kHexDigits)));
   const __m256i kNibble = _mm256_set1_epi8(15);
@@ -177,23 +195,38 @@ KZV_AVX2 void to_hex_avx2(const std::uint8_t *bytes, std::size_t byte_count, std
     const __m256i nibbles = _mm256_or_si256(_mm256_srli_epi16(wide, 4), _mm256_slli_epi16(wide, 8));
     store(digits, _mm256_shuffle_epi8(kDigits, _mm256_and_si256(nibbles, kNibble)));
   }
-  to_hex(bytes, byte_count, digits);
+  portable::to_hex(bytes, byte_count, digits);
 }
 
-KZV_AVX2 void from_hex_avx2(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *bytes) {
+KZV_AVX2 void from_hex(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *bytes) {
   const __m256i kWeights = _mm256_set1_epi16(0x0110);  // 16 and 1
   for (; byte_count >= 16; byte_count -= 16, bytes += 16, digits += 32) {
     const __m256i sums = _mm256_maddubs_epi16(digit_values(load(digits)), kWeights);
     const __m256i packed = in_order(_mm256_packus_epi16(sums, sums));
     _mm_storeu_si128(reinterpret_cast<__m128i *>(bytes), _mm256_castsi256_si128(packed));
   }
-  from_hex(digits, byte_count, bytes);
+  portable::from_hex(digits, byte_count, bytes);
 }
+
+bool available() { return KZV_HAS(FEATURES); }
 
 }  // namespace
 
-constexpr Level kAvx2 = {"avx2",       ~std::size_t{0}, load_partial, find_avx2,           find_pair_avx2,
-                         compact_avx2, add_avx2,        fill_avx2,    decode_escapes_avx2, write_escapes,
-                         narrow_avx2,  to_hex_avx2,     from_hex_avx2};
+extern constexpr Level kLevel = {
+    .name = "avx2",
+    .available = available,
+    .by_table = ~std::size_t{0},
+    .load_partial = portable::load_partial,
+    .find = find,
+    .find_pair = find_pair,
+    .compact = compact,
+    .add = add,
+    .fill = fill,
+    .decode_escapes = decode_escapes,
+    .write_escapes = portable::write_escapes,
+    .narrow = narrow,
+    .to_hex = to_hex,
+    .from_hex = from_hex,
+};
 
-}  // namespace kzv::cpu
+}  // namespace kzv::cpu::avx2

@@ -4,14 +4,19 @@
 #include <immintrin.h>
 
 #include "base/hex_digits.h"
-#include "cpu/levels.h"
+#include "cpu/portable.h"
+#include "cpu/x86_features.h"
 
-#define KZV_AVX512 __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,bmi2,popcnt")))
+#define FEATURES(FEATURE) \
+  FEATURE("avx512f")      \
+  FEATURE("avx512bw")     \
+  FEATURE("avx512vl") FEATURE("avx512vbmi") FEATURE("avx512vbmi2") FEATURE("bmi2") FEATURE("popcnt")
+#define KZV_AVX512 KZV_TARGET(FEATURES)
 
-namespace kzv::cpu {
+namespace kzv::cpu::avx512 {
 namespace {
 
-// By way of a mask, for GCC 12 takes the plain intrinsic's own code for a use of uninitialised memory.
+// With a mask, because GCC 12 warns of uninitialised memory inside the intrinsic without one.
 KZV_AVX512 __m512i four_times(__m128i quarter) { return _mm512_maskz_broadcast_i32x4(0xFFFF, quarter); }
 
 KZV_AVX512 __m128i load_quarter(const void *bytes) {
@@ -22,13 +27,13 @@ constexpr __mmask64 first_bits(std::size_t count) {
   return count < kBlock ? (__mmask64{1} << count) - 1 : ~__mmask64{0};
 }
 
-KZV_AVX512 void load_partial_avx512(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block) {
+KZV_AVX512 void load_partial(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block) {
   _mm512_storeu_si512(block, _mm512_maskz_loadu_epi8(first_bits(byte_count), bytes));
 }
 
-// As with AVX2, with a mask for an answer.
-KZV_AVX512 void find_avx512(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set,
-                            std::uint64_t *masks) {
+// As at the level avx2; the comparison yields the mask.
+KZV_AVX512 void find(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set,
+                     std::uint64_t *masks) {
   const __m512i ascii_rows = four_times(load_quarter(set.ascii_rows.data()));
   const __m512i high_rows = four_times(load_quarter(set.high_rows.data()));
   const __m512i kBits = _mm512_set1_epi64(static_cast<long long>(0x8040201008040201));
@@ -42,8 +47,8 @@ KZV_AVX512 void find_avx512(const std::uint8_t *bytes, std::size_t blocks, const
   }
 }
 
-KZV_AVX512 void find_pair_avx512(const std::uint8_t *bytes, std::size_t blocks, std::uint8_t first,
-                                 std::uint8_t last, std::size_t distance, std::uint64_t *masks) {
+KZV_AVX512 void find_pair(const std::uint8_t *bytes, std::size_t blocks, std::uint8_t first,
+                          std::uint8_t last, std::size_t distance, std::uint64_t *masks) {
   const __m512i firsts = _mm512_set1_epi8(static_cast<char>(first));
   const __m512i lasts = _mm512_set1_epi8(static_cast<char>(last));
   for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
@@ -52,11 +57,11 @@ KZV_AVX512 void find_pair_avx512(const std::uint8_t *bytes, std::size_t blocks, 
   }
 }
 
-KZV_AVX512 std::size_t compact_avx512(const std::uint8_t *bytes, std::size_t blocks,
-                                      const std::uint64_t *kept, std::uint8_t *output) {
+KZV_AVX512 std::size_t compact(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *kept,
+                               std::uint8_t *output) {
   std::uint8_t *next = output;
   for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
-    const bool whole = kept[i] == ~std::uint64_t{0};  // as most blocks are
+    const bool whole = kept[i] == ~std::uint64_t{0};  // most blocks are
     if (!whole || next != bytes) {
       const __m512i text = _mm512_loadu_si512(bytes);
       _mm512_storeu_si512(next, whole ? text : _mm512_maskz_compress_epi8(kept[i], text));
@@ -66,8 +71,8 @@ KZV_AVX512 std::size_t compact_avx512(const std::uint8_t *bytes, std::size_t blo
   return static_cast<std::size_t>(next - output);
 }
 
-KZV_AVX512 void add_avx512(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
-                           std::uint8_t everywhere, std::uint8_t there, std::uint8_t *output) {
+KZV_AVX512 void add(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                    std::uint8_t everywhere, std::uint8_t there, std::uint8_t *output) {
   const __m512i for_all = _mm512_set1_epi8(static_cast<char>(everywhere));
   const __m512i for_some = _mm512_set1_epi8(static_cast<char>(there));
   for (std::size_t at = 0; at < blocks * kBlock; at += kBlock) {
@@ -76,8 +81,8 @@ KZV_AVX512 void add_avx512(const std::uint8_t *bytes, std::size_t blocks, const 
   }
 }
 
-KZV_AVX512 void fill_avx512(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
-                            std::uint8_t byte, std::uint8_t *output) {
+KZV_AVX512 void fill(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                     std::uint8_t byte, std::uint8_t *output) {
   const __m512i filling = _mm512_set1_epi8(static_cast<char>(byte));
   for (std::size_t at = 0; at < blocks * kBlock; at += kBlock) {
     const __m512i text = _mm512_loadu_si512(bytes + at);
@@ -95,8 +100,8 @@ KZV_AVX512 __m512i digit_values(__m512i text) {
   return _mm512_mask_add_epi8(values, is_letter, letter, _mm512_set1_epi8(10));
 }
 
-KZV_AVX512 void decode_escapes_avx512(const std::uint8_t *bytes, std::size_t blocks,
-                                      const std::uint64_t *where, std::uint8_t *output) {
+KZV_AVX512 void decode_escapes(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
+                               std::uint8_t *output) {
   for (std::size_t at = 0; at < blocks * kBlock; at += kBlock) {
     const __m512i text = _mm512_loadu_si512(bytes + at);
     const __m512i high = _mm512_slli_epi16(digit_values(_mm512_loadu_si512(bytes + at + 1)), 4);
@@ -105,31 +110,38 @@ KZV_AVX512 void decode_escapes_avx512(const std::uint8_t *bytes, std::size_t blo
   }
 }
 
-// Each number up to 15 three times: where 16 bytes go that take three places each.
+// 16 bytes take three places each: the introducer or the byte itself, and two digits. Then those that count
+// are moved together.
+//
+//   text        a     ,     b               , is escaped
+//   all         a61   =2C   b62
+//   kept        100   111   100
+//   written     a=2Cb
+//
+// kThreePlaces is the shuffle that repeats each byte for its three places: 0 0 0 1 1 1 ... 15 15 15.
 constexpr std::array<std::uint8_t, kBlock> kThreePlaces = [] {
   std::array<std::uint8_t, kBlock> sources{};
   for (std::uint8_t place = 0; place < 48; ++place) sources[place] = place / 3;
   return sources;
 }();
-constexpr std::uint64_t kFirstPlaces = 0x249249249249;  // each third bit of 48
+constexpr std::uint64_t kFirstPlaces = 0x249249249249;  // every third bit of 48
 
-// 16 bits, each moved to the first of its three places. In halves, for 32-bit programs have nothing wider.
+// 16 bits, each moved to the first of its three places. In halves, because 32-bit programs have no wider
+// pdep.
 KZV_AVX512 std::uint64_t to_first_places(unsigned bits) {
   constexpr auto kHalf = static_cast<unsigned>(kFirstPlaces & 0xFFFFFF);
   return _pdep_u32(bits & 0xFF, kHalf) | std::uint64_t{_pdep_u32(bits >> 8, kHalf)} << 24;
 }
 
-KZV_AVX512 __m512i in_turn(__m128i first, __m128i second, __m128i third) {
+KZV_AVX512 __m512i interleave(__m128i first, __m128i second, __m128i third) {
   const __m512i sources = _mm512_loadu_si512(kThreePlaces.data());
   const __m512i firsts = _mm512_shuffle_epi8(four_times(first), sources);
   const __m512i two = _mm512_mask_shuffle_epi8(firsts, kFirstPlaces << 1, four_times(second), sources);
   return _mm512_mask_shuffle_epi8(two, kFirstPlaces << 2, four_times(third), sources);
 }
 
-// 16 bytes take three places each, of which those stay that are needed.
-KZV_AVX512 std::size_t write_escapes_avx512(const std::uint8_t *bytes, std::size_t blocks,
-                                            const std::uint64_t *where, char introducer,
-                                            std::uint8_t *output) {
+KZV_AVX512 std::size_t write_escapes(const std::uint8_t *bytes, std::size_t blocks,
+                                     const std::uint64_t *where, char introducer, std::uint8_t *output) {
   const __m128i kDigits = load_quarter(kHexDigits);
   const __m128i kNibble = _mm_set1_epi8(15);
   std::uint8_t *next = output;
@@ -146,7 +158,7 @@ KZV_AVX512 std::size_t write_escapes_avx512(const std::uint8_t *bytes, std::size
       const __m128i low = _mm_shuffle_epi8(kDigits, _mm_and_si128(text, kNibble));
       const __m128i first = _mm_mask_mov_epi8(text, escaped, _mm_set1_epi8(introducer));
       const std::uint64_t firsts = to_first_places(escaped);
-      const __m512i all = in_turn(first, high, low);
+      const __m512i all = interleave(first, high, low);
       const std::uint64_t kept = kFirstPlaces | firsts << 1 | firsts << 2;
       _mm512_storeu_si512(next, _mm512_maskz_compress_epi8(kept, all));
       next += __builtin_popcountll(kept);
@@ -161,21 +173,22 @@ constexpr std::array<std::uint8_t, kBlock> kEvenBytes = [] {
   return even;
 }();
 
-KZV_AVX512 void narrow_avx512(const CodeUnit *units, std::size_t blocks, std::uint16_t limit,
-                              std::uint8_t *output, std::uint64_t *masks) {
+KZV_AVX512 void narrow(const CodeUnit *units, std::size_t blocks, std::uint16_t limit, std::uint8_t *output,
+                       std::uint64_t *masks) {
   const __m512i limits = _mm512_set1_epi16(static_cast<short>(limit));
   const __m512i low_bytes = _mm512_loadu_si512(kEvenBytes.data());
   for (std::size_t i = 0; i < blocks; ++i, units += kBlock, output += kBlock) {
     const __m512i first = _mm512_loadu_si512(units);
     const __m512i second = _mm512_loadu_si512(units + kBlock / 2);
     _mm512_storeu_si512(output, _mm512_permutex2var_epi8(first, low_bytes, second));
-    // Joined as masks: shifted together as numbers, GCC 12 fills one half with rubbish on 32 bit.
+    // Joined as masks: where they are shifted together as numbers, GCC 12 leaves half of them undefined on 32
+    // bit.
     masks[i] =
         _mm512_kunpackd(_mm512_cmpge_epu16_mask(second, limits), _mm512_cmpge_epu16_mask(first, limits));
   }
 }
 
-// A masked store would keep whoever reads the bytes next waiting, so the last ones take a detour.
+// The last bytes are copied from a buffer: a masked store is not forwarded to loads that follow.
 template <typename Vector>
 KZV_AVX512 void store_first(Vector vector, std::size_t byte_count, std::uint8_t *bytes) {
   if (byte_count == sizeof vector) {
@@ -187,7 +200,7 @@ KZV_AVX512 void store_first(Vector vector, std::size_t byte_count, std::uint8_t 
   }
 }
 
-KZV_AVX512 void to_hex_avx512(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *digits) {
+KZV_AVX512 void to_hex(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *digits) {
   const __m512i kDigits = four_times(load_quarter(kHexDigits));
   const __m512i kNibble = _mm512_set1_epi8(15);
   for (std::size_t at = 0; at < byte_count; at += kBlock / 2) {
@@ -200,7 +213,7 @@ KZV_AVX512 void to_hex_avx512(const std::uint8_t *bytes, std::size_t byte_count,
   }
 }
 
-KZV_AVX512 void from_hex_avx512(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *bytes) {
+KZV_AVX512 void from_hex(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *bytes) {
   const __m512i kWeights = _mm512_set1_epi16(0x0110);  // 16 and 1
   for (std::size_t at = 0; at < byte_count; at += kBlock / 2) {
     const std::size_t count = std::min(byte_count - at, kBlock / 2);
@@ -210,20 +223,25 @@ KZV_AVX512 void from_hex_avx512(const std::uint8_t *digits, std::size_t byte_cou
   }
 }
 
+bool available() { return KZV_HAS(FEATURES); }
+
 }  // namespace
 
-constexpr Level kAvx512 = {"avx512",
-                           48,
-                           load_partial_avx512,
-                           find_avx512,
-                           find_pair_avx512,
-                           compact_avx512,
-                           add_avx512,
-                           fill_avx512,
-                           decode_escapes_avx512,
-                           write_escapes_avx512,
-                           narrow_avx512,
-                           to_hex_avx512,
-                           from_hex_avx512};
+extern constexpr Level kLevel = {
+    .name = "avx512",
+    .available = available,
+    .by_table = 48,
+    .load_partial = load_partial,
+    .find = find,
+    .find_pair = find_pair,
+    .compact = compact,
+    .add = add,
+    .fill = fill,
+    .decode_escapes = decode_escapes,
+    .write_escapes = write_escapes,
+    .narrow = narrow,
+    .to_hex = to_hex,
+    .from_hex = from_hex,
+};
 
-}  // namespace kzv::cpu
+}  // namespace kzv::cpu::avx512

@@ -1,4 +1,5 @@
-// Sets of byte values, in the forms in which the vector levels test for them.
+// Sets of byte values, in the two forms in which levels test for them: as ranges, and as tables for a
+// shuffle.
 #pragma once
 
 #include <array>
@@ -9,15 +10,16 @@ namespace kzv::cpu {
 
 class ByteSet {
  public:
-  // All bytes for which `belongs` is true. They may form at most 8 runs of neighbouring values.
+  // All bytes for which `belongs` is true. They form at most 8 ranges.
   template <typename Belongs>
   consteval explicit ByteSet(Belongs belongs) {
     for (unsigned byte = 0; byte < 256; ++byte) {
       if (!belongs(static_cast<std::uint8_t>(byte))) continue;
       auto &rows = byte < 0x80 ? ascii_rows : high_rows;
       rows[byte & 15] |= static_cast<std::uint8_t>(1U << (byte >> 4 & 7));
-      const bool goes_on = range_count > 0 && ranges[range_count - 1].last + 1 == static_cast<int>(byte);
-      if (!goes_on) ranges[range_count++].first = static_cast<std::uint8_t>(byte);  // a ninth stops the build
+      const bool extends = range_count > 0 && ranges[range_count - 1].last + 1 == static_cast<int>(byte);
+      if (!extends)
+        ranges[range_count++].first = static_cast<std::uint8_t>(byte);  // a ninth range stops the build
       ranges[range_count - 1].last = static_cast<std::uint8_t>(byte);
     }
   }
@@ -34,8 +36,8 @@ class ByteSet {
   std::array<Range, 8> ranges{};
   std::size_t range_count = 0;
 
-  // By the low four bits of a byte: one bit for each value of the next three. The eighth bit chooses between
-  // the two.
+  // Indexed by the low nibble of a byte: one bit for each value of bits 4 to 6. Bit 7 of the byte selects the
+  // table.
   std::array<std::uint8_t, 16> ascii_rows{};
   std::array<std::uint8_t, 16> high_rows{};
 };

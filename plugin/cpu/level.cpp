@@ -1,27 +1,33 @@
 #include "cpu/level.h"
 
+#include <algorithm>
 #include <array>
 
-#include "cpu/levels.h"
+// KZV_LEVELS is the list of the levels that are built in: KZV_LEVEL(portable) KZV_LEVEL(avx2) ...
+#define KZV_LEVEL(level)      \
+  namespace kzv::cpu::level { \
+  extern const Level kLevel;  \
+  }
+KZV_LEVELS
+#undef KZV_LEVEL
 
 namespace kzv::cpu {
 namespace {
 
-const Level *current = &kPortable;
+#define KZV_LEVEL(level) &level::kLevel,
+constexpr std::array kBuiltIn = {KZV_LEVELS};
+#undef KZV_LEVEL
 
-constexpr std::array<const Level *, 3> kAll = {&kPortable, &kAvx2, &kAvx512};
-
-bool has_avx2() { return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2"); }
-bool has_avx512() {
-  return has_avx2() && __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") &&
-         __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2");
-}
+const Level *current = kBuiltIn.front();
 
 }  // namespace
 
+std::span<const Level *const> built_in_levels() { return kBuiltIn; }
+
 std::span<const Level *const> levels() {
-  __builtin_cpu_init();
-  return std::span(kAll).first(has_avx512() ? 3 : has_avx2() ? 2 : 1);
+  const auto *const end =
+      std::ranges::find_if_not(kBuiltIn, [](const Level *level) { return level->available(); });
+  return {kBuiltIn.begin(), end};
 }
 
 const Level &level() { return *current; }

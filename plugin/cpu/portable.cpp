@@ -1,28 +1,98 @@
+#include "cpu/portable.h"
+
 #include <bit>
 #include <cstring>
-#include <emmintrin.h>
 
 #include "base/hex_digits.h"
-#include "cpu/levels.h"
 
-namespace kzv::cpu {
+// One source for every processor: vectors of 16 bytes in the compilers' own extension, which becomes SSE2,
+// NEON or whatever else the processor has.
+namespace kzv::cpu::portable {
 namespace {
 
-__m128i load(const std::uint8_t *bytes) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes)); }
-void store(std::uint8_t *bytes, __m128i vector) {
-  _mm_storeu_si128(reinterpret_cast<__m128i *>(bytes), vector);
+using Bytes [[gnu::vector_size(16)]] = std::uint8_t;
+using Units [[gnu::vector_size(16)]] = std::uint16_t;
+using DoubleUnits [[gnu::vector_size(16)]] = std::uint32_t;
+using Words [[gnu::vector_size(16)]] = std::uint64_t;
+
+static_assert(std::endian::native == std::endian::little,
+              "masks number the bytes of a word from its low end");
+
+#if defined(__SSE2__)
+// What SSE2's own operations take.
+using Chars [[gnu::vector_size(16)]] = char;
+using Shorts [[gnu::vector_size(16)]] = std::int16_t;
+#endif
+
+template <typename Vector = Bytes>
+Vector load(const void *bytes) {
+  Vector vector;
+  std::memcpy(&vector, bytes, sizeof vector);
+  return vector;
+}
+void store(std::uint8_t *bytes, Bytes vector) { std::memcpy(bytes, &vector, sizeof vector); }
+
+// The low byte of each unit of `first`, then of `second`.
+Bytes low_bytes(Units first, Units second) {
+  return __builtin_shufflevector(std::bit_cast<Bytes>(first), std::bit_cast<Bytes>(second), 0, 2, 4, 6, 8, 10,
+                                 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
 }
 
-// A byte lies in a range if its distance from the first is no more than that of the last.
-std::uint64_t find_16(__m128i bytes, const ByteSet &set) {
-  __m128i found = _mm_setzero_si128();
+// One bit for each byte, which is 0xFF or 0.
+std::uint64_t mask_of(Bytes bytes) {
+#if defined(__SSE2__)
+  return static_cast<std::uint64_t>(__builtin_ia32_pmovmskb128(std::bit_cast<Chars>(bytes)));
+#else
+  // Byte k of a word keeps bit k alone; the product adds up all eight in its highest byte.
+  const Words bits = std::bit_cast<Words>(bytes) & 0x8040201008040201;
+  const Words sums = bits * 0x0101010101010101 >> 56;
+  return sums[0] | sums[1] << 8;
+#endif
+}
+
+// One bit for each unit, which is 0xFFFF or 0.
+std::uint64_t mask_of(Units first, Units second) {
+#if defined(__SSE2__)
+  const Chars packed =
+      __builtin_ia32_packsswb128(std::bit_cast<Shorts>(first), std::bit_cast<Shorts>(second));
+  return mask_of(std::bit_cast<Bytes>(packed));
+#else
+  return mask_of(low_bytes(first, second));
+#endif
+}
+
+// 16 bits, each spread over a byte: 0xFF where it is set. Three interleavings repeat each of the two bytes
+// eight times; every copy keeps another bit.
+//
+//   bits       0x8005
+//   repeated   05 05 05 05 05 05 05 05 80 80 80 80 80 80 80 80
+//   kBits      01 02 04 08 10 20 40 80 01 02 04 08 10 20 40 80
+//   result     FF 00 FF 00 00 00 00 00 00 00 00 00 00 00 00 FF
+Bytes spread_16(std::uint64_t bits) {
+  const Bytes kBits = std::bit_cast<Bytes>(Words{0x8040201008040201, 0x8040201008040201});
+  const auto bytes = std::bit_cast<Bytes>(DoubleUnits{static_cast<std::uint32_t>(bits)});
+  const auto twice = std::bit_cast<Units>(
+      __builtin_shufflevector(bytes, bytes, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23));
+  const auto four_times =
+      std::bit_cast<DoubleUnits>(__builtin_shufflevector(twice, twice, 0, 8, 1, 9, 2, 10, 3, 11));
+  const auto repeated = std::bit_cast<Bytes>(__builtin_shufflevector(four_times, four_times, 0, 0, 1, 1));
+  return std::bit_cast<Bytes>((repeated & kBits) == kBits);
+}
+
+Bytes blend(Bytes otherwise, Bytes where_chosen, Bytes chosen) {
+  return (where_chosen & chosen) | (otherwise & ~chosen);
+}
+
+// A byte is in a range if its distance from the first byte is at most that of the last; a distance below the
+// first wraps around and is greater than any.
+std::uint64_t find_16(Bytes bytes, const ByteSet &set) {
+  Bytes found{};
   for (std::size_t i = 0; i < set.range_count; ++i) {
     const ByteSet::Range range = set.ranges[i];
-    const __m128i distance = _mm_sub_epi8(bytes, _mm_set1_epi8(static_cast<char>(range.first)));
-    const __m128i limit = _mm_set1_epi8(static_cast<char>(range.last - range.first));
-    found = _mm_or_si128(found, _mm_cmpeq_epi8(_mm_min_epu8(distance, limit), distance));
+    const auto limit = static_cast<std::uint8_t>(range.last - range.first);
+    found |= std::bit_cast<Bytes>(bytes - range.first <= Bytes{} + limit);
   }
-  return static_cast<std::uint64_t>(_mm_movemask_epi8(found));
+  return mask_of(found);
 }
 
 void find(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set, std::uint64_t *masks) {
@@ -37,14 +107,13 @@ void find(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set, std
 
 void find_pair(const std::uint8_t *bytes, std::size_t blocks, std::uint8_t first, std::uint8_t last,
                std::size_t distance, std::uint64_t *masks) {
-  const __m128i firsts = _mm_set1_epi8(static_cast<char>(first));
-  const __m128i lasts = _mm_set1_epi8(static_cast<char>(last));
+  const Bytes firsts = Bytes{} + first;
+  const Bytes lasts = Bytes{} + last;
   for (std::size_t i = 0; i < blocks; ++i) {
     std::uint64_t mask = 0;
     for (unsigned part = 0; part < kBlock; part += 16, bytes += 16) {
-      const __m128i found =
-          _mm_and_si128(_mm_cmpeq_epi8(load(bytes), firsts), _mm_cmpeq_epi8(load(bytes + distance), lasts));
-      mask |= static_cast<std::uint64_t>(_mm_movemask_epi8(found)) << part;
+      const auto found = (load(bytes) == firsts) & (load(bytes + distance) == lasts);
+      mask |= mask_of(std::bit_cast<Bytes>(found)) << part;
     }
     masks[i] = mask;
   }
@@ -77,93 +146,68 @@ std::size_t compact(const std::uint8_t *bytes, std::size_t blocks, const std::ui
   return static_cast<std::size_t>(next - output);
 }
 
-// 16 bits, each spread over a byte: all ones where it is set.
-__m128i spread_16(std::uint64_t bits) {
-  const __m128i kBits = _mm_set1_epi64x(static_cast<long long>(0x8040201008040201));
-  const __m128i low = _mm_set1_epi8(static_cast<char>(bits));
-  const __m128i high = _mm_set1_epi8(static_cast<char>(bits >> 8));
-  return _mm_cmpeq_epi8(_mm_and_si128(_mm_unpacklo_epi64(low, high), kBits), kBits);
-}
-
 void add(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where, std::uint8_t everywhere,
          std::uint8_t there, std::uint8_t *output) {
-  const __m128i for_all = _mm_set1_epi8(static_cast<char>(everywhere));
-  const __m128i for_some = _mm_set1_epi8(static_cast<char>(there));
   for (std::size_t at = 0; at < blocks * kBlock; at += 16) {
-    const __m128i some = _mm_and_si128(for_some, spread_16(where[at / kBlock] >> at % kBlock));
-    store(output + at, _mm_add_epi8(_mm_add_epi8(load(bytes + at), for_all), some));
+    const Bytes some = spread_16(where[at / kBlock] >> at % kBlock) & there;
+    store(output + at, load(bytes + at) + everywhere + some);
   }
-}
-
-__m128i blend(__m128i otherwise, __m128i where_chosen, __m128i chosen) {
-  return _mm_or_si128(_mm_and_si128(chosen, where_chosen), _mm_andnot_si128(chosen, otherwise));
 }
 
 void fill(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where, std::uint8_t byte,
           std::uint8_t *output) {
-  const __m128i filling = _mm_set1_epi8(static_cast<char>(byte));
   for (std::size_t at = 0; at < blocks * kBlock; at += 16) {
-    const __m128i chosen = spread_16(where[at / kBlock] >> at % kBlock);
-    store(output + at, blend(load(bytes + at), filling, chosen));
+    const Bytes chosen = spread_16(where[at / kBlock] >> at % kBlock);
+    store(output + at, blend(load(bytes + at), Bytes{} + byte, chosen));
   }
 }
 
-__m128i is_at_most(__m128i bytes, int limit) {
-  return _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(static_cast<char>(limit))), bytes);
-}
-
-__m128i digit_values(__m128i text) {
-  const __m128i decimal = _mm_sub_epi8(text, _mm_set1_epi8('0'));
-  const __m128i letter = _mm_sub_epi8(_mm_or_si128(text, _mm_set1_epi8(0x20)), _mm_set1_epi8('a'));
-  const __m128i letter_value = _mm_add_epi8(letter, _mm_set1_epi8(10));
-  return _mm_or_si128(_mm_and_si128(decimal, is_at_most(decimal, 9)),
-                      _mm_and_si128(letter_value, is_at_most(letter, 5)));
+Bytes digit_values(Bytes text) {
+  const Bytes decimal = text - std::uint8_t{'0'};
+  const Bytes letter = (text | std::uint8_t{0x20}) - std::uint8_t{'a'};  // the bit that lower case adds
+  return (decimal & std::bit_cast<Bytes>(decimal <= Bytes{} + std::uint8_t{9})) |
+         ((letter + std::uint8_t{10}) & std::bit_cast<Bytes>(letter <= Bytes{} + std::uint8_t{5}));
 }
 
 void decode_escapes(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
                     std::uint8_t *output) {
   for (std::size_t at = 0; at < blocks * kBlock; at += 16) {
-    // No value reaches bit 4, so that none crosses into the next byte.
-    const __m128i high = _mm_slli_epi16(digit_values(load(bytes + at + 1)), 4);
-    const __m128i number = _mm_or_si128(high, digit_values(load(bytes + at + 2)));
-    const __m128i chosen = spread_16(where[at / kBlock] >> at % kBlock);
+    // A value has four bits, so that none crosses into the next byte although two are shifted at once.
+    const auto high = std::bit_cast<Bytes>(std::bit_cast<Units>(digit_values(load(bytes + at + 1))) << 4);
+    const Bytes number = high | digit_values(load(bytes + at + 2));
+    const Bytes chosen = spread_16(where[at / kBlock] >> at % kBlock);
     store(output + at, blend(load(bytes + at), number, chosen));
   }
 }
 
-__m128i load(const CodeUnit *units) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(units)); }
-
 void narrow(const CodeUnit *units, std::size_t blocks, std::uint16_t limit, std::uint8_t *output,
             std::uint64_t *masks) {
-  const __m128i limits = _mm_set1_epi16(static_cast<short>(limit));
-  const __m128i kLow = _mm_set1_epi16(0xFF);
-  const __m128i kZero = _mm_setzero_si128();
   for (std::size_t i = 0; i < blocks; ++i) {
     std::uint64_t mask = 0;
     for (unsigned part = 0; part < kBlock; part += 16, units += 16, output += 16) {
-      const __m128i first = load(units);
-      const __m128i second = load(units + 8);
-      store(output, _mm_packus_epi16(_mm_and_si128(first, kLow), _mm_and_si128(second, kLow)));
-      // What is left of the limit, where it is the greater one.
-      const __m128i below = _mm_packs_epi16(_mm_cmpeq_epi16(_mm_subs_epu16(limits, first), kZero),
-                                            _mm_cmpeq_epi16(_mm_subs_epu16(limits, second), kZero));
-      mask |= static_cast<std::uint64_t>(_mm_movemask_epi8(below)) << part;
+      const auto first = load<Units>(units);
+      const auto second = load<Units>(units + 8);
+      store(output, low_bytes(first, second));
+      const Units limits = Units{} + limit;
+      mask |= mask_of(std::bit_cast<Units>(first >= limits), std::bit_cast<Units>(second >= limits)) << part;
     }
     masks[i] = mask;
   }
 }
 
-// Computed, not looked up: arithmetic on bytes is what a compiler turns into vector code.
+// Computed, not looked up: compilers make vector code of arithmetic on bytes.
 constexpr std::uint8_t digit_of(unsigned nibble) {
   return static_cast<std::uint8_t>(nibble + '0' + (nibble > 9 ? 'A' - '9' - 1 : 0));
 }
 
 constexpr std::uint8_t value_of(std::uint8_t digit) {
   const auto decimal = static_cast<std::uint8_t>(digit - '0');
-  const auto letter = static_cast<std::uint8_t>((digit | 0x20) - 'a');  // the bit that lower case adds
+  const auto letter = static_cast<std::uint8_t>((digit | 0x20) - 'a');
   const auto letter_value = static_cast<std::uint8_t>(letter < 6 ? letter + 10 : 0);
   return decimal < 10 ? decimal : letter_value;
 }
+
+bool available() { return true; }
 
 }  // namespace
 
@@ -183,7 +227,7 @@ std::size_t write_escapes(const std::uint8_t *bytes, std::size_t blocks, const s
       continue;
     }
     for (unsigned k = 0; k < 8; ++k) {
-      // The introducer and the two digits in one store, of which the first byte counts or all three.
+      // Four bytes in one store, of which one or three count:   '=' '4' '1' 0   or   'A' '4' '1' 0
       const bool escaped = (bits >> k & 1) != 0;
       const auto digits = std::uint32_t{std::bit_cast<std::uint16_t>(kHexPairs[bytes[k]])} << 8;
       const std::uint32_t form = digits | static_cast<std::uint8_t>(escaped ? introducer : bytes[k]);
@@ -207,7 +251,21 @@ void from_hex(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *
   }
 }
 
-constexpr Level kPortable = {"sse2", ~std::size_t{0}, load_partial,  find,   find_pair, compact, add,
-                             fill,   decode_escapes,  write_escapes, narrow, to_hex,    from_hex};
+extern constexpr Level kLevel = {
+    .name = "portable",
+    .available = available,
+    .by_table = ~std::size_t{0},
+    .load_partial = load_partial,
+    .find = find,
+    .find_pair = find_pair,
+    .compact = compact,
+    .add = add,
+    .fill = fill,
+    .decode_escapes = decode_escapes,
+    .write_escapes = write_escapes,
+    .narrow = narrow,
+    .to_hex = to_hex,
+    .from_hex = from_hex,
+};
 
-}  // namespace kzv::cpu
+}  // namespace kzv::cpu::portable
