@@ -95,7 +95,7 @@ REALstringStruct *DecodingFromHex(REALstringStruct *s) {
 REALstringStruct *Hexstring(REALstringStruct *input, std::int32_t hexlen, std::int32_t linelen,
                             REALstringStruct *linestart, REALstringStruct *lineend, REALstringStruct *spacer,
                             REALstringStruct *filler) {
-  if (hexlen < 1 || linelen < 1 || input == nullptr) return nullptr;
+  if (input == nullptr) return nullptr;
   WorkBuffer output;
   std::size_t written = 0;
   {
