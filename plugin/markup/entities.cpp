@@ -161,8 +161,8 @@ const Entity *entity_of(std::uint16_t unit) {
 
 std::uint16_t code_point_of(NameKey name, std::size_t length) {
   const Name &known = kNames[kEntityByName[slot_of(name)]];
-  // The length sets a name apart from the same name with zeros after it. Without a branch, since the
-  // processor cannot predict which name comes next.
+  // The length sets a name apart from the same name with zeros after it. Without a branch, which the
+  // processor would have to predict.
   const unsigned same = (known.key == name ? 1U : 0U) & (known.length == length ? 1U : 0U);
   return static_cast<std::uint16_t>(known.code_point & (0 - same));
 }

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cassert>
 #include <cstring>
 
@@ -21,13 +20,30 @@ struct Reference {
 };
 constexpr Reference kNoReference{0, 0};
 
+// Four ASCII code units, read as one number, as four bytes:
+//
+//   units               61 00 6D 00 70 00 3B 00     "amp;"
+//   units | units >> 8  61 6D 6D 70 70 3B 3B 00
+//   of each four, two   61 6D .. .. 70 3B .. ..
+//   the same by 16      61 6D 70 3B .. .. .. ..
+constexpr std::uint64_t pack_ascii(std::uint64_t units) {
+  const std::uint64_t pairs = (units | units >> 8) & 0x0000FFFF0000FFFF;
+  return (pairs | pairs >> 16) & 0xFFFFFFFF;
+}
+
 // Eight code units as a word of bytes; those that are not ASCII become 0, which no reference has.
-std::uint64_t narrow_to_ascii(const CodeUnit *units) {
-  std::array<std::uint8_t, kWordBytes> bytes;
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    bytes[i] = static_cast<std::uint8_t>(units[i].value < 0x80 ? units[i].value : 0);
+std::uint64_t load_ascii(const CodeUnit *units) {
+  std::array<std::uint64_t, 2> fours;
+  std::memcpy(fours.data(), units, sizeof fours);
+  if (((fours[0] | fours[1]) & 0xFF80FF80FF80FF80) == 0) [[likely]] {
+    return pack_ascii(fours[0]) | pack_ascii(fours[1]) << 32;
   }
-  return std::bit_cast<std::uint64_t>(bytes);
+  std::uint64_t word = 0;
+  for (std::size_t i = 0; i < kWordBytes; ++i) {
+    const std::uint64_t byte = units[i].value < 0x80 ? units[i].value : 0;
+    word |= byte << 8 * i;
+  }
+  return word;
 }
 
 // The value of the first `count` bytes of a word, at most 5, all of them decimal digits. They are moved to
@@ -79,41 +95,47 @@ bool all_decimal(std::uint64_t bytes, std::size_t count) {
 }
 
 // The code point of a reference with `length` bytes between "&" and ";", or 0. Numbers are at most 99999 or
-// FFFF: "#" and 5, or "#x" and 4 digits. A name and a decimal number are both looked up without a branch,
-// since the processor cannot predict which of them comes next.
+// FFFF: "#" and 5, or "#x" and 4 digits.
 std::uint32_t code_point_of_reference(std::uint64_t bytes, std::size_t length) {
   constexpr std::size_t kLongestNumber = 6;
+  if (static_cast<std::uint8_t>(bytes) != '#') return code_point_of(bytes, length);
+  if (length > kLongestNumber) return 0;
   const std::uint64_t digits = bytes >> 8;
-  const unsigned is_number = static_cast<std::uint8_t>(bytes) == '#' && length <= kLongestNumber ? 1 : 0;
-  const unsigned is_decimal = is_number & (all_decimal(digits, length - 1) ? 1U : 0U);
-  const std::uint32_t code_point =
-      code_point_of(bytes, length) | (decimal(digits, length - 1) & (0 - is_decimal));
-  return code_point == 0 && is_number != 0 ? parse_other_number(bytes, length) : code_point;
+  if (all_decimal(digits, length - 1)) return decimal(digits, length - 1);
+  return parse_other_number(bytes, length);
 }
 
-// The reference whose "&" is the code unit at `start`. Its characters are read as one number, so that finding
-// the ";" and looking up the name take a few instructions, whatever its length:
+// The reference that begins after "&" with `units`, of which at least nine can be read and `left` are text.
+// Its characters are read as one number, so that finding the ";" and looking up the name take a few
+// instructions, whatever its length:
 //
-//   text     & e u r o ; x y z
+//   text     & e  u  r  o  ;  x  y  z
 //   word       65 75 72 6F 3B 78 79 7A        the eight characters after "&"
 //   length     4, the number of bytes before 3B
 //   name       65 75 72 6F 00 00 00 00        what the table of names is searched for
-Reference reference_at(CodeUnitView text, std::size_t start) {
-  const CodeUnitView rest = text.subspan(start + 1);
-  std::array<CodeUnit, kLongestName + 1> last{};
-  const CodeUnit *units = rest.data();
-  if (rest.size() < last.size()) {
-    // The end of the text ends a reference, too.
-    std::ranges::copy(rest, last.begin());
-    last[rest.size()] = {';'};
-    units = last.data();
-  }
-  const std::uint64_t word = narrow_to_ascii(units);
+Reference read_reference(const CodeUnit *units, std::size_t left) {
+  const std::uint64_t word = load_ascii(units);
   const std::size_t length = find_in_word(word, ';');
   if (length == 0 || (length == kLongestName && units[kLongestName].value != ';')) return kNoReference;
   const std::uint32_t code_point = code_point_of_reference(word & first_bytes(length), length);
   if (code_point == 0) return kNoReference;
-  return {length + (length < rest.size() ? 2 : 1), code_point};
+  return {length + (length < left ? 2 : 1), code_point};
+}
+
+// The same for the last code units of a text: its end, like ";", ends a reference.
+Reference read_last_reference(CodeUnitView rest) {
+  std::array<CodeUnit, kLongestName + 1> units{};
+  std::ranges::copy(rest, units.begin());
+  units[rest.size()] = {';'};
+  return read_reference(units.data(), rest.size());
+}
+
+// The reference whose "&" is the code unit at `start`.
+Reference reference_at(CodeUnitView text, std::size_t start) {
+  const CodeUnitView rest = text.subspan(start + 1);
+  if (rest.size() <= kLongestName) [[unlikely]]
+    return read_last_reference(rest);
+  return read_reference(rest.data(), rest.size());
 }
 
 // Finds one "&" after the other in a text, by its bytes.

@@ -7,7 +7,7 @@
 #pragma once
 
 #include "base/bytes.h"
-#include "scan/masks.h"
+#include "scan/cursor.h"
 
 namespace kzv::tags {
 
@@ -17,18 +17,11 @@ std::size_t remove(ByteView text, ByteBuffer output);
 // The same, with `instead` for each byte inside a tag.
 std::size_t replace(ByteView text, std::uint8_t instead, ByteBuffer output);
 
-// What `replace` writes of one chunk: the masks of its bytes.
-struct TagMasks {
-  scan::Masks outside;
-  scan::Masks inside;
-  scan::Masks ends;  // the brackets that bring the count back to zero
-};
-
 // Walks a text in steps, each a run of bytes outside of tags and the tag after it, for output that is longer
 // than the text. Linear in the text, which it reads in place and must outlive it.
 class TagScanner {
  public:
-  explicit TagScanner(ByteView text) : text_(text) {}
+  explicit TagScanner(ByteView text);
 
   // Moves to the next step; false at the end of the text.
   bool next();
@@ -38,13 +31,8 @@ class TagScanner {
   [[nodiscard]] std::size_t dropped() const { return dropped_; }
 
  private:
-  void find_more();
-
   ByteView text_;
-  TagMasks masks_;
-  std::size_t found_from_ = 0;
-  std::size_t found_to_ = 0;
-  std::uint32_t nesting_ = 0;
+  scan::Cursor brackets_;
   std::size_t at_ = 0;
   ByteView kept_;
   std::size_t dropped_ = 0;

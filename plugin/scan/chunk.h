@@ -34,15 +34,9 @@ class Chunk {
   [[nodiscard]] std::size_t blocks() const { return blocks_; }
   [[nodiscard]] std::size_t block_start(std::size_t i) const { return start_ + i * cpu::kBlock; }
 
-  // The bits of the last block that are text, not padding.
-  [[nodiscard]] std::uint64_t last_block_bits() const {
-    return bits_below(size_ - (blocks_ - 1) * cpu::kBlock);
-  }
-
-  // Finds the bytes of a set; padding is in no set.
+  // Finds the bytes of a set. Padding counts as zero bytes.
   void find(const cpu::ByteSet &set, Masks &masks) const {
     cpu::level().find(bytes_, blocks_, set, masks.data());
-    masks[blocks_ - 1] &= last_block_bits();
   }
 
   // Which of the two bytes after the last block belong to a set, as the first bits of one more mask.
@@ -51,14 +45,18 @@ class Chunk {
     return bit_if(set.contains(after[0])) | bit_if(set.contains(after[1])) << 1;
   }
 
-  // Writes the chunk with `introducer` and two hex digits in place of each byte of `escaped`, which has none
-  // of the padding. Returns the number of bytes written; up to kWriteAfterEscaped more may be overwritten.
-  std::size_t write_escaped(const Masks &escaped, char introducer, std::uint8_t *output) const {
-    const std::size_t padding = blocks_ * cpu::kBlock - size_;
-    return cpu::level().write_escapes(bytes_, blocks_, escaped.data(), introducer, output) - padding;
+  // Writes the chunk with `introducer` and two hex digits in place of each byte of `escaped`. Returns the
+  // number of bytes written; up to kWriteAfterEscaped more may be overwritten.
+  std::size_t write_escaped(Masks &escaped, char introducer, std::uint8_t *output) const {
+    drop_padding(escaped);
+    return cpu::level().write_escapes(bytes_, blocks_, escaped.data(), introducer, output) - padding();
   }
 
  protected:
+  [[nodiscard]] std::size_t padding() const { return blocks_ * cpu::kBlock - size_; }
+  void drop_padding(Masks &masks) const {
+    if (padding() > 0) masks[blocks_ - 1] &= bits_below(cpu::kBlock - padding());
+  }
   [[nodiscard]] const std::uint8_t *bytes() const { return bytes_; }
   void move_to(const std::uint8_t *bytes) { bytes_ = bytes; }
   // The chunk's own memory if it is the tail, or null.
@@ -128,11 +126,10 @@ class EditableChunk : public Chunk {
 
   // Writes the bytes of `kept` to the output, close together, and returns their number. Padding is left out.
   std::size_t write_kept(Masks &kept) {
-    const bool padded = size() < blocks() * cpu::kBlock;
-    if (!padded) return cpu::level().compact(bytes(), blocks(), kept.data(), output_);
-    kept[blocks() - 1] &= last_block_bits();
-    const std::size_t count = cpu::level().compact(bytes(), blocks(), kept.data(), copy_);
-    std::memcpy(output_, copy_, count);
+    drop_padding(kept);
+    std::uint8_t *const to = padding() > 0 ? copy_ : output_;
+    const std::size_t count = cpu::level().compact(bytes(), blocks(), kept.data(), to);
+    if (padding() > 0) std::memcpy(output_, to, count);
     return count;
   }
 

@@ -45,8 +45,8 @@ std::uint64_t replace_in_block(EditableChunk &chunk, std::size_t i, std::uint64_
   return kept;
 }
 
-// Replaces the spans of a whole text that begin with a byte of `set`. The output holds as many bytes as the
-// input; returns the number written.
+// Replaces the spans of a whole text that begin with a byte of `set`, which is never zero. The output holds
+// as many bytes as the input; returns the number written.
 template <typename Replace>
 std::size_t replace_spans(ByteView input, const cpu::ByteSet &set, Replace replace, ByteBuffer output) {
   Masks starts;
