@@ -1,4 +1,4 @@
-// The vocabulary of the kernels: views of bytes and of 16-bit text, and the buffers they fill.
+// The vocabulary of the kernels: views of bytes and of UTF-16 text, and the buffers they fill.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@ namespace kzv {
 using ByteView = std::span<const std::uint8_t>;
 using ByteBuffer = std::span<std::uint8_t>;
 
-// One UTF-16 unit wherever it stands in memory: older hosts keep their text at odd addresses.
+// A UTF-16 code unit at any address: older hosts keep their text at odd ones.
 struct [[gnu::packed, gnu::may_alias]] CodeUnit {
   std::uint16_t value;
 };

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstring>
 
-#include "scan/marks.h"
+#include "base/byte_words.h"
+#include "scan/masks.h"
 
 namespace kzv::ordering {
 namespace {
@@ -15,7 +15,7 @@ bool same_bytes(const std::uint8_t *a, const std::uint8_t *b, std::size_t byte_c
 }
 
 std::size_t count_byte(ByteView text, std::uint8_t byte) {
-  // A sum of at most 255 ones fits a byte, so that the compiler adds up as many lanes as a register has
+  // A sum of at most 255 ones fits in a byte, so that the compiler adds as many at once as a register has
   // bytes.
   constexpr std::size_t kRun = 240;
   std::size_t total = 0;
@@ -34,7 +34,7 @@ struct Suffix {
   std::size_t period;
 };
 
-// The greatest suffix of `needle` when bytes are ordered as `before` says, and that suffix's period.
+// The greatest suffix of `needle` with `before` as the order of bytes, and that suffix's period.
 template <typename Before>
 Suffix maximal_suffix(ByteView needle, Before before) {
   Suffix best{0, 1};
@@ -62,18 +62,18 @@ Suffix maximal_suffix(ByteView needle, Before before) {
 }
 
 // Crochemore and Perrin, Two-way string-matching, Journal of the ACM 38 (1991): compares from a critical
-// split of the needle to the right, then what is left of it; never more than two looks at a byte of the text.
+// split of the needle to its end, then from the split to its start; reads a byte of the text at most twice.
 std::size_t count_two_way(ByteView text, ByteView needle) {
   const Suffix rising = maximal_suffix(needle, [](std::uint8_t a, std::uint8_t b) { return a < b; });
   const Suffix falling = maximal_suffix(needle, [](std::uint8_t a, std::uint8_t b) { return a > b; });
   const Suffix suffix = rising.start > falling.start ? rising : falling;
   const std::size_t split = suffix.start;
-  // What comes before the split repeats, or does not: only then may a shift be as long as the longer side.
+  // Unless the bytes before the split repeat with the period, a shift may be as long as the longer side.
   const bool periodic = same_bytes(needle.data(), needle.data() + suffix.period, split);
   const std::size_t shift = periodic ? suffix.period : std::max(split, needle.size() - split) + 1;
 
   std::size_t total = 0;
-  std::size_t known = 0;  // bytes at the needle's start that the comparison before has already matched
+  std::size_t known = 0;  // bytes at the needle's start that are known to match
   for (std::size_t at = 0; at + needle.size() <= text.size();) {
     std::size_t right = std::max(split, known);
     while (right < needle.size() && needle[right] == text[at + right]) ++right;
@@ -92,8 +92,8 @@ std::size_t count_two_way(ByteView text, ByteView needle) {
   return total;
 }
 
-// Marks the positions from `at` on where the needle's first and last byte stand at their places, for at most
-// all the masks; returns the number of positions that were looked at.
+// Finds the positions, of at most a chunk from `at` on, at which both the needle's first and last byte match;
+// returns the number of positions searched.
 std::size_t find_candidates(ByteView text, ByteView needle, std::size_t at, scan::Masks &masks) {
   const std::size_t distance = needle.size() - 1;
   const std::size_t left = text.size() - distance - at;
@@ -103,7 +103,7 @@ std::size_t find_candidates(ByteView text, ByteView needle, std::size_t at, scan
     cpu::level().find_pair(from, blocks, needle.front(), needle.back(), distance, masks.data());
     return blocks * cpu::kBlock;
   }
-  std::array<std::uint8_t, 2 * cpu::kBlock> last;  // the bytes at both ends
+  std::array<std::uint8_t, 2 * cpu::kBlock> last;  // those for the first and those for the last byte
   cpu::level().load_partial(from, left, last.data());
   cpu::level().load_partial(from + distance, left, last.data() + cpu::kBlock);
   cpu::level().find_pair(last.data(), 1, needle.front(), needle.back(), cpu::kBlock, masks.data());
@@ -111,30 +111,23 @@ std::size_t find_candidates(ByteView text, ByteView needle, std::size_t at, scan
   return left;
 }
 
-// The needle's first bytes as a number, so that a look at them costs no call.
+// The needle's first bytes as a word, which is compared without a call.
 class Head {
  public:
-  explicit Head(ByteView needle)
-      : size_(std::min(needle.size(), sizeof bytes_)), mask_(scan::bits_below(size_ * 8)) {
-    std::memcpy(&bytes_, needle.data(), size_);
-  }
+  explicit Head(ByteView needle) : word_(load_word(needle)), size_(std::min(needle.size(), kWordBytes)) {}
   [[nodiscard]] std::size_t size() const { return size_; }
-  // Whether the text at `found`, of which at least the needle's size is left, begins alike.
-  [[nodiscard]] bool begins(const std::uint8_t *found, std::size_t left) const {
-    if (left < sizeof bytes_) return std::memcmp(found, &bytes_, size_) == 0;
-    std::uint64_t bytes = 0;
-    std::memcpy(&bytes, found, sizeof bytes);
-    return ((bytes ^ bytes_) & mask_) == 0;
+  // Whether `rest`, which is at least as long as the needle, begins with these bytes.
+  [[nodiscard]] bool begins(ByteView rest) const {
+    return ((load_word(rest) ^ word_) & first_bytes(size_)) == 0;
   }
 
  private:
-  std::uint64_t bytes_ = 0;
+  std::uint64_t word_;
   std::size_t size_;
-  std::uint64_t mask_;
 };
 
-// The needle's two end bytes rule out most positions, many at a time. Where they do not, and the comparisons
-// that follow keep failing, the rest of the text goes to the search that cannot be slowed down.
+// The needle's first and last byte exclude most positions, a block at a time. Where too many positions remain
+// whose comparison fails, the two-way search, which is linear for every text, takes the rest.
 std::size_t count_filtered(ByteView text, ByteView needle) {
   constexpr std::size_t kWastePerByte = 8;
   constexpr std::size_t kWasteAtStart = 4096;
@@ -148,11 +141,12 @@ std::size_t count_filtered(ByteView text, ByteView needle) {
   for (std::size_t group = 0, size = 0; group < positions; group = std::max(group + size, next)) {
     size = find_candidates(text, needle, group, masks);
     for (std::size_t block = group; block < group + size; block += cpu::kBlock) {
-      for (std::uint64_t left = masks[(block - group) / cpu::kBlock]; left != 0; left &= left - 1) {
-        const std::size_t at = block + static_cast<std::size_t>(std::countr_zero(left));
+      for (std::uint64_t left = masks[(block - group) / cpu::kBlock]; left != 0;
+           left = scan::without_lowest(left)) {
+        const std::size_t at = block + scan::lowest_position(left);
         if (at < next) continue;
         const std::uint8_t *const found = text.data() + at;
-        if (!head.begins(found, text.size() - at)) {
+        if (!head.begins(text.subspan(at))) {
           wasted += head.size();
         } else if (!same_bytes(found + head.size(), needle.data() + head.size(),
                                needle.size() - head.size())) {

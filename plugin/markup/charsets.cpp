@@ -7,7 +7,7 @@
 #include <cstring>
 #include <utility>
 
-#include "scan/marks.h"
+#include "scan/code_unit_tail.h"
 
 namespace kzv::charsets {
 namespace {
@@ -39,7 +39,7 @@ consteval std::size_t count_units(const UnitTable &units) {
   return *std::ranges::max_element(units) + std::size_t{1};
 }
 
-// From the highest byte down, so that the lowest of several has the last word.
+// From the highest byte down, so that of several bytes for a code unit the lowest is written last.
 template <std::size_t kCount>
 consteval std::array<std::uint8_t, kCount> make_reverse(const UnitTable &units) {
   std::array<std::uint8_t, kCount> bytes{};
@@ -63,21 +63,22 @@ constexpr Charset kCp1252 = make_charset(escapecharsCP1252, kBytesCP1252);
 
 namespace {
 
-// Writes up to a whole run of blocks: their units as bytes, those that have none left out. `output` has room
-// for the blocks; returns the number of bytes written.
+// Writes the code units of up to kChunkBlocks blocks as bytes, without those that have none. The output holds
+// as many blocks; returns the number of bytes written.
 std::size_t encode_blocks(const CodeUnit *units, std::size_t blocks, const Charset &charset,
                           std::uint8_t *output) {
   scan::Masks kept;
   cpu::level().narrow(units, blocks, charset.identity_end, output, kept.data());
   for (std::size_t i = 0; i < blocks; ++i) {
-    std::uint64_t others = std::exchange(kept[i], ~std::uint64_t{0});
-    for (; others != 0; others &= others - 1) {
-      const auto bit = static_cast<unsigned>(std::countr_zero(others));
+    // Those at or above the end of the identity go by table.
+    std::uint64_t others = std::exchange(kept[i], scan::kAllBits);
+    for (; others != 0; others = scan::without_lowest(others)) {
+      const unsigned bit = scan::lowest_position(others);
       const std::size_t at = i * cpu::kBlock + bit;
       const std::uint16_t unit = units[at].value;
       const std::uint8_t byte = unit < charset.byte_of.size() ? charset.byte_of[unit] : std::uint8_t{0};
       output[at] = byte;  // U+0000 is not among the others
-      kept[i] ^= scan::lowest_bit(byte == 0) << bit;
+      kept[i] ^= scan::bit_if(byte == 0) << bit;
     }
   }
   return cpu::level().compact(output, blocks, kept.data(), output);
@@ -89,14 +90,15 @@ std::size_t encode(CodeUnitView text, const Charset &charset, ByteBuffer output)
   assert(output.size() >= text.size());
   std::uint8_t *next = output.data();
   while (text.size() >= cpu::kBlock) {
-    const std::size_t blocks = std::min(text.size() / cpu::kBlock, scan::Piece::kBlocks);
+    const std::size_t blocks = std::min(text.size() / cpu::kBlock, scan::kChunkBlocks);
     next += encode_blocks(text.data(), blocks, charset, next);
     text = text.subspan(blocks * cpu::kBlock);
   }
   if (text.empty()) return static_cast<std::size_t>(next - output.data());
-  std::array<CodeUnit, cpu::kBlock> units;
+  scan::CodeUnitBlock units;
   std::array<std::uint8_t, cpu::kBlock> bytes;
-  const std::size_t padding = scan::read_last(text, units);
+  scan::load_tail(text, units);
+  const std::size_t padding = cpu::kBlock - text.size();  // zeros, each of which has a byte
   const std::size_t count = encode_blocks(units.data(), 1, charset, bytes.data()) - padding;
   std::memcpy(next, bytes.data(), count);
   return static_cast<std::size_t>(next - output.data()) + count;
@@ -104,10 +106,10 @@ std::size_t encode(CodeUnitView text, const Charset &charset, ByteBuffer output)
 
 namespace {
 
-// Bytes widened together: a loop of fixed length without a way out becomes vector instructions.
+// Bytes widened together: compilers turn a loop of fixed length into vector instructions.
 constexpr std::size_t kTogether = 16;
 
-// Writes the units of the same numbers and returns all bits that are set in any of them. The output never
+// Writes each byte as the code unit of the same value and returns the OR of them all. The output never
 // overlaps the input.
 unsigned widen(const std::uint8_t *bytes, std::uint16_t *__restrict output) {
   std::uint8_t bits = 0;

@@ -18,8 +18,8 @@ struct Marker {
   std::array<std::uint8_t, 4> bytes;
 };
 
-// In the order in which they are looked for: a mark stands before every shorter one that it begins with.
-// The last two are reachable by number alone.
+// In the order in which they are tried: a mark comes before every shorter one that it begins with. The last
+// two are found by number alone.
 constexpr std::array<Marker, 7> kMarkers = {{
     {7, 4, {0xFF, 0xFE, 0x00, 0x00}},
     {6, 4, {0x00, 0x00, 0xFE, 0xFF}},

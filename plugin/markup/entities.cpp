@@ -75,7 +75,7 @@ struct Name {
   std::uint8_t length = 0;
 };
 
-// In the order of the entities, behind one that is none.
+// In the order of the entities, after an empty one.
 consteval std::array<Name, kEntityCount + 1> make_names() {
   std::array<Name, kEntityCount + 1> names;
   for (std::size_t i = 0; i < kEntityCount; ++i) {
@@ -98,7 +98,7 @@ static_assert(is_strictly_ascending());
 static_assert(escapecodes[4].code_point < 0x80 && escapecodes[5].code_point == 0xA0);
 static_assert(escapecodes.back().code_point == kLastCodePoint);
 
-// Both look-up tables hold an entity's number plus one in a byte; 0 is an empty place.
+// Both look-up tables have an entity's index plus one in a byte; 0 is an empty slot.
 static_assert(kEntityCount < 0xFF);
 
 consteval std::array<std::uint8_t, kLastCodePoint + 1> make_entity_by_unit() {
@@ -110,7 +110,7 @@ consteval std::array<std::uint8_t, kLastCodePoint + 1> make_entity_by_unit() {
 }
 constexpr auto kEntityByUnit = make_entity_by_unit();
 
-// Names hash by multiplication. This factor, found by trying, gives each a place of its own.
+// A perfect hash by multiplication: this factor, found by search, gives each name a slot of its own.
 constexpr int kSlotBits = 11;
 constexpr std::size_t kSlots = std::size_t{1} << kSlotBits;
 
@@ -127,7 +127,7 @@ consteval std::array<std::uint8_t, kSlots> make_entity_by_name() {
 constexpr auto kEntityByName = make_entity_by_name();
 static_assert(std::ranges::count(kEntityByName, 0) == kSlots - kEntityCount);
 
-// The apostrophe is the one character whose name is not written: HTML 4.01 itself does not know "apos".
+// The apostrophe is the one character whose name is not written: "apos" is not an entity of HTML 4.01.
 consteval Written make_written(std::uint16_t unit, bool keep_ascii) {
   if (unit < 0x80 && (keep_ascii || !is_markup(unit))) return {{static_cast<char>(unit)}, 1};
   Written written;
@@ -152,7 +152,7 @@ consteval WrittenTable make_table_of_written(bool keep_ascii) {
 }  // namespace
 
 constexpr WrittenTable kWrittenKeepingAscii = make_table_of_written(true);
-constexpr WrittenTable kWrittenEscapingMarkup = make_table_of_written(false);
+constexpr WrittenTable kWrittenEncodingMarkup = make_table_of_written(false);
 
 const Entity *entity_of(std::uint16_t unit) {
   if (unit > kLastCodePoint || kEntityByUnit[unit] == 0) return nullptr;
@@ -161,8 +161,8 @@ const Entity *entity_of(std::uint16_t unit) {
 
 std::uint16_t code_point_of(NameKey name, std::size_t length) {
   const Name &known = kNames[kEntityByName[slot_of(name)]];
-  // The length tells a name from one with zeros behind it. No branch: which name comes next is no processor's
-  // guess.
+  // The length sets a name apart from the same name with zeros after it. Without a branch, which the
+  // processor would have to predict.
   const unsigned same = (known.key == name ? 1U : 0U) & (known.length == length ? 1U : 0U);
   return static_cast<std::uint16_t>(known.code_point & (0 - same));
 }

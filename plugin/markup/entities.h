@@ -1,5 +1,4 @@
-// The named character references of HTML 4.01 (section 24) and "apos", from unit to name and from name to
-// unit.
+// The named character references of HTML 4.01 (section 24) and "apos", by code unit and by name.
 #pragma once
 
 #include <array>
@@ -13,7 +12,7 @@ inline constexpr std::size_t kEntityCount = 253;
 inline constexpr std::size_t kLongestName = 8;                      // thetasym
 inline constexpr std::size_t kLongestReference = kLongestName + 2;  // numbers are shorter: "&#65535;"
 
-// A character and its reference, kept ready to be copied in one piece: "&", the name, ";", then zeros.
+// A character and its reference in the form in which it is written: "&", the name, ";", then zeros.
 struct Entity {
   std::uint16_t code_point = 0;
   std::uint8_t length = 0;  // of the reference, in bytes
@@ -33,7 +32,7 @@ constexpr bool is_markup(unsigned character) {
   return character == '"' || (character | 1) == '\'' || (character | 2) == '>';
 }
 
-// Writes the decimal reference of a unit from 10 to 65535 and returns its length.
+// Writes the decimal reference of a code unit from 10 to 65535 and returns its length.
 constexpr std::size_t write_number(unsigned unit, char *output) {
   const std::size_t digits = unit < 100 ? 2 : unit < 1000 ? 3 : unit < 10000 ? 4 : 5;
   output[0] = '&';
@@ -46,27 +45,27 @@ constexpr std::size_t write_number(unsigned unit, char *output) {
   return digits + 3;
 }
 
-// What is written for one unit: itself or a reference, in the size of one store.
+// What is written for one code unit, itself or a reference, in the size of one store.
 struct Written {
   std::array<char, 15> text{};
   std::uint8_t length = 0;
 };
 static_assert(sizeof(Written) == 16);
 
-// For each unit below 0x100, with the markup characters as they are or as references.
+// For each code unit below 0x100, with the markup characters as they are or as references.
 using WrittenTable = std::array<Written, 256>;
 extern const WrittenTable kWrittenKeepingAscii;
-extern const WrittenTable kWrittenEscapingMarkup;
+extern const WrittenTable kWrittenEncodingMarkup;
 
-// The entity that stands for `unit`, or null when there is none. One table access.
+// The entity for a code unit, or null if there is none.
 const Entity *entity_of(std::uint16_t unit);
 
-// A name or number without "&" and ";" as one number: its characters are the bytes, the first one lowest.
+// A name without "&" and ";" as a word of base/byte_words.h, with zeros after the name.
 using NameKey = std::uint64_t;
 static_assert(sizeof(NameKey) == kLongestName);
 
-// The code point that a name of `length` characters stands for, upper and lower case distinct, or 0 when it
-// is no entity's whole name. Constant time.
+// The code point of the entity with a name of `length` characters, upper and lower case distinct, or 0 if
+// there is none. Constant time.
 std::uint16_t code_point_of(NameKey name, std::size_t length);
 
 }  // namespace kzv::html

@@ -1,16 +1,17 @@
 #include "markup/sql.h"
 
 #include <array>
-#include <cstring>
 
-#include "scan/marks.h"
+#include "base/byte_words.h"
+#include "scan/masks_ahead.h"
+#include "scan/replace.h"
 
 namespace kzv::sql {
 namespace {
 
 constexpr std::int16_t kNoEscape = -1;
 
-// The byte for the character behind a backslash.
+// The byte that a backslash and the given byte make.
 consteval std::array<std::int16_t, 256> make_unescaped() {
   std::array<std::int16_t, 256> table{};
   table.fill(kNoEscape);
@@ -33,7 +34,7 @@ constexpr bool is_delimiter(std::uint8_t byte) {
   return byte <= 0x20 || byte >= 0x80 || byte == '(' || byte == ')' || byte == ',' || byte == ';';
 }
 
-// A word to look for and what takes its place.
+// A word to look for and what is written in its place.
 struct Word {
   std::uint64_t letters;  // in lower case, the first one in the low byte
   std::size_t length;
@@ -45,16 +46,9 @@ constexpr Word kFalse = {0x65736C6166, 5, '0'};
 // Whether `rest` begins with the word, in letters of either case, and the word ends there.
 bool begins_with_word(ByteView rest, const Word &word) {
   if (rest.size() < word.length) return false;
-  std::uint64_t text = 0;
-  if (rest.size() >= sizeof text) {
-    std::memcpy(&text, rest.data(), sizeof text);
-  } else {
-    std::memcpy(&text, rest.data(), word.length);
-  }
-  // The bit that lower case adds makes other bytes others that are no letters.
-  constexpr std::uint64_t kLower = 0x2020202020202020;
-  const std::uint64_t differing = (text | kLower) ^ word.letters;
-  const bool same = (differing & scan::bits_below(word.length * 8)) == 0;
+  // Setting bit 5 makes letters lower case and makes no other byte a letter.
+  const std::uint64_t differing = (load_word(rest) | in_each_byte(0x20)) ^ word.letters;
+  const bool same = (differing & first_bytes(word.length)) == 0;
   return same && (rest.size() == word.length || is_delimiter(rest[word.length]));
 }
 
@@ -67,32 +61,81 @@ std::size_t decode_mysql(ByteView input, ByteBuffer output) {
     if (unescaped == kNoEscape) return scan::replaced_by('\\', at + 1);
     return scan::replaced_by(static_cast<std::uint8_t>(unescaped), at + 2);
   };
-  return scan::replace_marked(input, kBackslash, replace, output);
+  return scan::replace_spans(input, kBackslash, replace, output);
 }
 
 namespace {
+
+// Finds the quoted parts of a text, block by block.
+class QuoteFinder {
+ public:
+  // Which bytes of a block are quoted, given its quotes of both kinds. The quotes themselves may or may not
+  // be among them: no word begins with one.
+  std::uint64_t find(std::uint64_t single_quotes, std::uint64_t double_quotes) {
+    if (single_quotes == 0 && open_quote_ != '\'') return find_one_kind(double_quotes, '"');
+    if (double_quotes == 0 && open_quote_ != '"') return find_one_kind(single_quotes, '\'');
+    return find_both_kinds(single_quotes, double_quotes);
+  }
+
+ private:
+  // Where there is one kind of quotes, each changes sides:
+  //
+  //   block           a  '  b  '  c  '  d ...
+  //   quotes          .  1  .  1  .  1  .
+  //   prefix_xor      .  1  1  .  .  1  1      and inverted if the block begins within quotes
+  std::uint64_t find_one_kind(std::uint64_t quotes, std::uint8_t quote) {
+    const std::uint64_t quoted = scan::prefix_xor(quotes) ^ (open_quote_ != 0 ? scan::kAllBits : 0);
+    open_quote_ = quoted >> 63 != 0 ? quote : std::uint8_t{0};
+    return quoted;
+  }
+
+  // Quotes of the other kind count as text, so each quote is looked at in turn, `left` being the bytes after
+  // the last one:
+  //
+  //   block           '  "  '  a  "  '  "  b
+  //   quoted          .  1  1  .  .  1  1  .
+  std::uint64_t find_both_kinds(std::uint64_t single_quotes, std::uint64_t double_quotes) {
+    std::uint64_t quoted = 0;
+    for (std::uint64_t left = scan::kAllBits;;) {
+      if (open_quote_ == 0) {
+        const std::uint64_t quotes = (single_quotes | double_quotes) & left;
+        if (quotes == 0) return quoted;
+        open_quote_ = (single_quotes & scan::lowest_bit(quotes)) != 0 ? '\'' : '"';
+        left = ~scan::up_to_lowest(quotes);
+      }
+      const std::uint64_t closing = (open_quote_ == '"' ? double_quotes : single_quotes) & left;
+      if (closing == 0) return quoted | left;
+      quoted |= left & scan::up_to_lowest(closing);
+      left = ~scan::up_to_lowest(closing);
+      open_quote_ = 0;
+    }
+  }
+
+  std::uint8_t open_quote_ = 0;  // the carry: the quote that is still open, or 0
+};
 
 class BooleanReplacer {
  public:
   explicit BooleanReplacer(ByteView sql) : sql_(sql) {}
 
-  void operator()(scan::Piece &piece, scan::Masks &kept) {
-    const scan::MarksAhead t(piece, kT);
-    const scan::MarksAhead r(piece, kR);
-    const scan::MarksAhead f(piece, kF);
-    const scan::MarksAhead a(piece, kA);
+  // A word may begin where a delimiter is followed by its first two letters; few places are left to look at.
+  void operator()(scan::EditableChunk &chunk, scan::Masks &kept) {
+    const scan::MasksAhead t(chunk, kT);
+    const scan::MasksAhead r(chunk, kR);
+    const scan::MasksAhead f(chunk, kF);
+    const scan::MasksAhead a(chunk, kA);
     scan::Masks delimiters;
-    scan::Masks single;
-    scan::Masks twofold;
-    scan::find(piece, kDelimiters, delimiters);
-    scan::find(piece, kSingleQuote, single);
-    scan::find(piece, kDoubleQuote, twofold);
-    for (std::size_t i = 0; i < piece.blocks; ++i) {
-      const std::uint64_t behind_delimiters = delimiters[i] << 1 | scan::lowest_bit(behind_delimiter_);
-      behind_delimiter_ = delimiters[i] >> 63 != 0;
-      const std::uint64_t words = behind_delimiters & ((t[i] & r.ahead(i, 1)) | (f[i] & a.ahead(i, 1)));
-      const auto replace = [this](std::size_t at) { return replaced(at); };
-      kept[i] = scan::replace_in_block(piece, i, words & ~quoted_in(single[i], twofold[i]), resume_, replace);
+    scan::Masks single_quotes;
+    scan::Masks double_quotes;
+    chunk.find(kDelimiters, delimiters);
+    chunk.find(kSingleQuote, single_quotes);
+    chunk.find(kDoubleQuote, double_quotes);
+    const auto replace = [this](std::size_t at) { return replaced(at); };
+    for (std::size_t i = 0; i < chunk.blocks(); ++i) {
+      const std::uint64_t first_two = (t[i] & r.ahead(i, 1)) | (f[i] & a.ahead(i, 1));
+      const std::uint64_t words = scan::follows(delimiters[i], delimiter_carry_) & first_two;
+      const std::uint64_t quoted = quotes_.find(single_quotes[i], double_quotes[i]);
+      kept[i] = scan::replace_in_block(chunk, i, words & ~quoted, done_, replace);
     }
   }
 
@@ -105,33 +148,6 @@ class BooleanReplacer {
   static constexpr cpu::ByteSet kF = cpu::bytes_in("fF");
   static constexpr cpu::ByteSet kA = cpu::bytes_in("aA");
 
-  // What of a block stands between quotes, given its quotes of both kinds.
-  std::uint64_t quoted_in(std::uint64_t single, std::uint64_t twofold) {
-    if (single == 0 && open_quote_ != '\'') return quoted_by(twofold, '"');
-    if (twofold == 0 && open_quote_ != '"') return quoted_by(single, '\'');
-    std::uint64_t quoted = 0;
-    for (std::uint64_t ahead = ~std::uint64_t{0};;) {
-      if (open_quote_ == 0) {
-        const std::uint64_t quotes = (single | twofold) & ahead;
-        if (quotes == 0) return quoted;
-        open_quote_ = (single & scan::up_to_lowest(quotes) & quotes) != 0 ? '\'' : '"';
-        ahead = ~scan::up_to_lowest(quotes);
-      }
-      const std::uint64_t closing = (open_quote_ == '"' ? twofold : single) & ahead;
-      if (closing == 0) return quoted | ahead;
-      quoted |= ahead & scan::up_to_lowest(closing);
-      ahead = ~scan::up_to_lowest(closing);
-      open_quote_ = 0;
-    }
-  }
-
-  // The same where there are quotes of one kind only: each changes sides.
-  std::uint64_t quoted_by(std::uint64_t quotes, std::uint8_t quote) {
-    const std::uint64_t quoted = scan::parity_up_to_each(quotes) ^ (open_quote_ != 0 ? ~std::uint64_t{0} : 0);
-    open_quote_ = quoted >> 63 != 0 ? quote : std::uint8_t{0};
-    return quoted;
-  }
-
   [[nodiscard]] scan::Replacement replaced(std::size_t at) const {
     const ByteView rest = sql_.subspan(at);
     const Word &word = (rest.front() | 0x20) == 't' ? kTrue : kFalse;
@@ -140,9 +156,9 @@ class BooleanReplacer {
   }
 
   ByteView sql_;
-  bool behind_delimiter_ = true;  // a word may begin at the start of the text
-  std::uint8_t open_quote_ = 0;   // the quote that has to come, if any
-  std::size_t resume_ = 0;        // what stands before has been dealt with
+  QuoteFinder quotes_;
+  std::uint64_t delimiter_carry_ = 1;  // a word may begin at the start of the text
+  std::size_t done_ = 0;               // the end of the last word replaced
 };
 
 }  // namespace

@@ -3,28 +3,103 @@
 #include <cstring>
 
 #include "scan/find_byte.h"
-#include "scan/marks.h"
+#include "scan/keep.h"
 
 namespace kzv::tags {
 namespace {
 
 constexpr cpu::ByteSet kBrackets = cpu::bytes_in("<>");
 
+// The count of brackets that are open. It may well be below zero, which is to say wrap around: only zero
+// counts.
+using Nesting = std::uint32_t;
+
+constexpr void count_bracket(bool opening, Nesting &nesting) { nesting += opening ? 1 : Nesting{0} - 1; }
+
+// The bytes of a block that are outside of tags; `nesting` is the carry. Where tags are not nested, as nearly
+// always, each bracket changes sides, and the whole block is decided at once:
+//
+//   block        x  <  b  r  >  y  <  p ...
+//   opening      .  1  .  .  .  .  1  .
+//   closing      .  .  .  .  1  .  .  .
+//   sides        .  1  1  1  .  .  1  1     prefix_xor of both, inverted if the block begins inside
+//   outside      1  .  .  .  .  1  .  .     neither on that side nor a bracket
+//
+// Otherwise some opening bracket is not on the side of the tags, or some closing one is: then brackets are
+// counted one by one.
+std::uint64_t find_outside(std::uint64_t opening, std::uint64_t closing, Nesting &nesting) {
+  std::uint64_t brackets = opening | closing;
+  if (nesting <= 1) {
+    const std::uint64_t sides = scan::prefix_xor(brackets) ^ (0 - std::uint64_t{nesting});
+    if ((opening & ~sides) == 0 && (closing & sides) == 0) {
+      nesting = static_cast<Nesting>(sides >> 63);
+      return ~(sides | brackets);
+    }
+  }
+  std::uint64_t outside = 0;
+  std::uint64_t left = scan::kAllBits;  // the bytes after the last bracket
+  for (; brackets != 0; brackets = scan::without_lowest(brackets)) {
+    const std::uint64_t bracket = scan::lowest_bit(brackets);
+    if (nesting == 0) outside |= left & (bracket - 1);
+    count_bracket((opening & bracket) != 0, nesting);
+    left = ~(bracket | (bracket - 1));
+  }
+  return nesting == 0 ? outside | left : outside;
+}
+
+// Finds the bytes of a chunk that are outside of tags and those that are inside; the others are brackets.
+void find_tags(const scan::Chunk &chunk, Nesting &nesting, scan::Masks &outside, scan::Masks &inside) {
+  static constexpr cpu::ByteSet kOpening = cpu::bytes_in("<");
+  static constexpr cpu::ByteSet kClosing = cpu::bytes_in(">");
+  chunk.find(kOpening, outside);
+  chunk.find(kClosing, inside);
+  for (std::size_t i = 0; i < chunk.blocks(); ++i) {
+    const std::uint64_t brackets = outside[i] | inside[i];
+    outside[i] = find_outside(outside[i], inside[i], nesting);
+    inside[i] = ~(outside[i] | brackets);
+  }
+}
+
 }  // namespace
+
+std::size_t remove(ByteView text, ByteBuffer output) {
+  Nesting nesting = 0;
+  scan::Masks inside;
+  const auto choose = [&](const scan::Chunk &chunk, scan::Masks &kept) {
+    find_tags(chunk, nesting, kept, inside);
+  };
+  return scan::keep(text, choose, output);
+}
+
+// Only the brackets are left out, after the bytes inside have been overwritten:
+//
+//   block        x  <  b  r  >  y
+//   inside       .  .  1  1  .  .
+//   filled       x  <  -  -  >  y
+//   kept         1  .  1  1  .  1     x--y
+std::size_t replace(ByteView text, std::uint8_t instead, ByteBuffer output) {
+  Nesting nesting = 0;
+  scan::Masks inside;
+  const auto choose = [&](scan::EditableChunk &chunk, scan::Masks &kept) {
+    find_tags(chunk, nesting, kept, inside);
+    chunk.fill(inside, instead);
+    for (std::size_t i = 0; i < chunk.blocks(); ++i) kept[i] |= inside[i];
+  };
+  return scan::keep(text, choose, output);
+}
+
 TagScanner::TagScanner(ByteView text) : text_(text), brackets_(text, kBrackets) {}
 
+// A step ends with the bracket that brings the count back to zero.
 bool TagScanner::next() {
   if (at_ == text_.size()) return false;
   const std::size_t start = at_;
   at_ = brackets_.next(start);
   kept_ = text_.subspan(start, at_ - start);
   dropped_ = 0;
-
-  // A step ends where the nesting is back at zero. It may well go below zero: unsigned, because only zero
-  // matters and unsigned numbers may wrap.
-  std::uint32_t nesting = 0;
+  Nesting nesting = 0;
   while (at_ < text_.size()) {
-    nesting += text_[at_] == '<' ? 1 : std::uint32_t{0} - 1;
+    count_bracket(text_[at_] == '<', nesting);
     ++at_;
     if (nesting == 0) break;
     const std::size_t bracket = brackets_.next(at_);
@@ -32,75 +107,6 @@ bool TagScanner::next() {
     at_ = bracket;
   }
   return true;
-}
-
-namespace {
-
-// Which bytes of a block are text outside of tags, by its brackets; keeps the nesting up to date.
-std::uint64_t outside_tags(std::uint64_t opening, std::uint64_t closing, std::uint32_t &nesting) {
-  std::uint64_t brackets = opening | closing;
-  if (nesting <= 1) {
-    // Where the two take turns, as nearly always, each bracket just changes the side.
-    const std::uint64_t inside = scan::parity_up_to_each(brackets) ^ (0 - std::uint64_t{nesting});
-    if ((opening & ~inside) == 0 && (closing & inside) == 0) {
-      nesting = static_cast<std::uint32_t>(inside >> 63);
-      return ~(inside | brackets);
-    }
-  }
-  std::uint64_t outside = 0;
-  std::uint64_t ahead = ~std::uint64_t{0};  // from behind the last bracket on
-  for (; brackets != 0; brackets &= brackets - 1) {
-    const std::uint64_t bracket = brackets & (0 - brackets);
-    if (nesting == 0) outside |= ahead & (bracket - 1);
-    nesting += (opening & bracket) != 0 ? 1 : std::uint32_t{0} - 1;
-    ahead = ~(bracket | (bracket - 1));
-  }
-  return nesting == 0 ? outside | ahead : outside;
-}
-
-}  // namespace
-
-namespace {
-
-// Walks a text piece by piece, as to which of its bytes are outside of tags, inside, or brackets.
-class TagFinder {
- public:
-  // Finds both; the brackets are what is in neither.
-  void find(const scan::Piece &piece, scan::Masks &outside, scan::Masks &inside) {
-    static constexpr cpu::ByteSet kOpening = cpu::bytes_in("<");
-    static constexpr cpu::ByteSet kClosing = cpu::bytes_in(">");
-    scan::find(piece, kOpening, outside);
-    scan::find(piece, kClosing, inside);
-    for (std::size_t i = 0; i < piece.blocks; ++i) {
-      const std::uint64_t brackets = outside[i] | inside[i];
-      outside[i] = outside_tags(outside[i], inside[i], nesting_);
-      inside[i] = ~(outside[i] | brackets);
-    }
-  }
-
- private:
-  std::uint32_t nesting_ = 0;  // may go below zero, that is, wrap
-};
-
-}  // namespace
-
-std::size_t remove(ByteView text, ByteBuffer output) {
-  TagFinder tags;
-  scan::Masks inside;
-  const auto choose = [&](const scan::Piece &piece, scan::Masks &kept) { tags.find(piece, kept, inside); };
-  return scan::keep(text, choose, output);
-}
-
-std::size_t replace(ByteView text, std::uint8_t instead, ByteBuffer output) {
-  TagFinder tags;
-  scan::Masks inside;
-  const auto choose = [&](scan::Piece &piece, scan::Masks &kept) {
-    tags.find(piece, kept, inside);
-    cpu::level().fill(piece.text, piece.blocks, inside.data(), instead, piece.place);
-    piece.text = piece.place;
-    for (std::size_t i = 0; i < piece.blocks; ++i) kept[i] |= inside[i];
-  };
-  return scan::keep(text, choose, output);
 }
 
 std::size_t repeat(ByteView unit, ByteBuffer output) {

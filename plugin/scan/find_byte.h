@@ -1,4 +1,4 @@
-// Finding one byte, at the speed at which memory is read.
+// Finding one byte value, as fast as memory is read.
 #pragma once
 
 #include <cstring>
@@ -7,7 +7,7 @@
 
 namespace kzv {
 
-// Where `wanted` first stands in `text` from `at` on, or the end of the text.
+// The position of the first `wanted` in `text` from `at` on, or the end of the text.
 inline std::size_t find_byte(ByteView text, std::uint8_t wanted, std::size_t at = 0) {
   if (at >= text.size()) return text.size();
   const void *const found = std::memchr(text.data() + at, wanted, text.size() - at);

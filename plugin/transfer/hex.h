@@ -1,22 +1,23 @@
-// Bytes as hexadecimal text and back (base 16 of RFC 4648, section 8): two digits a byte, nothing between.
+// Bytes as hexadecimal text and back (base 16 of RFC 4648, section 8): two digits for each byte, nothing
+// between them.
 #pragma once
 
 #include "base/bytes.h"
 
 namespace kzv::hex {
 
-// Bytes that the output of `encode` must hold.
+// Bytes that `encode` writes.
 constexpr std::uint64_t encode_bound(std::size_t byte_count) { return std::uint64_t{byte_count} * 2; }
 
-// Bytes that the output of `decode` must hold.
+// Bytes that `decode` writes.
 constexpr std::uint64_t decode_bound(std::size_t digit_count) { return digit_count / 2; }
 
 // Writes every byte as two upper-case digits, the high one first. Returns the number of digits written,
 // always twice the number of bytes.
 std::size_t encode(ByteView input, ByteBuffer output);
 
-// Turns each pair of digits, of either case, into one byte. Nothing is skipped and nothing is an error: a
-// byte that is no digit, white space included, counts as the digit 0, and an odd last byte is left out.
+// Turns each pair of digits, of either case, into one byte. Nothing is skipped and nothing is an error: any
+// other byte, white space included, counts as the digit 0, and an odd last byte is left out.
 // Returns the number of bytes written, always half the input, rounded down.
 std::size_t decode(ByteView input, ByteBuffer output);
 

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "base/hex_digits.h"
+#include "scan/find_byte.h"
 
 namespace kzv::hex_dump {
 namespace {
@@ -30,7 +31,7 @@ void write_digits(ByteView input, std::size_t first, std::size_t count, std::uin
   if (count > 0) *to = static_cast<std::uint8_t>(kHexPairs[*from][0]);
 }
 
-// The measures of a shape that has a `dump_bound`, all of which therefore fit.
+// The measures of a shape whose `dump_bound` has a value, so that none of them overflows.
 class Layout {
  public:
   explicit Layout(const Shape &shape)
@@ -44,7 +45,7 @@ class Layout {
     return shape_.linestart.size() + stride_ * groups_ - shape_.spacer.size() + shape_.lineend.size();
   }
 
-  // All of a line but its groups.
+  // Writes a line without its groups.
   void write_frame(std::uint8_t *line) const {
     line = append(line, shape_.linestart) + group_digits_;
     for (std::size_t group = 1; group < groups_; ++group) line = append(line, shape_.spacer) + group_digits_;
@@ -61,7 +62,7 @@ class Layout {
       return;
     }
     if (group_digits_ == 2) {
-      // A byte for each group is what most dumps are.
+      // Most dumps have one byte in each group.
       const ByteView bytes = input.subspan(digit / 2, groups_);
       for (const std::uint8_t byte : bytes) {
         std::memcpy(to, &kHexPairs[byte], sizeof(HexPair));
@@ -104,7 +105,7 @@ class Layout {
 
 std::optional<std::uint64_t> dump_bound(std::size_t byte_count, const Shape &shape) {
   if (byte_count == 0 || shape.hexlen < 1 || shape.linelen < 1) return 0;
-  // Lengths are cut to what is certainly too much: below, no sum or product of two then reaches 2^63.
+  // Lengths are capped at one more than the limit, so that no sum or product of two below reaches 2^63.
   const auto length = [](std::size_t size) { return std::min(std::uint64_t{size}, kMaxSize + 1); };
   const auto groups = static_cast<std::uint64_t>(shape.linelen);
   const std::uint64_t line_digits = static_cast<std::uint64_t>(shape.hexlen) * groups;
@@ -122,14 +123,14 @@ std::optional<std::uint64_t> dump_bound(std::size_t byte_count, const Shape &sha
 
 std::size_t dump(ByteView input, const Shape &shape, ByteBuffer output) {
   assert(dump_bound(input.size(), shape).has_value() && *dump_bound(input.size(), shape) <= output.size());
-  if (input.empty() || shape.hexlen < 1 || shape.linelen < 1) return 0;
+  if (output.empty()) return 0;
   const Layout layout(shape);
   const std::size_t line_size = layout.line_size();
   const std::size_t line_digits = layout.line_digits();
   const std::size_t digits = input.size() * 2;
 
-  // The first line is framed piece by piece. The others begin as copies of those before, of as many at once
-  // as make a copy worth its call.
+  // The first line's frame is written part by part. The others begin as copies of the lines before, as many
+  // of them at once as make a copy worth its call.
   constexpr std::size_t kCopied = 512;
   const std::size_t size = (digits + line_digits - 1) / line_digits * line_size;
   layout.write_frame(output.data());
@@ -151,14 +152,10 @@ std::size_t dump(ByteView input, const Shape &shape, ByteBuffer output) {
     line += line_size;
   }
 
-  // The texts around the groups all stand in the first line, and the filler in the last.
+  // The first line has all the texts around its groups, and only the last line has the filler.
   const ByteView written(output.data(), line);
-  for (const ByteView ends : {written.first(line_size), written.last(line_size)}) {
-    const void *zero = std::memchr(ends.data(), 0, ends.size());
-    if (zero != nullptr)
-      return static_cast<std::size_t>(static_cast<const std::uint8_t *>(zero) - written.data());
-  }
-  return written.size();
+  const std::size_t zero = find_byte(written.first(line_size), 0);
+  return zero < line_size ? zero : find_byte(written, 0, written.size() - line_size);
 }
 
 }  // namespace kzv::hex_dump

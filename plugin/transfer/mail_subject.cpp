@@ -3,7 +3,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "scan/escaping.h"
+#include "scan/cursor.h"
+#include "scan/escape_writer.h"
 #include "scan/find_byte.h"
 
 namespace kzv::mail_subject {
@@ -13,7 +14,7 @@ constexpr std::string_view kOpening = "=?utf-8?Q?";
 constexpr std::string_view kClosing = "?=";
 
 constexpr bool is_escaped(std::uint8_t byte) { return byte >= 128 || byte == '=' || byte == '_'; }
-constexpr scan::Escaping kEscaping('=', is_escaped, ' ', '_');
+constexpr scan::EscapeRules kRules('=', is_escaped, ' ', '_');
 
 std::uint8_t *append(std::string_view text, std::uint8_t *next) {
   std::memcpy(next, text.data(), text.size());
@@ -23,9 +24,9 @@ std::uint8_t *append(std::string_view text, std::uint8_t *next) {
 }  // namespace
 
 bool needs_encoding(ByteView utf8) {
-  // The zero byte that ends the text is itself such a byte, so one search finds whichever comes first.
+  // The zero byte that would end the text is in the set, so one search finds whichever comes first.
   static constexpr cpu::ByteSet kNotPlain([](std::uint8_t byte) { return byte < 32 || byte > 127; });
-  const std::size_t first = scan::MarkCursor(utf8, kNotPlain).next(0);
+  const std::size_t first = scan::Cursor(utf8, kNotPlain).next(0);
   return first < utf8.size() && utf8[first] != 0;
 }
 
@@ -38,7 +39,7 @@ std::uint64_t encoded_size(ByteView utf8) {
 std::size_t encode(ByteView utf8, ByteBuffer output) {
   const ByteView text = until_zero(utf8);
   std::uint8_t *next = append(kOpening, output.data());
-  next += scan::write_escaped(text, kEscaping, output.subspan(kOpening.size()));
+  next += scan::write_escaped(text, kRules, output.subspan(kOpening.size()));
   next = append(kClosing, next);
   return static_cast<std::size_t>(next - output.data());
 }

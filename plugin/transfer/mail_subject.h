@@ -6,18 +6,18 @@
 
 namespace kzv::mail_subject {
 
-// Whether the UTF-8 text holds a byte outside 32 to 127 in front of its first zero byte (or its end). What
-// looks like an encoded word is no reason to encode.
+// Whether the UTF-8 text has a byte outside 32 to 127 before its first zero byte (or its end). Text that
+// looks like an encoded word does not need encoding for that.
 bool needs_encoding(ByteView utf8);
 
-// Bytes that the output of `encode` must hold: at most, and exactly.
+// Bytes that `encode` writes: at most, and exactly.
 constexpr std::uint64_t encode_bound(std::size_t byte_count) { return std::uint64_t{byte_count} * 3 + 12; }
 std::uint64_t encoded_size(ByteView utf8);
 
 // Writes the text up to its first zero byte (or its end) as one encoded word, however long: nothing is split
 // or folded. "=", "_" and bytes from 128 on become "=" and two upper-case hex digits, a space becomes "_";
-// all else, control characters and "?" included, stays as it is, looser than RFC 2047, section 5. Returns
-// the number of bytes written.
+// all else, control characters and "?" included, is written as it is, which RFC 2047, section 5, would not
+// allow everywhere. Returns the number of bytes written.
 std::size_t encode(ByteView utf8, ByteBuffer output);
 
 }  // namespace kzv::mail_subject

@@ -5,7 +5,8 @@
 #include <string_view>
 #include <utility>
 
-#include "scan/escaping.h"
+#include "scan/escape_writer.h"
+#include "scan/keep.h"
 
 namespace kzv::url {
 namespace {
@@ -15,7 +16,7 @@ constexpr bool is_kept(std::uint8_t byte) {
   return kKept.find(static_cast<char>(byte)) != std::string_view::npos;
 }
 
-consteval scan::Escaping make_escaping(bool space_is_plus, bool escape_plus) {
+consteval scan::EscapeRules make_rules(bool space_is_plus, bool escape_plus) {
   const auto is_escaped = [=](std::uint8_t byte) {
     if (byte == ' ') return !space_is_plus;
     if (byte == '+') return escape_plus;
@@ -28,32 +29,36 @@ consteval scan::Escaping make_escaping(bool space_is_plus, bool escape_plus) {
 }
 
 // One for each value of the two option bits.
-constexpr std::array<scan::Escaping, 4> kEscapings = {make_escaping(false, false), make_escaping(true, true),
-                                                      make_escaping(false, true),
-                                                      make_escaping(false, false)};
+constexpr std::array<scan::EscapeRules, 4> kRules = {make_rules(false, false), make_rules(true, true),
+                                                     make_rules(false, true), make_rules(false, false)};
 
 }  // namespace
 
 std::size_t encode(ByteView input, std::uint32_t options, ByteBuffer output) {
   assert(output.size() >= encode_bound(input.size()));
-  return scan::write_escaped(input, kEscapings[options & (kSpaceIsPlus | kEscapePlus)], output);
+  return scan::write_escaped(input, kRules[options & (kSpaceIsPlus | kEscapePlus)], output);
 }
 
 namespace {
 
-// Of the "%" of a block, those that begin an escape: not those that another one takes for a digit. `taken`
-// are the first bytes that the block before took, and in the end those that this one takes of the next.
-std::uint64_t beginning(std::uint64_t percent_signs, std::uint64_t &taken) {
-  std::uint64_t escapes = percent_signs & ~taken;
-  if ((escapes & (escapes << 1 | escapes << 2)) != 0) {
+// Which "%" of a block begin an escape: those that are not one of the two digits of an escape before.
+//
+//   block             %  4  %  %  2  0  a  %
+//   percent_signs     1  .  1  1  .  .  .  1
+//   escapes           1  .  .  1  .  .  .  1
+//   digits            .  1  1  .  1  1  .  .     and in the next block the first two bytes: the carry
+std::uint64_t find_escapes(std::uint64_t percent_signs, std::uint64_t &digits_carry) {
+  std::uint64_t escapes = percent_signs & ~digits_carry;
+  const bool any_is_digit = (escapes & (escapes << 1 | escapes << 2)) != 0;
+  if (any_is_digit) {
     std::uint64_t left = std::exchange(escapes, 0);
     while (left != 0) {
-      const std::uint64_t first = left & (0 - left);
+      const std::uint64_t first = scan::lowest_bit(left);
       escapes |= first;
       left &= ~(first | first << 1 | first << 2);
     }
   }
-  taken = escapes >> 63 | escapes >> 62;
+  digits_carry = escapes >> 63 | escapes >> 62;
   return escapes;
 }
 
@@ -63,24 +68,23 @@ std::size_t decode(ByteView input, std::uint32_t options, ByteBuffer output) {
   static constexpr cpu::ByteSet kPercent = cpu::bytes_in("%");
   static constexpr cpu::ByteSet kPlus = cpu::bytes_in("+");
   constexpr std::uint8_t kFromPlusToSpace = 256 + ' ' - '+';
-  std::uint64_t taken = 0;
-  const auto choose = [&](scan::Piece &piece, scan::Masks &kept) {
-    scan::Masks marks;
+  std::uint64_t digits_carry = 0;
+  const auto choose = [&](scan::EditableChunk &chunk, scan::Masks &kept) {
+    scan::Masks masks;
     if ((options & kSpaceIsPlus) != 0) {
-      scan::find(piece, kPlus, marks);
-      cpu::level().add(piece.text, piece.blocks, marks.data(), 0, kFromPlusToSpace, piece.own());
+      chunk.find(kPlus, masks);
+      chunk.add(masks, 0, kFromPlusToSpace);
     }
-    scan::find(piece, kPercent, marks);
-    std::uint64_t any = 0;
-    for (std::size_t i = 0; i < piece.blocks; ++i) {
-      const std::uint64_t taken_before = taken;
-      marks[i] = beginning(marks[i], taken);
-      kept[i] = ~(marks[i] << 1 | marks[i] << 2 | taken_before);
-      any |= marks[i];
+    chunk.find(kPercent, masks);
+    std::uint64_t any_escape = 0;
+    for (std::size_t i = 0; i < chunk.blocks(); ++i) {
+      const std::uint64_t digits_before = digits_carry;
+      const std::uint64_t escapes = find_escapes(masks[i], digits_carry);
+      kept[i] = ~(escapes << 1 | escapes << 2 | digits_before);
+      masks[i] = escapes;
+      any_escape |= escapes;
     }
-    if (any == 0) return;
-    cpu::level().decode_escapes(piece.text, piece.blocks, marks.data(), piece.place);
-    piece.text = piece.place;
+    if (any_escape != 0) chunk.decode_escapes(masks);
   };
   return scan::keep(input, choose, output);
 }

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "scan/marks.h"
+#include "scan/keep.h"
 
 namespace kzv::yenc {
 namespace {
@@ -10,47 +10,61 @@ namespace {
 constexpr std::uint8_t kOffset = 42;
 constexpr std::uint8_t kEscapedOffset = 64;  // on top of the other
 
-// Of marks that each cancel one directly behind them, those that count: the first, third, ... of each run.
-// `carry` tells whether the last one of the block before counted.
-std::uint64_t counting(std::uint64_t marks, bool &carry) {
-  constexpr std::uint64_t kOdd = 0xAAAAAAAAAAAAAAAA;
-  if ((marks & (marks << 1 | scan::lowest_bit(carry))) == 0) {
-    // None is behind another: all count, and the next block need not wait for what follows.
-    carry = (marks >> 63) != 0;
-    return marks;
+// Which "=" of a block escape the byte after them: in each run of them the first, third, fifth and so on, for
+// the others are escaped themselves. All runs are decided at once. Adding its first bit to a run carries
+// through the run and sets the bit after it, so that the run's own bits become zero:
+//
+//   block               a  =  =  b  =  c  =  =  =  d
+//   signs               .  1  1  .  1  .  1  1  1  .
+//   starts              .  1  .  .  1  .  1  .  .  .
+//   odd places          .  1  .  1  .  1  .  1  .  1
+//   signs + starts at odd places
+//                       .  .  .  1  1  .  1  1  1  .
+//   odd_runs            .  1  1  .  .  .  .  .  .  .     the runs that start at odd places,
+//   escapes             .  1  .  .  1  .  1  .  1  .     of which the odd places escape; of the rest the even
+//
+// `carry` is whether the last byte of the block before escapes the first of this one.
+std::uint64_t find_escapes(std::uint64_t signs, std::uint64_t &carry) {
+  constexpr std::uint64_t kOddPlaces = 0xAAAAAAAAAAAAAAAA;
+  if ((signs & (signs << 1 | carry)) == 0) {
+    // Runs of one. This way the next block does not wait for the arithmetic on this one.
+    carry = signs >> 63;
+    return signs;
   }
-  marks &= ~scan::lowest_bit(carry);
-  const std::uint64_t starts = marks & ~(marks << 1);
-  // Added to a run, its start carries through and out of it.
-  const std::uint64_t runs_from_odd = marks & ~(marks + (starts & kOdd));
-  const std::uint64_t counted = (runs_from_odd & kOdd) | (marks & ~runs_from_odd & ~kOdd);
-  carry = (counted >> 63) != 0;
-  return counted;
+  signs &= ~carry;
+  const std::uint64_t starts = signs & ~(signs << 1);
+  const std::uint64_t odd_runs = signs & ~(signs + (starts & kOddPlaces));
+  const std::uint64_t escapes = (odd_runs & kOddPlaces) | (signs & ~odd_runs & ~kOddPlaces);
+  carry = escapes >> 63;
+  return escapes;
+}
+
+// Whether the last byte of the input escapes a byte that is missing: the "=" at the end are odd in number.
+bool ends_in_escape(ByteView input) {
+  const auto run_end =
+      std::find_if(input.rbegin(), input.rend(), [](std::uint8_t byte) { return byte != '='; });
+  return (run_end - input.rbegin()) % 2 != 0;
 }
 
 }  // namespace
 
 std::size_t decode(ByteView input, ByteBuffer output) {
-  static constexpr cpu::ByteSet kEscape = cpu::bytes_in("=");
-  bool carry = false;
-  const auto choose = [&](scan::Piece &piece, scan::Masks &kept) {
+  static constexpr cpu::ByteSet kSign = cpu::bytes_in("=");
+  std::uint64_t carry = 0;
+  const auto choose = [&](scan::EditableChunk &chunk, scan::Masks &kept) {
+    scan::Masks signs;
     scan::Masks escaped;
-    scan::find(piece, kEscape, kept);
-    for (std::size_t i = 0; i < piece.blocks; ++i) {
-      const bool first_is_escaped = carry;
-      const std::uint64_t escapes = counting(kept[i], carry);
-      escaped[i] = escapes << 1 | scan::lowest_bit(first_is_escaped);
+    chunk.find(kSign, signs);
+    for (std::size_t i = 0; i < chunk.blocks(); ++i) {
+      const std::uint64_t first_is_escaped = carry;
+      const std::uint64_t escapes = find_escapes(signs[i], carry);
+      escaped[i] = escapes << 1 | first_is_escaped;
       kept[i] = ~escapes;
     }
-    cpu::level().add(piece.text, piece.blocks, escaped.data(), 256 - kOffset, 256 - kEscapedOffset,
-                     piece.place);
-    piece.text = piece.place;
+    chunk.add(escaped, 256 - kOffset, 256 - kEscapedOffset);
   };
   std::size_t written = scan::keep(input, choose, output);
-  const auto last_run =
-      std::find_if(input.rbegin(), input.rend(), [](std::uint8_t byte) { return byte != '='; });
-  const bool nothing_follows = (last_run - input.rbegin()) % 2 != 0;
-  if (nothing_follows) output[written++] = static_cast<std::uint8_t>(0 - kOffset - kEscapedOffset);
+  if (ends_in_escape(input)) output[written++] = static_cast<std::uint8_t>(0 - kOffset - kEscapedOffset);
   return written;
 }
 

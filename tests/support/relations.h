@@ -17,6 +17,7 @@
 // leaves its input as it was.
 #pragma once
 
+#include <cstring>
 #include <limits>
 #include <optional>
 #include <stdexcept>

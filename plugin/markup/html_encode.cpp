@@ -1,0 +1,130 @@
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstring>
+#include <utility>
+
+#include "markup/entities.h"
+#include "markup/html.h"
+#include "scan/ascii.h"
+#include "scan/code_unit_tail.h"
+
+namespace kzv::html {
+namespace {
+
+static_assert(encode_bound(1) == kLongestReference);
+
+// Writes a code unit as `table` says, or as a reference if it is not in the table. Writes up to 16 bytes, of
+// which those returned count.
+std::size_t encode_unit(std::uint16_t unit, const WrittenTable &table, std::uint8_t *output) {
+  if (unit < table.size()) {
+    std::memcpy(output, &table[unit], sizeof(Written));
+    return table[unit].length;
+  }
+  const Entity *const entity = entity_of(unit);
+  if (entity == nullptr) return write_number(unit, reinterpret_cast<char *>(output));
+  std::memcpy(output, entity->reference.data(), kLongestReference);
+  return entity->length;
+}
+
+// Copies a block, narrowed to bytes, with the code units of `references` as `table` says. A copy of fixed
+// size is faster than one of the right size, so after each reference all of a block is copied and the next
+// reference overwrites what was too much:
+//
+//   narrowed      a b < c d            64 bytes and 64 more that may be read
+//   references    . . 1 . .
+//   output        a b < c d
+//                 a b & l t ; c d      the copy from "c" on, at its new place
+//
+// The output holds another block after the longest text. Returns the end of the text.
+std::uint8_t *copy_with_references(const CodeUnit *units, const std::uint8_t *narrowed,
+                                   std::uint64_t references, const WrittenTable &table, std::uint8_t *next) {
+  std::memcpy(next, narrowed, cpu::kBlock);
+  std::size_t done = 0;
+  for (; references != 0; references = scan::without_lowest(references)) {
+    const std::size_t at = scan::lowest_position(references);
+    next += at - done;
+    next += encode_unit(units[at].value, table, next);
+    done = at + 1;
+    std::memcpy(next, narrowed + done, cpu::kBlock);
+  }
+  return next + (cpu::kBlock - done);
+}
+
+constexpr bool is_ready(std::uint8_t byte) { return byte != 0 && byte < 0x80 && !is_markup(byte); }
+
+// The longest output of a block, and another block.
+constexpr std::size_t kBlockBound = encode_bound(cpu::kBlock) + cpu::kBlock;
+
+const WrittenTable &table_for(bool keep_ascii) {
+  return keep_ascii ? kWrittenKeepingAscii : kWrittenEncodingMarkup;
+}
+
+// Writes the first `count` code units of a block to an output of kBlockBound bytes. Returns the end.
+std::uint8_t *encode_block(const CodeUnit *units, std::size_t count, bool keep_ascii, std::uint8_t *next) {
+  static constexpr cpu::ByteSet kMarkup([](std::uint8_t byte) { return is_markup(byte); });
+  // With this many references, or in a short text, the copies after each take longer than single code units.
+  constexpr int kManyReferences = 16;
+  constexpr std::size_t kShort = 32;
+  const WrittenTable &table = table_for(keep_ascii);
+  std::array<std::uint8_t, 2 * cpu::kBlock> narrowed;
+  std::uint64_t references = 0;
+  cpu::level().narrow(units, 1, 0x80, narrowed.data(), &references);
+  if (!keep_ascii) {
+    std::uint64_t markup = 0;
+    cpu::level().find(narrowed.data(), 1, kMarkup, &markup);
+    references |= markup;
+  }
+  references &= scan::bits_below(count);
+  if (references == 0 || (std::popcount(references) < kManyReferences && count > kShort)) {
+    return copy_with_references(units, narrowed.data(), references, table, next) - (cpu::kBlock - count);
+  }
+  for (std::size_t i = 0; i < count; ++i) next += encode_unit(units[i].value, table, next);
+  return next;
+}
+
+// Writes less than a block by way of a buffer of kBlockBound bytes. Returns the end.
+std::uint8_t *encode_tail(CodeUnitView text, bool keep_ascii, std::uint8_t *next) {
+  scan::CodeUnitBlock units;
+  std::array<std::uint8_t, kBlockBound> written;
+  scan::load_tail(text, units);
+  const std::uint8_t *const end = encode_block(units.data(), text.size(), keep_ascii, written.data());
+  return std::copy(std::as_const(written).data(), end, next);
+}
+
+}  // namespace
+
+CodeUnitView without_mark(CodeUnitView text) {
+  const bool has_mark = !text.empty() && (text[0].value == 0xFEFF || text[0].value == 0xFFFE);
+  return has_mark ? text.subspan(1) : text;
+}
+
+// Blocks while the longest output of one is left, then the tail if its longest output is left, and otherwise
+// single code units.
+Progress encode(CodeUnitView text, bool keep_ascii, ByteBuffer output) {
+  std::size_t consumed = 0;
+  std::uint8_t *next = output.data();
+  const std::uint8_t *const limit = next + output.size();
+  const auto left = [&] { return static_cast<std::size_t>(limit - next); };
+  for (; text.size() - consumed >= cpu::kBlock && left() >= kBlockBound; consumed += cpu::kBlock) {
+    next = encode_block(text.data() + consumed, cpu::kBlock, keep_ascii, next);
+  }
+  const std::size_t tail = text.size() - consumed;
+  if (tail < cpu::kBlock && left() >= encode_bound(tail)) {
+    next = encode_tail(text.subspan(consumed), keep_ascii, next);
+    consumed = text.size();
+  }
+  while (consumed < text.size() && left() >= kLongestReference) {
+    std::array<std::uint8_t, sizeof(Written)> written;
+    const std::size_t length = encode_unit(text[consumed++].value, table_for(keep_ascii), written.data());
+    std::memcpy(next, written.data(), length);
+    next += length;
+  }
+  return {consumed, static_cast<std::size_t>(next - output.data())};
+}
+
+bool is_html_ready(ByteView bytes) {
+  return none_of_bytes(bytes, [](std::uint8_t byte) { return !is_ready(byte); });
+}
+
+}  // namespace kzv::html

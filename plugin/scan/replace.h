@@ -1,0 +1,63 @@
+// Replacing spans of a text by one byte or by nothing, from left to right.
+#pragma once
+
+#include "scan/keep.h"
+
+namespace kzv::scan {
+
+// What becomes of a span that begins at a given position and ends before `end`: one byte, or nothing.
+struct Replacement {
+  std::size_t end;
+  bool kept;
+  std::uint8_t byte;
+};
+constexpr Replacement replaced_by(std::uint8_t byte, std::size_t end) { return {end, true, byte}; }
+constexpr Replacement dropped(std::size_t end) { return {end, false, 0}; }
+
+// Replaces the spans that begin in one block of a chunk and returns the bytes to keep. A span may begin at
+// each byte of `starts`, except within the span before; `replace(position)` returns what becomes of it.
+// `done` is the end of the last span, which may lie in a later block. Here "\n" and "\\" become LF and "\":
+//
+//   block           a  \  n  b  \  \  n  c
+//   starts          .  1  .  .  1  1  .  .
+//   spans           .  1  1  .  1  1  .  .      the third "\" is within a span, so it starts none
+//   written            LF       \        (each over the first byte of its span)
+//   kept            1  1  .  1  1  .  1  1      a LF b \ n c
+template <typename Replace>
+std::uint64_t replace_in_block(EditableChunk &chunk, std::size_t i, std::uint64_t starts, std::size_t &done,
+                               Replace replace) {
+  const std::size_t base = chunk.block_start(i);
+  std::uint64_t kept = done > base ? bits_from(done - base) : kAllBits;
+  std::uint64_t left = kept & starts;
+  if (left == 0) return kept;
+  std::uint8_t *const block = chunk.writable_block(i);
+  while (left != 0) {
+    const unsigned start = lowest_position(left);
+    const Replacement replacement = replace(base + start);
+    done = replacement.end;
+    block[start] = replacement.byte;
+    const std::uint64_t span = bits_below(done - base) & bits_from(start);
+    kept &= ~span | bit_if(replacement.kept) << start;
+    // Only a start within this span makes the search for the next wait for the span's end.
+    left = without_lowest(left);
+    if ((left & span) != 0) left &= ~span;
+  }
+  return kept;
+}
+
+// Replaces the spans of a whole text that begin with a byte of `set`, which is never zero. The output holds
+// as many bytes as the input; returns the number written.
+template <typename Replace>
+std::size_t replace_spans(ByteView input, const cpu::ByteSet &set, Replace replace, ByteBuffer output) {
+  Masks starts;
+  std::size_t done = 0;
+  const auto choose = [&](EditableChunk &chunk, Masks &kept) {
+    chunk.find(set, starts);
+    for (std::size_t i = 0; i < chunk.blocks(); ++i) {
+      kept[i] = replace_in_block(chunk, i, starts[i], done, replace);
+    }
+  };
+  return keep(input, choose, output);
+}
+
+}  // namespace kzv::scan
