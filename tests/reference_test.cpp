@@ -39,7 +39,7 @@ TEST(Reference, HasAllTopicsOfEveryFunction) {
   for (const Section &section : all_sections()) {
     EXPECT_TRUE(section.sentence.ends_with('.')) << section.name << ": " << section.sentence;
     EXPECT_GE(section.examples.size(), 2U) << section.name;
-    for (const char *const topic : {"- **Reads** ", "- **Gives** ", "- **Nil or empty** "}) {
+    for (const char *const topic : {"- **Reads** ", "- **Returns** ", "- **Nil or empty** "}) {
       EXPECT_NE(section.text.find(topic), std::string_view::npos) << section.name << " lacks " << topic;
     }
   }
