@@ -29,7 +29,7 @@ inline std::string contents(const std::filesystem::path &path) {
 inline Outcome shell(const std::string &command) {
   std::string errors = (std::filesystem::temp_directory_path() / "kzv-test-XXXXXX").string();
   close(mkstemp(errors.data()));
-  FILE *const pipe = popen(("exec </dev/null 2>" + errors + "\n" + command).c_str(), "r");
+  FILE *const pipe = popen(("exec </dev/null 2>'" + errors + "'\n" + command).c_str(), "r");
   if (pipe == nullptr) throw std::runtime_error("cannot run " + command);
   Outcome outcome{};
   std::array<char, 4096> chunk{};
