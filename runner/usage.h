@@ -20,7 +20,7 @@ enum class Takes { kNothing, kArguments, kFunction, kFile, kEncoding, kHostVersi
 // An option or a command; NAME is any function's.
 struct Row {
   std::string_view name;
-  std::string_view value;  // what the help calls that which comes after it
+  std::string_view value;  // the help's name for what comes after it
   Takes takes;
   std::string_view sentence;
   void (*set)(Options &options, const std::string &value);  // null if it does not change the options

@@ -61,8 +61,8 @@ std::string read_hex(const Parameter &parameter, std::string_view digits) {
   return bytes;
 }
 
-// The bytes of a string or memory block; nothing for nil. Only a file can be too long: the system limits
-// words.
+// The bytes of a string or memory block; nothing for nil. Only what is read
+// from a file or standard input can be too long: the system limits the length of words.
 std::optional<std::string> read_bytes(const Parameter &parameter, const std::string &word,
                                       REALencoding label) {
   constexpr std::string_view kFile = "file:";
