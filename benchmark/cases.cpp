@@ -33,7 +33,7 @@ const std::vector<std::size_t> kLetterCounts = {24, 1000, 16000};
 const std::vector<std::size_t> kNumber = {sizeof(double)};
 
 // Kinds of one text, drawn from pieces or made otherwise, with further arguments behind it.
-Kind made(const char *name, REALencoding encoding, std::function<std::string(std::size_t)> make,
+Kind made(const char *name, REALencoding encoding, const std::function<std::string(std::size_t)> &make,
           const Arguments &further = {}, std::vector<std::string> unfit = {}) {
   const auto arguments = [=](std::size_t size) {
     Arguments all = {Text{make(size), encoding}};
@@ -61,7 +61,8 @@ constexpr auto kFirst = [](std::size_t) { return std::size_t{0}; };
 constexpr auto kMiddle = [](std::size_t size) { return size / 2; };
 constexpr auto kLast = [](std::size_t size) { return size - 1; };
 
-Kind pair(const char *name, std::function<Pair(std::size_t)> make, REALencoding encoding = kEncodingUTF8) {
+Kind pair(const char *name, const std::function<Pair(std::size_t)> &make,
+          REALencoding encoding = kEncodingUTF8) {
   return {name, [=](std::size_t size) {
             const auto [a, b] = make(size);
             return Arguments{in_encoding({a}, encoding), in_encoding({b}, encoding)};

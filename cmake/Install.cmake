@@ -1,6 +1,6 @@
-# What installing puts where.
+# What is installed, and where.
 
-# The prefix may be told as late as at installing.
+# The prefix may be given as late as to cmake --install.
 install(CODE "
   set(plugin_folder ${KZV_PLUGIN_FOLDER})
   set(zsh_folder site-functions)
@@ -11,13 +11,13 @@ install(CODE "
 install(TARGETS kzvstrings LIBRARY DESTINATION "\${plugin_folder}"
   PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 
-# The folder keeps its shape, for the files link to one another.
+# The layout of the folder is kept, because the files link to one another.
 set(documents ${CMAKE_INSTALL_DOCDIR}/docs)
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES docs/functions.md docs/design.md docs/speed.svg DESTINATION ${documents})
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} RENAME copyright)
 
-# All that has to be built before.
+# All that has to be built before installation.
 add_custom_target(to_install DEPENDS kzvstrings)
 
 if(TARGET reference_html)
@@ -32,7 +32,7 @@ if(TARGET kzv)
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME kzv)
   install(FILES ${PROJECT_BINARY_DIR}/kzv.zsh
     DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/\${zsh_folder}" RENAME _kzv)
-  # The runner contains these libraries, whose licences want to be told with it.
+  # The runner contains these libraries, whose licences have to be distributed with it.
   foreach(library libcli11-dev nlohmann-json3-dev)
     install(FILES /usr/share/doc/${library}/copyright
       DESTINATION ${CMAKE_INSTALL_DOCDIR}/licences RENAME ${library})

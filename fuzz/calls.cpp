@@ -18,8 +18,8 @@
 
 #include "call.h"
 #include "encodings.h"
+#include "host.h"
 #include "plugin_file.h"
-#include "services.h"
 
 namespace kzv::host {
 namespace {

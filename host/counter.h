@@ -1,5 +1,4 @@
-// A number that threads count up and down together; as long as there is one thread only, without the price of
-// it.
+// A number that several threads add to; without atomic operations for as long as the process has one thread.
 #pragma once
 
 #include <atomic>
@@ -10,7 +9,7 @@ namespace kzv::host {
 
 class Counter {
  public:
-  // Adds and returns what there was before.
+  // Adds, and returns the value before.
   std::int64_t add(std::int64_t amount) {
     if (__libc_single_threaded == 0) return value_.fetch_add(amount);
     const std::int64_t before = value_.load(std::memory_order_relaxed);

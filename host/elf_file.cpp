@@ -17,10 +17,10 @@ namespace {
 constexpr unsigned char kOurByteOrder =
     std::endian::native == std::endian::little ? ELFDATA2LSB : ELFDATA2MSB;
 
-// No table of a library comes near this; a damaged file may claim any size.
+// No table of a library is nearly as large; a damaged file may claim any size.
 constexpr std::size_t kLargestTable = 64 << 20;
 
-// Both widths begin alike, up to and including the machine.
+// Headers of both widths are the same up to and including the machine.
 constexpr std::size_t kHeadSize = offsetof(Elf32_Ehdr, e_version);
 
 unsigned char identity(const std::string &head, std::size_t index) {
@@ -41,14 +41,14 @@ std::string name_of_machine(std::uint16_t machine) {
   }
 }
 
-// The text that begins at `start`; one that does not end with a zero is none.
+// The zero-terminated text at `start`; empty if the terminator is missing.
 std::string_view text_at(std::string_view bytes, std::size_t start) {
   if (start >= bytes.size()) return {};
   const std::size_t end = bytes.find('\0', start);
   return end == std::string_view::npos ? std::string_view{} : bytes.substr(start, end - start);
 }
 
-// Takes the first `size` bytes and the padding behind them; nothing when there are not so many.
+// Takes the first `size` bytes and the padding after them; nothing when there are fewer.
 std::optional<std::string_view> take(std::string_view &bytes, std::size_t size, std::size_t alignment) {
   if (size > bytes.size()) return std::nullopt;
   const std::string_view taken = bytes.substr(0, size);
@@ -76,11 +76,11 @@ ElfFile::ElfFile(const fs::path &path) : path_(path) {
   const fs::file_status status = fs::status(path, error);
   if (fs::is_directory(status)) fail("it is a directory");
   if (error || access(path.c_str(), R_OK) != 0) fail(std::strerror(error ? error.value() : errno));
-  if (!fs::is_regular_file(status)) fail("it is no file but a device or a pipe");
+  if (!fs::is_regular_file(status)) fail("it is a device or a pipe");
   size_ = fs::file_size(path);
   stream_.open(path, std::ios::binary);
   if (size_ >= SELFMAG) head_ = read({0, std::min<std::uint64_t>(size_, kHeadSize)});
-  if (!head_.starts_with(ELFMAG)) fail("it is no library (no ELF file)");
+  if (!head_.starts_with(ELFMAG)) fail("it is not a library (not an ELF file)");
   if (head_.size() < kHeadSize) fail("the file is cut short; copy it again");
   const unsigned char width = identity(head_, EI_CLASS);
   const unsigned char order = identity(head_, EI_DATA);
@@ -137,7 +137,7 @@ void ElfFile::read_parts() {
 
 void ElfFile::need_parts() {
   if (sections_) return;
-  if (identity(head_, EI_DATA) != kOurByteOrder) fail("it is for a processor with the other order of bytes");
+  if (identity(head_, EI_DATA) != kOurByteOrder) fail("it is for a processor with the other byte order");
   if (is_64_bit()) {
     read_parts<Elf64_Ehdr, Elf64_Shdr, Elf64_Phdr>();
   } else {

@@ -1,4 +1,4 @@
-// A library's file read as data, of either width: nothing in it is loaded, run or trusted.
+// The file of a library of either width, read as data: nothing in it is loaded, run or trusted.
 #pragma once
 
 #include <cstdint>
@@ -25,13 +25,13 @@ class ElfFile {
   // "64-bit x86-64", "32-bit x86" and the like.
   std::string architecture() const;
 
-  // Whether all is there that the file says it has: the dynamic linker would crash on a file that ends too
-  // early. Of a file in the other byte order only the architecture can be told.
+  // Throws for a file that ends before what its tables promise: the dynamic linker would crash on it. Of a
+  // file in the other byte order only the architecture can be read.
   void check_complete();
 
   bool exports(std::string_view symbol);
 
-  // The text of the note that `owner` left in the file.
+  // The text of the file's note whose owner is `owner`.
   std::optional<std::string> note(std::string_view owner);
 
  private:
@@ -61,7 +61,7 @@ class ElfFile {
   std::filesystem::path path_;
   std::ifstream stream_;
   std::uint64_t size_ = 0;
-  std::string head_;  // as much of the header as both widths have alike
+  std::string head_;  // the part of the header that is the same in both widths
   std::optional<std::vector<Part>> sections_;
   std::vector<Part> segments_;
 };

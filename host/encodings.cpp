@@ -29,7 +29,7 @@ constexpr std::array<Encoding, 8> kEncodings = {{
     {kEncodingBytes, "bytes", nullptr, 1},
 }};
 
-// One direction of iconv; opening it costs more than most conversions, so each thread keeps its own.
+// One direction of iconv. Opening it costs more than most conversions, so each thread keeps those it opened.
 class Converter {
  public:
   Converter(const char *to, const char *from) : handle_(iconv_open(to, from)) {
@@ -42,8 +42,8 @@ class Converter {
   Converter &operator=(const Converter &) = delete;
   ~Converter() { iconv_close(handle_); }
 
-  // Converts `text`. In the place of each `unit` bytes that iconv refuses it puts `substitute`; without one
-  // there is no result then.
+  // Converts `text`. Each `unit` bytes that iconv rejects become `substitute`; without a substitute there is
+  // then nothing to return.
   std::optional<std::string> run(std::string_view text, std::size_t unit,
                                  std::optional<std::string_view> substitute) {
     std::string output;
@@ -63,12 +63,12 @@ class Converter {
   }
 
  private:
-  // Converts up to one chunk; returns why iconv stopped, 0 when all is converted.
+  // Converts up to one chunk; returns the error at which iconv stopped, or 0.
   int step(char *&input, std::size_t &left, std::string &output) {
     std::array<char, 4096> chunk;
     char *next = chunk.data();
-    std::size_t room = chunk.size();
-    const bool failed = iconv(handle_, &input, &left, &next, &room) == static_cast<std::size_t>(-1);
+    std::size_t space = chunk.size();
+    const bool failed = iconv(handle_, &input, &left, &next, &space) == static_cast<std::size_t>(-1);
     const int error = failed ? errno : 0;
     output.append(chunk.data(), next);
     return error;
@@ -94,18 +94,18 @@ std::string letters_and_digits(std::string_view name) {
 
 constexpr char32_t kReplacementCharacter = 0xFFFD;
 
-// iconv has two characters of Mac OS Roman as older revisions of that set had them.
+// iconv maps two characters of Mac OS Roman as older revisions of that set did.
 struct Revised {
   char32_t iconvs;
   char32_t actual;
 };
 constexpr std::array<Revised, 2> kRevisedMacRoman = {{{0x394, 0x2206}, {0xE01E, 0xF8FF}}};
 
-// iconv drops tag characters on the way to an 8-bit set, as if they were none.
+// iconv drops tag characters in a conversion to an 8-bit set.
 constexpr bool is_tag(char32_t character) { return character >= 0xE0000 && character <= 0xE007F; }
 
-// Characters as iconv has to see them to write `target`: what it would get wrong is replaced, by U+FFFD where
-// the target does not hold it.
+// Prepares characters for iconv, so that it writes `target` correctly: a revised character becomes the one
+// that iconv knows, and one that the target cannot represent becomes U+FFFD.
 void prepare_for(const Encoding &target, std::u32string &characters) {
   for (char32_t &character : characters) {
     if (target.unit == 1 && target.number != kEncodingUTF8 && is_tag(character))
@@ -121,7 +121,7 @@ void prepare_for(const Encoding &target, std::u32string &characters) {
   }
 }
 
-// Characters as they are, of those that iconv read from `source`.
+// Corrects characters that iconv has read from `source`.
 void correct_from(const Encoding &source, std::u32string &characters) {
   if (source.number != kEncodingMacRoman) return;
   for (char32_t &character : characters) {
@@ -161,10 +161,10 @@ std::optional<std::string> convert(std::string_view text, REALencoding from, REA
   if (from == to || source->charset == nullptr || target->charset == nullptr) return std::string(text);
   // Most text needs neither corrections nor substitutes.
   if (is_unicode(*target) && source->number != kEncodingMacRoman) {
-    auto straight = converter(target->charset, source->charset).run(text, source->unit, std::nullopt);
-    if (straight) return straight;
+    auto direct = converter(target->charset, source->charset).run(text, source->unit, std::nullopt);
+    if (direct) return direct;
   }
-  // By way of UTF-32, so that what is malformed and what cannot be held are told apart.
+  // By way of UTF-32, which separates malformed input from characters that the target cannot represent.
   const std::string_view replacement(reinterpret_cast<const char *>(&kReplacementCharacter),
                                      sizeof kReplacementCharacter);
   const auto read = converter(kUTF32, source->charset).run(text, source->unit, replacement);

@@ -10,12 +10,12 @@
 
 namespace kzv::host {
 
-// The host's own encoding besides those of the binary contract.
+// An encoding of the host that the binary contract does not name.
 inline constexpr REALencoding kEncodingISO8859_1 = 0x201;
 
 struct Encoding {
   REALencoding number;
-  const char *name;     // as a person types it
+  const char *name;     // as users type it
   const char *charset;  // as iconv calls it; null for bytes without an encoding
   std::size_t unit;     // bytes
 };
@@ -24,9 +24,9 @@ std::span<const Encoding> encodings();
 const Encoding *find_encoding(REALencoding number);
 const Encoding *find_encoding(std::string_view name);  // only its letters and digits count
 
-// Converts text. What is malformed becomes U+FFFD, unit by unit; a character that `to` cannot hold becomes
-// "?"; a byte-order mark is a character like any other. What is in `to` already stays as it is. Bytes without
-// an encoding pass as they stand, in both directions. Nothing when either encoding is unknown.
+// Converts text. Each malformed code unit becomes U+FFFD; a character that `to` cannot represent becomes "?";
+// a byte-order mark is a character like any other. Text that is in `to` already is not changed, nor are bytes
+// without an encoding, in either direction. Nothing when either encoding is unknown.
 std::optional<std::string> convert(std::string_view text, REALencoding from, REALencoding to);
 
 }  // namespace kzv::host

@@ -24,7 +24,7 @@ void Host::start(void (*plugin_main)(REALresolver), REALresolver resolver) {
 
 String Host::accept(REALstringStruct *result) {
   if (result == nullptr || result->references.pass_to_host(ledger.strings)) return String(result);
-  // A plugin that cannot lock strings hands back its argument without a reference: that is the host's doing.
+  // A plugin that cannot lock strings returns its argument without a reference: not a fault of the plugin.
   if (!keeps_strings() && !withholds("REALLockString")) {
     ledger.add_fault("the plugin returned a string it did not hold");
   }

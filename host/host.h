@@ -1,4 +1,4 @@
-// The in-process host: stands in the host's place for the runner, the tests and the benchmarks.
+// The in-process host: takes the host's part for the runner, the tests and the benchmarks.
 #pragma once
 
 #include <cassert>
@@ -16,41 +16,40 @@
 #include "abi.h"
 #include "ledger.h"
 #include "objects.h"
-#include "services.h"
 
 namespace kzv::host {
 
 // What one service does wrong.
 struct Misbehaviour {
   enum class Kind : std::uint8_t {
-    // Any service can throw; one that takes something back does so first.
+    // Any service can throw; one that releases something does so first.
     kThrowBadAlloc,
     kThrowOther,
-    // Only those services can do these that give an answer, a length or bytes.
+    // These are for services that return an answer, a length or bytes.
     kRefuse,          // null, false or 0
     kNegativeLength,  // -1
-    kHugeLength,      // 2^31, for whoever takes lengths to be unsigned
+    kHugeLength,      // -2^31, which is 2^31 to a caller that takes lengths to be unsigned
     kNoBytes,         // a null pointer in place of bytes, with a length
   };
 
   std::string service;  // empty: any
   Kind kind = Kind::kThrowBadAlloc;
   int calls_left = 1;     // it happens at the call that brings this to 0
-  bool for_good = false;  // and at every one behind it
+  bool for_good = false;  // and at every call after that
 };
 
-// What a misbehaving service throws that is no std::bad_alloc. It has nothing to do with the standard
-// library.
+// What a misbehaving service throws instead of std::bad_alloc: a type that the standard library does not
+// know.
 struct HostFailure {
   std::string service;
 };
 
 struct Settings {
-  std::optional<double> version = 2013.03;  // nothing: the host does not tell its version
+  std::optional<double> version = 2013.03;  // empty: the host does not report its version
   bool in_runtime = false;
   std::set<std::string, std::less<>> withheld;  // services and classes that the host does not have, by name
   std::optional<Misbehaviour> misbehaviour;
-  int silent_look_ups = 0;  // so many questions for a service are answered with null, whatever they ask for
+  int silent_look_ups = 0;  // so many look-ups of a service return null, whichever they ask for
 };
 
 // One registered function.
@@ -72,7 +71,7 @@ struct ReleaseReference {
     release(object);
   }
 };
-// References of the host's own; null is the empty string, or no block.
+// References of the host's own; null is the empty string, or no memory block.
 using String = std::unique_ptr<REALstringStruct, ReleaseReference>;
 using Object = std::unique_ptr<REALobjectStruct, ReleaseReference>;
 using MemoryBlock = std::unique_ptr<REALmemoryBlockStruct, ReleaseReference>;
@@ -80,18 +79,32 @@ using MemoryBlock = std::unique_ptr<REALmemoryBlockStruct, ReleaseReference>;
 String new_string(std::string_view bytes, REALencoding encoding);
 MemoryBlock new_memory_block(std::string_view bytes);
 
-// Several hosts can live in one process, each with plugin instances of its own. The services are plain
-// functions: they serve the host whose call runs on their thread.
+// The services as a plugin sees them: plain functions, looked up by name. They serve the host whose call runs
+// on their thread.
+struct Services {
+  // The resolver that a plugin receives.
+  static void *resolve(const char *name);
+
+  // Every service by name.
+  static std::vector<std::string_view> names();
+
+ private:
+  struct Functions;
+  struct Entry;
+  static const Entry kTable[];
+};
+
+// Several hosts can live in one process, each with plugin instances of its own.
 class Host {
  public:
   explicit Host(Settings initial = {}) : settings(std::move(initial)) {}
   Host(const Host &) = delete;
   Host &operator=(const Host &) = delete;
 
-  // Does what a host does right after loading a library. The resolver is the services' own, or one around it.
+  // What a host does right after loading a library. The resolver is that of Services, or one that wraps it.
   void start(void (*plugin_main)(REALresolver), REALresolver resolver = Services::resolve);
 
-  // Calls a registered function. A string or memory block comes back as a reference of the host's own.
+  // Calls a registered function. A string or memory block is returned as a reference of the host's own.
   template <typename Result, typename... Parameters, typename... Arguments>
   auto call(Result (*function)(Parameters...), Arguments... arguments) {
     const Scope scope(*this);
@@ -136,15 +149,14 @@ class Host {
     assert(current_ != nullptr);
     return *current_;
   }
-  // The same; the service throws here if it is its turn.
+  // The same, but throws if the named service is to misbehave now by throwing.
   static Host &serving(const char *service) {
     Host &host = serving();
     host.misbehaves(service);
     return host;
   }
 
-  // What a service that is `able` to do more than throw does wrong in this call; it throws here if that is
-  // it.
+  // How a service misbehaves in this call, of those ways that it is `able` to; throws if it is to throw.
   using Kinds = std::initializer_list<Misbehaviour::Kind>;
   std::optional<Misbehaviour::Kind> misbehaves(const char *service, Kinds able = {}) {
     return settings.misbehaviour ? misbehaves_now(service, able) : std::nullopt;
@@ -154,7 +166,7 @@ class Host {
   bool withholds(std::string_view service) const {
     return !settings.withheld.empty() && settings.withheld.contains(service);
   }
-  // A host that takes no references back keeps what it hands out until its own end.
+  // A host without the releasing service owns all that it hands out, until its own end.
   bool keeps_strings() const { return withholds("REALUnlockString"); }
   bool keeps_objects() const { return withholds("REALUnlockObject"); }
 

@@ -13,10 +13,10 @@ std::string Ledger::report() const {
   std::string text;
   for (const Account *account : {&strings, &objects, &records}) {
     const std::int64_t taken = account->taken.value();
-    const std::int64_t given_back = account->given_back.value();
-    if (taken == given_back) continue;
+    const std::int64_t released = account->released.value();
+    if (taken == released) continue;
     text += std::string(account->name) + ": " + std::to_string(taken) + " taken, " +
-            std::to_string(given_back) + " given back\n";
+            std::to_string(released) + " released\n";
   }
   const std::lock_guard lock(mutex_);
   for (const std::string &fault : faults_) text += fault + '\n';

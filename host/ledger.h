@@ -1,4 +1,4 @@
-// What a plugin took from the host and what it gave back.
+// What a plugin took from the host and what it released.
 #pragma once
 
 #include <mutex>
@@ -16,16 +16,16 @@ class Ledger {
   struct Account {
     const char *name;
     Counter taken{};
-    Counter given_back{};
+    Counter released{};
   };
   Account strings{"string references"};
   Account objects{"object references"};
   Account records{"string-data records"};
 
-  // Something that a plugin must never do, such as giving back what it does not hold.
+  // Something that a plugin must never do, such as releasing what it does not hold.
   void add_fault(std::string fault);
 
-  // Whether everything that was taken has been given back, and no fault was seen. Ask between calls.
+  // Whether everything that was taken has been released, and no fault was seen. For use between calls.
   bool balanced() const { return report().empty(); }
 
   // What is wrong, in words; empty when balanced.

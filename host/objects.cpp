@@ -7,12 +7,12 @@
 namespace kzv::host {
 namespace {
 
-constexpr std::uint32_t kLiveMark = 0x53545247;
+constexpr std::uint32_t kSignature = 0x53545247;
 
 REALstringStruct *place_string(void *memory, const std::uint8_t *text, std::size_t length,
                                REALencoding encoding) {
   auto *const s = new (memory) REALstringStruct{};
-  s->head.mark = kLiveMark;
+  s->head.signature = kSignature;
   s->head.buffer = text - kStringTextOffset;
   s->head.length = static_cast<std::int32_t>(length);
   s->encoding = encoding;
@@ -34,24 +34,22 @@ void References::take_for_plugin(Ledger::Account &account) {
   account.taken.add(1);
 }
 
-bool References::give_up(Ledger::Account &account) {
+bool References::pass_to_host(Ledger::Account &account) {
   if (of_plugin_.add(-1) < 1) {
     of_plugin_.add(1);
     return false;
   }
-  account.given_back.add(1);
+  account.released.add(1);
   return true;
 }
 
 bool References::drop_for_plugin(Ledger &ledger, Ledger::Account &account) {
-  if (!give_up(account)) {
-    ledger.add_fault(std::string("the plugin gave back more ") + account.name + " than it took");
+  if (!pass_to_host(account)) {
+    ledger.add_fault(std::string("the plugin released more ") + account.name + " than it took");
     return false;
   }
   return drop_for_host();
 }
-
-bool References::pass_to_host(Ledger::Account &account) { return give_up(account); }
 
 REALstringStruct *make_string(std::string_view bytes, REALencoding encoding) {
   constexpr std::size_t kTerminator = 4;  // enough for text of any unit width

@@ -12,21 +12,19 @@
 
 namespace kzv::host {
 
-// The references to one object. Those that the plugin holds are counted apart, so that a plugin which gives
-// back more than it took is found out instead of pulling the object away from under the host.
+// The references to one object. Those that the plugin holds are counted apart, so that a plugin which
+// releases more than it took is reported, and the object of the host is not freed.
 class References {
  public:
   void take_for_host() { all_.add(1); }
   void take_for_plugin(Ledger::Account &account);
-  // Both tell whether this was the last reference.
+  // Both return whether this was the last reference.
   [[nodiscard]] bool drop_for_host() { return all_.add(-1) == 1; }
   [[nodiscard]] bool drop_for_plugin(Ledger &ledger, Ledger::Account &account);
   // The plugin's reference becomes the host's, as when a function returns it; false when the plugin has none.
   [[nodiscard]] bool pass_to_host(Ledger::Account &account);
 
  private:
-  [[nodiscard]] bool give_up(Ledger::Account &account);
-
   Counter all_;
   Counter of_plugin_;
 };
@@ -35,7 +33,7 @@ class References {
 
 // What older plugins read of a string comes first; `buffer` is unaligned on 64-bit builds.
 struct [[gnu::packed]] StringHead {
-  std::uint32_t mark;
+  std::uint32_t signature;
   const std::uint8_t *buffer;
 #if !defined(__LP64__)
   std::uint32_t unused;
@@ -50,11 +48,11 @@ struct REALstringStruct {
   REALencoding encoding;
   kzv::host::References references;
 
-  // Null where the object tells of no bytes.
+  // Null where the object has no bytes.
   const std::uint8_t *text() const {
     return head.buffer == nullptr ? nullptr : head.buffer + kStringTextOffset;
   }
-  // Nothing where the object tells a length that cannot be.
+  // Empty where the object reports a length that is not possible.
   std::string_view bytes() const {
     if (head.buffer == nullptr || head.length < 0) return {};
     return {reinterpret_cast<const char *>(text()), static_cast<std::size_t>(head.length)};
@@ -73,7 +71,7 @@ struct REALobjectStruct {
   std::int32_t error_number = -1;
 };
 
-// A block is an object too, at the same address: plugins lock and unlock it as one.
+// A memory block is an object too, at the same address: plugins lock and unlock it as one.
 struct REALmemoryBlockStruct final : REALobjectStruct {
   explicit REALmemoryBlockStruct(std::string content)
       : REALobjectStruct("MemoryBlock"), bytes(std::move(content)) {}
@@ -83,8 +81,8 @@ struct REALmemoryBlockStruct final : REALobjectStruct {
 
 namespace kzv::host {
 
-// A string object with one reference of the host's: it holds a copy of the bytes with four zero bytes behind,
-// or refers to `lent` bytes that must outlive it.
+// A string object with one reference of the host's: it holds a copy of the bytes, terminated by four zero
+// bytes, or refers to `lent` bytes that must outlive it.
 REALstringStruct *make_string(std::string_view bytes, REALencoding encoding);
 REALstringStruct *make_string_of_lent(std::string_view lent, REALencoding encoding);
 

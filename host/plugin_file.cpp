@@ -27,11 +27,11 @@ void check(const fs::path &path) {
 }
 
 void *open_library(const fs::path &path) {
-  // A bare name would be searched for in the system's folders.
+  // dlopen searches the system's folders for a name without a slash.
   return dlopen(fs::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL);
 }
 
-// The dynamic linker loads a file once: an instance of one's own takes a file of one's own.
+// The dynamic linker loads a file once: another instance needs another file.
 void *open_copy(const fs::path &path) {
   std::string folder = (fs::temp_directory_path() / "kzv-XXXXXX").string();
   if (mkdtemp(folder.data()) == nullptr)
@@ -58,7 +58,7 @@ PluginFile::PluginFile(const fs::path &path, Instance instance) : path_(path) {
   main_ = reinterpret_cast<Main>(dlsym(handle_.get(), kEntryName));
   if (main_ == nullptr) {
     throw LoadError("cannot load " + shown(path.string()) + ": it has no symbol " + kEntryName +
-                    ", so it is no plugin (" + shown(last_dl_error()) + ")");
+                    ", so it is not a plugin (" + shown(last_dl_error()) + ")");
   }
 }
 

@@ -1,4 +1,4 @@
-// A plugin's library file: looked at, and loaded.
+// A plugin's library file, checked and loaded.
 #pragma once
 
 #include <filesystem>
@@ -13,12 +13,12 @@ namespace kzv::host {
 // The one symbol that every plugin exports.
 inline constexpr char kEntryName[] = "REALPluginMain";
 
-// A loaded plugin, unloaded at the end. Throws LoadError.
+// A loaded plugin, unloaded by the destructor. Throws LoadError.
 class PluginFile {
  public:
   enum class Instance : std::uint8_t {
     kShared,  // the one that this process has of the file
-    kOwn,     // one more, with state of its own
+    kOwn,     // another one, with its own state
   };
   explicit PluginFile(const std::filesystem::path &path, Instance instance = Instance::kShared);
 
@@ -37,7 +37,7 @@ class PluginFile {
   Main main_ = nullptr;
 };
 
-// As ElfFile tells it of a plugin's file.
+// In the form of ElfFile::architecture.
 std::string architecture_of_this_process();
 
 }  // namespace kzv::host

@@ -1,5 +1,3 @@
-#include "services.h"
-
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -10,7 +8,7 @@
 
 namespace kzv::host {
 
-// One function a service. They are members so that they may look into the host that they serve.
+// One function for each service. They are members so that they can access the host that they serve.
 struct Services::Functions {
   static void RegisterPluginVersion(std::int32_t version) {
     Host::serving("RegisterPluginVersion").interface_version_ = version;
@@ -31,12 +29,12 @@ struct Services::Functions {
         host.misbehaves("PluginGetStringData", {kRefuse, kNegativeLength, kHugeLength, kNoBytes});
     String text = s == nullptr ? new_string({}, encoding) : in_encoding(s, encoding);
     if (text == nullptr || wrong == kRefuse) return boolean(false);
-    record->length = length_told(text->head.length, wrong);
+    record->length = reported_length(text->head.length, wrong);
     record->encoding = encoding;
     record->data = wrong == kNoBytes ? nullptr : text->text();
     if (host.withholds("PluginDisposeStringData")) {
-      // Nobody will tell this host when the bytes are no longer needed: it gives a copy away for good.
-      if (record->data != nullptr) record->data = copy_given_away(text->bytes());
+      // This host never learns when the bytes are no longer needed: the plugin gets a copy that nobody frees.
+      if (record->data != nullptr) record->data = unowned_copy(text->bytes());
       return boolean(true);
     }
     record->reserved[0] = text.release();
@@ -49,7 +47,7 @@ struct Services::Functions {
     Host &host = Host::serving();
     const String text(static_cast<REALstringStruct *>(std::exchange(record->reserved[0], nullptr)));
     if (text != nullptr && record->data == record->reserved[1]) {
-      host.ledger.records.given_back.add(1);
+      host.ledger.records.released.add(1);
     } else {
       host.ledger.add_fault("the plugin disposed a string-data record that the host had not filled");
     }
@@ -62,7 +60,7 @@ struct Services::Functions {
 
   static std::int32_t LenB(REALstringStruct *s) {
     const auto wrong = Host::serving().misbehaves("LenB", {kNegativeLength, kHugeLength});
-    return length_told(s == nullptr ? 0 : s->head.length, wrong);
+    return reported_length(s == nullptr ? 0 : s->head.length, wrong);
   }
 
   static void *REALLoadGlobalMethod(void *, const char *declaration) {
@@ -84,7 +82,7 @@ struct Services::Functions {
     const std::optional<std::string> text = convert(s->bytes(), s->encoding, encoding);
     if (!text) return nullptr;
     String converted = new_string(*text, encoding);
-    converted->head.length = length_told(converted->head.length, wrong);
+    converted->head.length = reported_length(converted->head.length, wrong);
     if (wrong == kNoBytes) converted->head.buffer = nullptr;
     return handed_out(host, std::move(converted));
   }
@@ -163,7 +161,7 @@ struct Services::Functions {
   static std::int32_t memoryBlockGetSize(REALmemoryBlockStruct *block) {
     const auto wrong =
         Host::serving().misbehaves("memoryBlockGetSize", {kRefuse, kNegativeLength, kHugeLength});
-    return wrong == kRefuse ? 0 : length_told(static_cast<std::int32_t>(block->bytes.size()), wrong);
+    return wrong == kRefuse ? 0 : reported_length(static_cast<std::int32_t>(block->bytes.size()), wrong);
   }
 
  private:
@@ -173,12 +171,13 @@ struct Services::Functions {
   static constexpr Kind kHugeLength = Kind::kHugeLength;
   static constexpr Kind kNoBytes = Kind::kNoBytes;
 
-  static std::int32_t length_told(std::int32_t length, std::optional<Kind> wrong) {
+  static std::int32_t reported_length(std::int32_t length, std::optional<Kind> wrong) {
     if (wrong == kNegativeLength) return -1;
     return wrong == kHugeLength ? std::numeric_limits<std::int32_t>::min() : length;
   }
 
-  // The bits above the low byte are not promised to a plugin, so they hold rubbish.
+  // Only the low byte counts; the bits above it are arbitrary, so that a plugin which reads them is found
+  // out.
   static REALboolean boolean(bool value) { return static_cast<REALboolean>(0x5A5A5A00U | (value ? 1U : 0U)); }
 
   static REALstringStruct *handed_out(Host &host, String s) {
@@ -204,7 +203,7 @@ struct Services::Functions {
     return object;
   }
 
-  // A reference to `s` itself where its bytes will do, else to a converted string.
+  // A reference to `s` itself where its bytes need no conversion, else to a converted string.
   static String in_encoding(REALstringStruct *s, REALencoding encoding) {
     if (encoding == kEncodingBytes || encoding == s->encoding) {
       s->references.take_for_host();
@@ -214,7 +213,7 @@ struct Services::Functions {
     return text ? new_string(*text, encoding) : nullptr;
   }
 
-  static const std::uint8_t *copy_given_away(std::string_view bytes) {
+  static const std::uint8_t *unowned_copy(std::string_view bytes) {
     constexpr std::size_t kTerminator = 4;
     auto *const copy = static_cast<std::uint8_t *>(std::calloc(1, bytes.size() + kTerminator));
     if (copy == nullptr) throw std::bad_alloc();
@@ -253,7 +252,7 @@ void *Services::resolve(const char *name) {
     return nullptr;
   }
   if (host.withholds(name)) return nullptr;
-  // A host that does not tell its version has no service that would.
+  // A host that does not report its version does not have the service for it.
   if (!host.settings.version && std::strcmp(name, "REALGetRBVersion") == 0) return nullptr;
   for (const Entry &entry : kTable) {
     if (entry.name == name) return entry.function;

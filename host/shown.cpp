@@ -10,7 +10,7 @@ constexpr std::size_t kShownOfEachEnd = 100;
 
 unsigned char byte_at(std::string_view text, std::size_t i) { return static_cast<unsigned char>(text[i]); }
 
-// How many bytes the character at the text's begin has; 0 when it is malformed or controls a terminal.
+// How many bytes the first character of the text has; 0 when it is malformed or a control character.
 std::size_t length_of_shown(std::string_view text) {
   const unsigned char lead = byte_at(text, 0);
   if (lead < 0x80) return lead >= 0x20 && lead != 0x7F ? 1 : 0;

@@ -1,4 +1,4 @@
-// Words from elsewhere as messages show them.
+// Text of unknown content, made safe for messages.
 #pragma once
 
 #include <string>
@@ -6,8 +6,8 @@
 
 namespace kzv::host {
 
-// The text with its middle left out where it is long, and with control characters and what is no UTF-8 as
-// "\x1B": a message stays one line and leaves the terminal alone.
+// The text without its middle where it is long, and with "\x1B" for control characters and malformed UTF-8: a
+// message stays on one line and cannot control the terminal.
 std::string shown(std::string_view text);
 
 }  // namespace kzv::host

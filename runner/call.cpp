@@ -21,7 +21,7 @@ ffi_type *ffi_type_of(Type type) {
   return &ffi_type_pointer;
 }
 
-// An argument or result as it crosses the boundary. libffi widens integer results to ffi_arg.
+// An argument or result in the form that libffi passes; it widens integer results to ffi_arg.
 union Slot {
   void *pointer;
   std::int32_t integer;

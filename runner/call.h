@@ -1,4 +1,4 @@
-// Calls a registered function through its address, from its declaration alone.
+// Calls a registered function of which only the address and the declaration are known.
 #pragma once
 
 #include <vector>
@@ -7,7 +7,7 @@
 
 namespace kzv::runner {
 
-// `arguments` are one for each parameter, each of the parameter's type.
+// Takes one argument for each parameter, of the parameter's type.
 Value call(host::Host &host, void *function, const Declaration &declaration,
            const std::vector<Value> &arguments);
 

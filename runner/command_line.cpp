@@ -5,8 +5,6 @@
 #include <cctype>
 
 #include "shown.h"
-#include "usage.h"
-#include "values.h"
 
 namespace kzv::runner {
 namespace {
@@ -17,14 +15,14 @@ bool looks_like_option(std::string_view word) {
   return word.size() > 1 && word.front() == '-' && !number;
 }
 
-// `values` has one for each time that the option is given, empty where there is none.
-const std::string &only_value(const OptionRow &option, const std::vector<std::string> &values) {
+// `values` has one for each time that the option is given, an empty one if it was given without.
+const std::string &only_value(const Row &option, const std::vector<std::string> &values) {
   const std::string name(option.name);
   if (option.takes == Takes::kNothing) {
     for (const std::string &value : values)
       if (!value.empty()) throw UsageError(name + " takes no value");
   } else if (values.front().empty()) {
-    throw UsageError(name + " needs a value: " + with_value(option) + ", or " + name +
+    throw UsageError(name + " needs a value: " + option.with_value() + ", or " + name +
                      "=... for one that begins with \"-\"");
   } else if (values.size() > 1) {
     throw UsageError(name + " is given twice");
@@ -34,21 +32,21 @@ const std::string &only_value(const OptionRow &option, const std::vector<std::st
 
 }  // namespace
 
-CommandLine read_command_line(std::vector<std::string> words) {
+CommandLine read_command_line(Words words, std::span<const Row> options) {
   CommandLine line;
   CLI::App app;
   app.allow_extras()->set_help_flag();
-  for (const OptionRow &row : option_rows()) {
+  for (const Row &row : options) {
     const auto take = [&](const CLI::results_t &values) {
-      line.options[row.name] = only_value(row, values);
+      line.options.emplace_back(&row, only_value(row, values));
       return true;
     };
-    // CLI11 gives the next option to one that must have a value; to one that may have, it does not.
+    // To CLI11 a required value may be the next option; an optional one may not.
     app.add_option((row.name == "--help" ? "-h," : "") + std::string(row.name), take)
         ->expected(0, row.takes == Takes::kNothing ? 0 : 1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   }
-  std::ranges::reverse(words);  // as CLI11 takes them
+  std::ranges::reverse(words);  // the order that CLI11 takes
   app.parse(std::move(words));
 
   line.words = app.remaining();
@@ -59,7 +57,10 @@ CommandLine read_command_line(std::vector<std::string> words) {
                      "; kzv --help shows the options, and -- goes before arguments that begin with \"-\"");
   }
   if (dashes != line.words.end()) line.words.erase(dashes);
-  if (line.has("--hex") && line.has("--json")) throw UsageError("--hex excludes --json");
+  const auto gives = [&](std::string_view name) {
+    return std::ranges::any_of(line.options, [&](const auto &option) { return option.first->name == name; });
+  };
+  if (gives("--hex") && gives("--json")) throw UsageError("--hex excludes --json");
   return line;
 }
 

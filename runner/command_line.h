@@ -1,21 +1,20 @@
-// The runner's words, cut into options and what stands besides.
+// The runner's command line, separated into options and words.
 #pragma once
 
-#include <map>
 #include <string>
-#include <string_view>
+#include <utility>
 #include <vector>
+
+#include "usage.h"
 
 namespace kzv::runner {
 
 struct CommandLine {
-  std::map<std::string_view, std::string> options;  // by name; empty for those without a value
-  std::vector<std::string> words;
-
-  bool has(std::string_view option) const { return options.contains(option); }
+  std::vector<std::pair<const Row *, std::string>> options;  // with their values, empty for those without
+  Words words;
 };
 
-// Options may stand anywhere before "--". Throws UsageError.
-CommandLine read_command_line(std::vector<std::string> words);
+// Options are accepted anywhere before "--". Throws UsageError.
+CommandLine read_command_line(Words words, std::span<const Row> options);
 
 }  // namespace kzv::runner

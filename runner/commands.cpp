@@ -16,7 +16,7 @@ namespace kzv::runner {
 namespace {
 
 std::vector<Value> read_arguments(const Options &options, const Declaration &declaration,
-                                  const std::vector<std::string> &words) {
+                                  const Words &words) {
   if (std::ranges::count(words, "-") > 1) throw UsageError("standard input (-) can be read once only");
   std::vector<Value> values;
   for (std::size_t i = 0; i < declaration.parameters.size(); ++i) {
@@ -27,31 +27,30 @@ std::vector<Value> read_arguments(const Options &options, const Declaration &dec
   return values;
 }
 
-// The words of an example's command, cut as the shell cuts them; nothing expands.
-std::vector<std::string> words_of(std::string_view command) {
+// The words of an example's command, split as the shell splits them; nothing is expanded.
+Words words_of(std::string_view command) {
   wordexp_t words{};
   if (wordexp(std::string(command).c_str(), &words, WRDE_NOCMD | WRDE_UNDEF) != 0) {
     throw std::runtime_error("the tour cannot run the example: " + std::string(command));
   }
-  std::vector<std::string> result(words.we_wordv,
-                                  std::next(words.we_wordv, static_cast<std::ptrdiff_t>(words.we_wordc)));
+  // The first is the runner's own name.
+  Words result(std::next(words.we_wordv),
+               std::next(words.we_wordv, static_cast<std::ptrdiff_t>(words.we_wordc)));
   wordfree(&words);
   return result;
 }
 
-void show_live(const Example &example, const Options &options, RunWords run, const Output &output) {
-  std::vector<std::string> words = words_of(example.command);
-  words.erase(words.begin());  // the runner's own name
+void show_live(const Example &example, const Options &options, Command run, const Output &output) {
   std::ostringstream result;
-  run(words, options, {result, output.err});
+  run(options, words_of(example.command), {result, output.err});
   output.out << "  $ " << example.command << "\n  " << result.str() << '\n';
 }
 
 }  // namespace
 
-int call_function(const Options &options, const std::vector<std::string> &words, const Output &output) {
+int call_function(const Options &options, const Words &words, const Output &output) {
   Session session(options);
-  const std::vector<std::string> arguments(words.begin() + 1, words.end());
+  const Words arguments(words.begin() + 1, words.end());
   const Function &function = session.find(words.front(), arguments.size());
   const std::vector<Value> values = read_arguments(options, function.declaration, arguments);
   const Value result = call(session.host(), function.address, function.declaration, values);
@@ -66,7 +65,7 @@ int call_function(const Options &options, const std::vector<std::string> &words,
   return raised.empty() ? kDone : kFailed;
 }
 
-int list_functions(const Options &options, const Output &output) {
+int list_functions(const Options &options, const Words &, const Output &output) {
   const Session session(options);
   std::vector<Entry> entries;
   for (const Group &group : reference()) {
@@ -82,29 +81,28 @@ int list_functions(const Options &options, const Output &output) {
   return kDone;
 }
 
-int help_on(const std::vector<std::string> &names, const Output &output) {
-  std::string sections;
-  for (const std::string &name : names) {
-    const Section *const section = find_section(name);
-    if (section == nullptr) {
-      std::vector<std::string> known;
-      for (const Group &group : reference()) {
-        for (const Section &each : group.sections) known.emplace_back(each.name);
-      }
-      throw no_such_function(name, std::move(known));
+int help_on_functions(const Options &, const Words &words, const Output &output) {
+  const std::vector<Section> &sections = all_sections();
+  std::string text;
+  for (std::size_t i = 1; i < words.size(); ++i) {
+    const auto section = std::ranges::find(sections, words[i], &Section::name);
+    if (section == sections.end()) {
+      Words known;
+      for (const Section &each : sections) known.emplace_back(each.name);
+      throw no_such_function(words[i], std::move(known));
     }
-    sections += section->text;
+    text += section->text;
   }
-  output.out << sections;
+  output.out << text;
   return kDone;
 }
 
-int tour(const Options &options, RunWords run, const Output &output) {
+int tour(const Options &options, Command run, const Output &output) {
   Session session(options);
   const std::optional<std::int32_t> version = session.host().interface_version();
   output.out << "Loaded " << session.plugin().path().string() << " (" << host::architecture_of_this_process()
              << ").\n"
-             << "It told interface version " << (version ? std::to_string(*version) : "none")
+             << "It reported interface version " << (version ? std::to_string(*version) : "none")
              << " and registered " << session.functions().size() << " functions. An example of each:\n";
   for (const Group &group : reference()) {
     output.out << '\n' << group.title << '\n';
@@ -112,7 +110,7 @@ int tour(const Options &options, RunWords run, const Output &output) {
       if (!section.examples.empty()) show_live(section.examples.front(), options, run, output);
     }
   }
-  output.out << "\nkzv list tells what each does, kzv help NAME all about one.\n";
+  output.out << "\nkzv list describes each in a sentence, kzv help NAME one of them in full.\n";
   return kDone;
 }
 

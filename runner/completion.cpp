@@ -2,13 +2,11 @@
 
 #include "reference.h"
 #include "shown.h"
-#include "usage.h"
-#include "values.h"
 
 namespace kzv::runner {
 namespace {
 
-// bash hands over --as=UTF-8 as three words.
+// bash splits --as=UTF-8 into three words.
 constexpr char kBash[] = R"(# bash completion for kzv
 _kzv() {
   local functions='@FUNCTIONS@' valued=' @VALUED@ ' options='@OPTIONS@'
@@ -70,52 +68,41 @@ std::string filled(std::string text, std::string_view place, std::string_view wi
   return text;
 }
 
-void append(std::string &words, std::string_view word, char separator) {
-  if (!words.empty()) words += separator;
-  words += word;
-}
-
-// The name of every function, command or option.
-std::string function_names() {
-  std::string names;
-  for (const Group &group : reference()) {
-    for (const Section &section : group.sections) append(names, section.name, ' ');
-  }
-  return names;
-}
-
-template <typename Rows, typename Chosen>
-std::string names_in(const Rows &rows, Chosen chosen) {
-  std::string names;
+// The text of each row that has one, with the separator between them.
+template <typename Rows, typename Text>
+std::string joined(const Rows &rows, std::string_view separator, Text text) {
+  std::string all;
   for (const auto &row : rows) {
-    if (chosen(row)) append(names, row.name, ' ');
+    const std::string each(text(row));
+    if (!all.empty() && !each.empty()) all += separator;
+    all += each;
   }
-  return names;
+  return all;
 }
 
-bool takes_a_value(const OptionRow &row) { return row.takes != Takes::kNothing; }
-bool is_command(const CommandRow &row) { return row.takes != Takes::kArguments; }
+std::string_view name_of(const Row &row) { return row.name; }
 
-template <typename Row>
+// Commands after the row for functions.
+std::span<const Row> named_commands(const Usage &usage) { return usage.commands.subspan(1); }
+
 std::string bash_place(const Row &row) {
+  if (row.name.starts_with("-") && row.takes == Takes::kNothing) return "";
   std::string what = "-W '" + choices(row.takes) + "'";
   if (row.takes == Takes::kFile) what = "-f";
   if (row.takes == Takes::kFunction) what = "-W \"$functions\"";
   return "    " + std::string(row.name) + ") what=(" + what + ") ;;";
 }
 
-std::string bash_script() {
-  std::string places;
-  for (const OptionRow &row : option_rows()) {
-    if (takes_a_value(row)) append(places, bash_place(row), '\n');
-  }
-  for (const CommandRow &row : command_rows()) {
-    if (is_command(row)) append(places, bash_place(row), '\n');
-  }
-  std::string script = filled(kBash, "@FUNCTIONS@", function_names());
-  script = filled(script, "@VALUED@", names_in(option_rows(), takes_a_value));
-  script = filled(script, "@OPTIONS@", names_in(option_rows(), [](const OptionRow &) { return true; }));
-  script = filled(script, "@COMMANDS@", names_in(command_rows(), is_command));
+std::string bash_script(const Usage &usage) {
+  const std::span<const Row> commands = named_commands(usage);
+  const auto valued = [](const Row &row) { return row.takes == Takes::kNothing ? "" : row.name; };
+  const std::string places =
+      joined(usage.options, "\n", bash_place) + '\n' + joined(commands, "\n", bash_place);
+  std::string script = filled(
+      kBash, "@FUNCTIONS@", joined(all_sections(), " ", [](const Section &section) { return section.name; }));
+  script = filled(script, "@VALUED@", joined(usage.options, " ", valued));
+  script = filled(script, "@OPTIONS@", joined(usage.options, " ", name_of));
+  script = filled(script, "@COMMANDS@", joined(commands, " ", name_of));
   return filled(script, "@PLACES@", places);
 }
 
@@ -133,56 +120,42 @@ std::string zsh_text(std::string_view text) {
   return result;
 }
 
-std::string zsh_entry(std::string_view name, std::string_view sentence) {
-  return "'" + std::string(name) + ":" + zsh_text(sentence) + "'";
+// A command or a function.
+template <typename Item>
+std::string zsh_entry(const Item &item) {
+  return "'" + std::string(item.name) + ":" + zsh_text(item.sentence) + "'";
 }
 
 std::string zsh_action(Takes takes) {
+  if (takes == Takes::kNothing) return "";
   if (takes == Takes::kFile) return "_files";
-  return "(" + choices(takes) + ")";
+  if (takes == Takes::kFunction) return "_describe function functions";
+  return "compadd " + choices(takes);
 }
 
-std::string zsh_option(const OptionRow &row) {
-  std::string option =
-      "'" + std::string(row.name) + (takes_a_value(row) ? "=" : "") + "[" + zsh_text(row.sentence) + "]";
-  if (takes_a_value(row)) option += ":" + std::string(row.value) + ":" + zsh_action(row.takes);
-  return option + "'";
+std::string zsh_option(const Row &row) {
+  const bool valued = row.takes != Takes::kNothing;
+  const std::string value = valued ? ":" + std::string(row.value) + ":" + zsh_action(row.takes) : "";
+  return "'" + std::string(row.name) + (valued ? "=" : "") + "[" + zsh_text(row.sentence) + "]" + value + "'";
 }
 
-std::string zsh_place(const CommandRow &row) {
-  std::string action = "compadd " + choices(row.takes);
-  if (row.takes == Takes::kNothing) action.clear();
-  if (row.takes == Takes::kFile) action = "_files";
-  if (row.takes == Takes::kFunction) action = "_describe function functions";
-  return "      " + std::string(row.name) + ") " + action + " ;;";
+std::string zsh_place(const Row &row) {
+  return "      " + std::string(row.name) + ") " + zsh_action(row.takes) + " ;;";
 }
 
-std::string zsh_script() {
-  std::string commands;
-  std::string places;
-  for (const CommandRow &row : command_rows()) {
-    if (!is_command(row)) continue;
-    append(commands, zsh_entry(row.name, row.sentence), '\n');
-    append(places, zsh_place(row), '\n');
-  }
-  std::string functions;
-  for (const Group &group : reference()) {
-    for (const Section &section : group.sections)
-      append(functions, zsh_entry(section.name, section.sentence), '\n');
-  }
-  std::string options;
-  for (const OptionRow &row : option_rows()) append(options, zsh_option(row), ' ');
-  std::string script = filled(kZsh, "@COMMANDS@", commands);
-  script = filled(script, "@FUNCTIONS@", functions);
-  script = filled(script, "@OPTIONS@", options);
-  return filled(script, "@PLACES@", places);
+std::string zsh_script(const Usage &usage) {
+  const std::span<const Row> commands = named_commands(usage);
+  std::string script = filled(kZsh, "@COMMANDS@", joined(commands, "\n", zsh_entry<Row>));
+  script = filled(script, "@FUNCTIONS@", joined(all_sections(), "\n", zsh_entry<Section>));
+  script = filled(script, "@OPTIONS@", joined(usage.options, " ", zsh_option));
+  return filled(script, "@PLACES@", joined(commands, "\n", zsh_place));
 }
 
 }  // namespace
 
-std::string completion_for(std::string_view shell) {
-  if (shell == "bash") return bash_script();
-  if (shell == "zsh") return zsh_script();
+std::string completion_for(std::string_view shell, const Usage &usage) {
+  if (shell == "bash") return bash_script(usage);
+  if (shell == "zsh") return zsh_script(usage);
   throw UsageError("there is no completion for \"" + host::shown(shell) + "\"; take one of " +
                    choices(Takes::kShell));
 }

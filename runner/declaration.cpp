@@ -22,7 +22,7 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
-// Splits at the first `separator`; the second half is empty when there is none.
+// Splits at the first `separator`; without one, the second half is empty.
 std::pair<std::string_view, std::string_view> split(std::string_view text, std::string_view separator) {
   const std::size_t at = text.find(separator);
   if (at == std::string_view::npos) return {trimmed(text), {}};

@@ -1,4 +1,4 @@
-// A registered function as its declaration tells it.
+// What the declaration of a registered function says about it.
 #pragma once
 
 #include <optional>
@@ -22,11 +22,11 @@ struct Declaration {
   std::vector<Parameter> parameters;
   Type result;
 
-  // How many arguments a caller must give at least.
+  // The least number of arguments.
   std::size_t required() const;
 };
 
-// Reads "Name(a as string, b as integer = 0) as string"; throws std::runtime_error for anything else.
+// Parses "Name(a as string, b as integer = 0) as string"; throws std::runtime_error for anything else.
 Declaration parse_declaration(std::string_view text);
 
 std::string_view name_of(Type type);

@@ -32,14 +32,14 @@ Json load(const std::filesystem::path &path) try {
 
 std::string text_of(const Json &json) { return json.dump(2, ' ', false, Json::error_handler_t::replace); }
 
-[[noreturn]] void load_and_tell(const std::filesystem::path &path, int pipe) {
+[[noreturn]] void load_and_report(const std::filesystem::path &path, int pipe) {
   alarm(kMostSeconds);
-  dup2(STDERR_FILENO, STDOUT_FILENO);  // what the file itself prints is none of the facts
+  dup2(STDERR_FILENO, STDOUT_FILENO);  // the output of the file's own code is not one of the facts
   const std::string text = text_of(load(path));
-  for (std::size_t told = 0; told < text.size();) {
-    const ssize_t count = write(pipe, text.data() + told, text.size() - told);
+  for (std::size_t written = 0; written < text.size();) {
+    const ssize_t count = write(pipe, text.data() + written, text.size() - written);
     if (count < 0) break;
-    told += static_cast<std::size_t>(count);
+    written += static_cast<std::size_t>(count);
   }
   _exit(0);
 }
@@ -52,14 +52,14 @@ std::string read_all(int pipe) {
   return text;
 }
 
-// What loading the file brings: "functions" or "error". It happens in a process of its own,
-// for a damaged file may crash it or never come to an end.
-Json load_apart(const std::filesystem::path &path) {
+// Loads the file in another process, because a damaged one may crash or never return. The result has
+// "functions" or "error".
+Json load_in_child(const std::filesystem::path &path) {
   std::array<int, 2> ends{};
   if (pipe(ends.data()) != 0) throw std::system_error(errno, std::generic_category(), "cannot make a pipe");
   const pid_t child = fork();
   if (child < 0) throw std::system_error(errno, std::generic_category(), "cannot make a process");
-  if (child == 0) load_and_tell(path, ends[1]);
+  if (child == 0) load_and_report(path, ends[1]);
   close(ends[1]);
   const std::string text = read_all(ends[0]);
   close(ends[0]);
@@ -68,15 +68,15 @@ Json load_apart(const std::filesystem::path &path) {
   if (WIFSIGNALED(status)) {
     const int signal = WTERMSIG(status);
     return {{"error", "cannot load " + host::shown(path.string()) +
-                          (signal == SIGALRM ? ": it does not come to an end"
+                          (signal == SIGALRM ? ": it does not return"
                                              : std::string(": it crashes (") + strsignal(signal) + ")")}};
   }
-  Json told = Json::parse(text, nullptr, false);
-  if (told.is_object()) return told;
+  Json report = Json::parse(text, nullptr, false);
+  if (report.is_object()) return report;
   return {{"error", "cannot load " + host::shown(path.string()) + ": it ends the process"}};
 }
 
-// What a person reads for one of the facts.
+// A fact as text.
 std::string in_words(const Json &fact) {
   if (fact.is_null()) return "none";
   if (fact.is_string()) return host::shown(fact.get<std::string>());
@@ -86,8 +86,8 @@ std::string in_words(const Json &fact) {
   return words.empty() ? "none" : words;
 }
 
-// The services that the file names. A plugin asks for most of them at its first use of each, so loading it
-// would not tell.
+// The services that the file names. Loading it would not show them: a plugin looks most of them up when it
+// first uses them.
 Json services_in(const std::filesystem::path &path) {
   std::ifstream stream(path, std::ios::binary);
   const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
@@ -98,24 +98,25 @@ Json services_in(const std::filesystem::path &path) {
   return named;
 }
 
-// The facts that loading tells, and why it failed if it did.
+// Adds the facts that loading the file shows; returns why it failed, empty if it did not.
 std::string add_loaded(const std::filesystem::path &path, const std::string &architecture, Json &facts) {
   if (facts["entry"].is_null())
     return "cannot load " + host::shown(path.string()) + ": it has no symbol " + host::kEntryName +
-           ", so it is no plugin";
+           ", so it is not a plugin";
   if (architecture != host::architecture_of_this_process()) {
-    facts["not_loaded"] = "it takes a " + architecture + " runner to load it";
+    facts["not_loaded"] = "a " + architecture + " runner is needed to load it";
     return "";
   }
-  Json told = load_apart(path);
-  if (told.contains("error")) return told["error"];
-  facts.update(told);
+  Json report = load_in_child(path);
+  if (report.contains("error")) return report["error"];
+  facts.update(report);
   return "";
 }
 
 }  // namespace
 
-int describe_plugin(const Options &options, const std::string &path, const Output &output) {
+int describe_plugin(const Options &options, const Words &words, const Output &output) {
+  const std::string &path = words[1];
   host::ElfFile file(path);
   file.check_complete();
   const std::optional<std::string> version = file.note("kzvstrings");

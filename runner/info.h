@@ -1,12 +1,10 @@
-// What a plugin file is, without trusting it.
+// Describes a plugin file without trusting it.
 #pragma once
 
-#include <string>
-
-#include "commands.h"
+#include "options.h"
 
 namespace kzv::runner {
 
-int describe_plugin(const Options &options, const std::string &path, const Output &output);
+int describe_plugin(const Options &options, const Words &words, const Output &output);
 
 }  // namespace kzv::runner

@@ -4,12 +4,11 @@
 #include <cctype>
 
 #include "reference.h"
-#include "usage.h"
 
 namespace kzv::runner {
 namespace {
 
-// Text as troff prints it unchanged: "-" would become a hyphen, and a line that begins with "." or "'" a
+// Escapes text for troff, which replaces "-" by a hyphen and takes a line that begins with "." or "'" for a
 // request.
 std::string troff(std::string_view text) {
   std::string result;
@@ -39,13 +38,13 @@ std::string entry(const std::string &term, std::string_view sentence) {
 
 }  // namespace
 
-std::string manual_page() {
+std::string manual_page(const Usage &usage) {
   std::string page = ".TH KZV 1 " + std::string(kReleased) + " \"kzvstrings " + std::string(kVersion) +
                      "\" \"User Commands\"\n" + section("Name") + "kzv \\- " + troff(kSubject) + '\n' +
                      section("Synopsis") + ".B kzv\n[OPTIONS] COMMAND\n" + section("Commands");
-  for (const CommandRow &row : command_rows()) page += entry(with_value(row), row.sentence);
+  for (const Row &row : usage.commands) page += entry(row.with_value(), row.sentence);
   page += section("Options");
-  for (const OptionRow &row : option_rows()) page += entry(with_value(row), row.sentence);
+  for (const Row &row : usage.options) page += entry(row.with_value(), row.sentence);
   for (const Paragraph &each : paragraphs()) page += section(each.title) + troff(each.text) + '\n';
   page += section("Functions");
   for (const Group &group : reference()) {

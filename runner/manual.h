@@ -3,8 +3,10 @@
 
 #include <string>
 
+#include "usage.h"
+
 namespace kzv::runner {
 
-std::string manual_page();
+std::string manual_page(const Usage &usage);
 
 }  // namespace kzv::runner

@@ -21,7 +21,7 @@ std::string number_text(double number) {
   return {text.data(), end};
 }
 
-// What standard output receives.
+// The bytes for standard output.
 struct BytesOf {
   std::string operator()(const host::String &s) const { return s ? std::string(s->bytes()) : ""; }
   std::string operator()(const host::MemoryBlock &block) const { return block ? block->bytes : ""; }
@@ -81,7 +81,7 @@ Json describe(Type type, const Value &result, const std::vector<host::RaisedExce
 void write_result(const Options &options, Type type, const Value &result,
                   const std::vector<host::RaisedException> &raised, std::ostream &out) {
   if (options.format == Format::kJson) {
-    // A UTF-8 string may hold what is no UTF-8: it shows as U+FFFD here and as it is in "hex".
+    // A string labelled UTF-8 may be malformed: then "text" has U+FFFD, and "hex" has the bytes.
     out << describe(type, result, raised).dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
     return;
   }

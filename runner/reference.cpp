@@ -5,7 +5,7 @@ namespace {
 
 constexpr std::string_view kPrompt = "$ ";
 
-// Cuts the first line off `text`, without its line break.
+// Cuts the first line off `text` and returns it without its line break.
 std::string_view take_line(std::string_view &text) {
   const std::size_t end = text.find('\n');
   const std::string_view line = text.substr(0, end);
@@ -13,27 +13,27 @@ std::string_view take_line(std::string_view &text) {
   return line;
 }
 
-// Cuts off what stands before the next line that begins with `mark`, or all.
-std::string_view take_until(std::string_view &text, std::string_view mark) {
+// Cuts off the lines before the next one that starts with `prefix`; all lines if there is none.
+std::string_view take_until(std::string_view &text, std::string_view prefix) {
   std::string_view rest = text;
-  while (!rest.empty() && !rest.starts_with(mark)) take_line(rest);
+  while (!rest.empty() && !rest.starts_with(prefix)) take_line(rest);
   const std::string_view taken = text.substr(0, text.size() - rest.size());
   text = rest;
   return taken;
 }
 
-std::vector<std::string_view> lines_of(std::string_view block) {
+std::vector<std::string_view> lines_of(std::string_view text) {
   std::vector<std::string_view> lines;
-  while (!block.empty()) lines.push_back(take_line(block));
+  while (!text.empty()) lines.push_back(take_line(text));
   return lines;
 }
 
-std::vector<Example> examples_in(std::string_view block) {
+std::vector<Example> examples_in(std::string_view text) {
   std::vector<Example> examples;
-  while (!block.empty()) {
-    std::string_view command = take_line(block);
+  while (!text.empty()) {
+    std::string_view command = take_line(text);
     if (command.starts_with(kPrompt)) command.remove_prefix(kPrompt.size());
-    examples.push_back({command, take_until(block, kPrompt)});
+    examples.push_back({command, take_until(text, kPrompt)});
   }
   return examples;
 }
@@ -58,32 +58,30 @@ Section parse_section(std::string_view text) {
   return section;
 }
 
-Group parse_group(std::string_view text) {
-  Group group;
-  group.title = take_line(text).substr(std::string_view("## ").size());
-  take_until(text, "### ");
+// The parts of the text that each begin with a line that starts with `heading`.
+std::vector<std::string_view> parts_of(std::string_view text, std::string_view heading) {
+  std::vector<std::string_view> parts;
+  take_until(text, heading);
   while (!text.empty()) {
     std::string_view rest = text;
     take_line(rest);
-    take_until(rest, "### ");
-    group.sections.push_back(parse_section(text.substr(0, text.size() - rest.size())));
+    take_until(rest, heading);
+    parts.push_back(text.substr(0, text.size() - rest.size()));
     text = rest;
   }
-  return group;
+  return parts;
 }
 
 }  // namespace
 
 std::vector<Group> parse_reference(std::string_view text) {
+  constexpr std::string_view kHeading = "## ";
   std::vector<Group> groups;
-  take_until(text, "## ");
-  while (!text.empty()) {
-    std::string_view rest = text;
-    take_line(rest);
-    take_until(rest, "## ");
-    Group group = parse_group(text.substr(0, text.size() - rest.size()));
+  for (std::string_view part : parts_of(text, kHeading)) {
+    Group group{take_line(part).substr(kHeading.size()), {}};
+    for (const std::string_view section : parts_of(part, "### "))
+      group.sections.push_back(parse_section(section));
     if (!group.sections.empty()) groups.push_back(std::move(group));
-    text = rest;
   }
   return groups;
 }
@@ -93,13 +91,14 @@ const std::vector<Group> &reference() {
   return groups;
 }
 
-const Section *find_section(std::string_view name) {
-  for (const Group &group : reference()) {
-    for (const Section &section : group.sections) {
-      if (section.name == name) return &section;
-    }
-  }
-  return nullptr;
+const std::vector<Section> &all_sections() {
+  static const std::vector<Section> all = [] {
+    std::vector<Section> sections;
+    for (const Group &group : reference())
+      sections.insert(sections.end(), group.sections.begin(), group.sections.end());
+    return sections;
+  }();
+  return all;
 }
 
 }  // namespace kzv::runner

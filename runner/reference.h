@@ -1,4 +1,4 @@
-// The function reference, docs/functions.md, which the runner carries with it.
+// The function reference, docs/functions.md, which is compiled into the runner.
 #pragma once
 
 #include <span>
@@ -15,7 +15,7 @@ struct Example {
 // One function, with all its overloads.
 struct Section {
   std::string_view name;
-  std::string_view text;  // the whole section, from its heading on
+  std::string_view text;  // the whole section, with its heading
   std::vector<std::string_view> declarations;
   std::string_view sentence;
   std::vector<Example> examples;
@@ -26,16 +26,14 @@ struct Group {
   std::vector<Section> sections;
 };
 
-// What the text holds, in its order. "## " heads a group, "### " a function; a fenced block of `basic` holds
-// the declarations, the first paragraph behind it is the sentence, a fenced block of `console` holds
-// examples.
+// The groups of the text, in its order. "## " heads a group, "### " a function. In a function's section,
+// fenced code in `basic` holds the declarations, the first line of text after it is the sentence, and fenced
+// code in `console` holds examples.
 std::vector<Group> parse_reference(std::string_view text);
 
-// The reference, and the part that it was made of.
+// The reference as text, as groups, and as the sections of all groups.
 std::string_view reference_text();
 const std::vector<Group> &reference();
-
-// Null when there is no such function.
-const Section *find_section(std::string_view name);
+const std::vector<Section> &all_sections();
 
 }  // namespace kzv::runner

@@ -37,14 +37,14 @@ std::size_t edit_distance(std::string_view a, std::string_view b) {
   return row.back();
 }
 
-// How far a typed word is from a name; a part of the name, such as one without its ending, is close. A word
-// that is much longer is never measured.
+// The edit distance of a typed word from a name; 0 for a part of the name, such as one without its suffix. A
+// word that is much longer is not measured.
 std::size_t distance_to_name(const std::string &word, const std::string &name) {
   if (word.size() > 2 * name.size()) return word.size();
   return name.find(word) != std::string_view::npos ? 0 : edit_distance(word, name);
 }
 
-// Up to three of `names` that a person who typed `word` may have meant, the likeliest first.
+// Up to three of `names` that a user who typed `word` may have meant, the likeliest first.
 std::vector<std::string> nearest_names(std::string_view word, std::vector<std::string> names) {
   constexpr std::size_t kMost = 3;
   const std::string typed = lower(word);

@@ -1,12 +1,12 @@
-// A plugin, loaded as a host does, and what it registered.
+// A plugin, loaded as a host loads it, and the functions that it registered.
 #pragma once
 
 #include <string_view>
 #include <vector>
 
-#include "commands.h"
 #include "declaration.h"
 #include "host.h"
+#include "options.h"
 #include "plugin_file.h"
 #include "values.h"
 
@@ -25,7 +25,7 @@ class Session {
   const host::PluginFile &plugin() const { return plugin_; }
   const std::vector<Function> &functions() const { return functions_; }
 
-  // The overload of `name` that takes `argument_count` arguments, defaults counted; throws UsageError.
+  // The overload of `name` that takes `argument_count` arguments, or more with defaults; throws UsageError.
   const Function &find(const std::string &name, std::size_t argument_count) const;
 
  private:
@@ -34,7 +34,7 @@ class Session {
   std::vector<Function> functions_;
 };
 
-// The error for a name that is none of `known`: it offers the nearest of them.
+// The error for an unknown function: suggests the nearest of the known names.
 UsageError no_such_function(const std::string &name, std::vector<std::string> known);
 
 }  // namespace kzv::runner

@@ -8,36 +8,9 @@
 namespace kzv::runner {
 namespace {
 
-constexpr OptionRow kOptions[] = {
-    {"--plugin", "FILE", Takes::kFile,
-     "the plugin file (default: kzvstrings.so beside kzv, or where it was installed with kzv)"},
-    {"--as", "ENCODING", Takes::kEncoding,
-     "encoding that text arguments get (default UTF-8): typed text is converted to it, bytes from file:, - "
-     "and "
-     "hex: get its label; \"bytes\" for none"},
-    {"--hex", "", Takes::kNothing, "show the result's bytes as hex digits"},
-    {"--json", "", Takes::kNothing,
-     "show type, encoding, length, text, hex and exception as JSON; list and info show theirs"},
-    {"--host-version", "VERSION", Takes::kHostVersion,
-     "version that the host tells, or none (default 2013.03)"},
-    {"--version", "", Takes::kNothing, "show the version of kzv"},
-    {"--help", "", Takes::kNothing, "show this help"},
-};
-
-constexpr CommandRow kCommands[] = {
-    {"NAME", "[ARG...]", Takes::kArguments, "call a function; missing arguments take their defaults"},
-    {"list", "", Takes::kNothing, "all functions, with a sentence on each"},
-    {"help", "NAME...", Takes::kFunction, "all about functions, with examples"},
-    {"tour", "", Takes::kNothing, "what the plugin registers, with an example of each function"},
-    {"info", "FILE", Takes::kFile,
-     "all about a plugin file; one for this processor and width is loaded, which runs its code"},
-    {"completion", "SHELL", Takes::kShell, "a script that completes kzv's words in bash or zsh"},
-    {"manual", "", Takes::kNothing, "the manual page, as man reads it"},
-};
-
 constexpr std::size_t kWidth = 110;
 
-// `text` in lines of the help's width, all but the first indented.
+// Wraps the text at the help's width and indents all lines but the first.
 std::string wrapped(std::string_view text, std::size_t indent) {
   std::string lines;
   const std::size_t width = kWidth - indent;
@@ -66,8 +39,9 @@ std::string encoding_names() {
 
 }  // namespace
 
-std::span<const OptionRow> option_rows() { return kOptions; }
-std::span<const CommandRow> command_rows() { return kCommands; }
+std::string Row::with_value() const {
+  return std::string(name) + (value.empty() ? "" : " ") + std::string(value);
+}
 
 std::string choices(Takes takes) {
   if (takes == Takes::kEncoding) return encoding_names();
@@ -93,12 +67,13 @@ std::span<const Paragraph> paragraphs() {
   return all;
 }
 
-std::string help_text() {
+std::string help_text(const Usage &usage) {
   std::string text = "kzv: " + std::string(kSubject) + ".\n\nUsage:\n";
-  for (const CommandRow &row : command_rows())
-    text += table_line((row.name == "NAME" ? "kzv [OPTIONS] " : "kzv ") + with_value(row), row.sentence);
+  for (const Row &row : usage.commands)
+    text += table_line((row.takes == Takes::kArguments ? "kzv [OPTIONS] " : "kzv ") + row.with_value(),
+                       row.sentence);
   text += "\nOptions:\n";
-  for (const OptionRow &row : option_rows()) text += table_line(with_value(row), row.sentence);
+  for (const Row &row : usage.options) text += table_line(row.with_value(), row.sentence);
   for (const Paragraph &each : paragraphs())
     text += '\n' + wrapped(std::string(each.title) + ": " + each.text, 0);
   return text;

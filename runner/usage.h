@@ -1,10 +1,11 @@
-// What the runner takes: the tables that its parser, its help, its manual page and the shells' completions go
-// by.
+// What the runner understands: rows that its parser, help, manual page and shell completions are made from.
 #pragma once
 
 #include <span>
 #include <string>
 #include <string_view>
+
+#include "options.h"
 
 namespace kzv::runner {
 
@@ -13,41 +14,36 @@ inline constexpr std::string_view kReleased = KZV_RELEASED;
 inline constexpr std::string_view kSubject =
     "calls the functions of the kzvstrings plugin from the command line, as a host would";
 
-// What may stand in the place of a word.
+// What comes after an option or a command.
 enum class Takes { kNothing, kArguments, kFunction, kFile, kEncoding, kHostVersion, kShell };
 
-struct OptionRow {
+// An option or a command; NAME is any function's.
+struct Row {
   std::string_view name;
-  std::string_view value;  // what the help calls its value; empty for one without
+  std::string_view value;  // the help's name for what comes after it
   Takes takes;
   std::string_view sentence;
+  void (*set)(Options &options, const std::string &value);  // null if it does not change the options
+  Command run;                                              // null if there is nothing to run
+
+  // "--as ENCODING", "help NAME...".
+  std::string with_value() const;
 };
-std::span<const OptionRow> option_rows();
 
-struct CommandRow {
-  std::string_view name;  // a function's own name has the row NAME
-  std::string_view value;
-  Takes takes;
-  std::string_view sentence;
+struct Usage {
+  std::span<const Row> options;
+  std::span<const Row> commands;  // NAME first
 };
-std::span<const CommandRow> command_rows();
 
-// "--as ENCODING", "help NAME...".
-template <typename Row>
-std::string with_value(const Row &row) {
-  return std::string(row.name) + (row.value.empty() ? "" : " ") + std::string(row.value);
-}
-
-// What a word that takes one of a few may be: encodings and shells.
+// The words to choose from: encodings and shells; empty for anything else.
 std::string choices(Takes takes);
 
-// What there is to know besides, a paragraph with its title each.
 struct Paragraph {
   std::string_view title;
   std::string text;
 };
 std::span<const Paragraph> paragraphs();
 
-std::string help_text();
+std::string help_text(const Usage &usage);
 
 }  // namespace kzv::runner

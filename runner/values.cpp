@@ -22,7 +22,7 @@ std::string in_quotes(std::string_view word) { return "\"" + host::shown(word) +
   throw UsageError("argument " + parameter.name + ": " + in_quotes(word) + " " + why);
 }
 
-// Reads `file`, which the parameter's argument names, to its end.
+// Reads `file` to its end; `word` is the argument that names it.
 std::string read_all(const Parameter &parameter, const std::string &word, std::FILE *file) {
   std::string bytes;
   std::array<char, 65536> chunk{};
@@ -55,13 +55,14 @@ std::string read_hex(const Parameter &parameter, std::string_view digits) {
     const int high = hex_digit(digits[i]);
     const int low = hex_digit(digits[i + 1]);
     if (high < 0 || low < 0)
-      refuse(parameter, "hex:" + std::string(digits), "has a character that is no hex digit");
+      refuse(parameter, "hex:" + std::string(digits), "has a character that is not a hex digit");
     bytes += static_cast<char>(high * 16 + low);
   }
   return bytes;
 }
 
-// The bytes of a string or memory block; nothing for nil.
+// The bytes of a string or memory block; nothing for nil. Only what is read
+// from a file or standard input can be too long: the system limits the length of words.
 std::optional<std::string> read_bytes(const Parameter &parameter, const std::string &word,
                                       REALencoding label) {
   constexpr std::string_view kFile = "file:";
@@ -75,7 +76,7 @@ std::optional<std::string> read_bytes(const Parameter &parameter, const std::str
   return host::convert(text, kEncodingUTF8, label);
 }
 
-// Reads all of `text` with std::from_chars; nothing when there is more or less in it.
+// Reads the whole of `text` with std::from_chars; nothing when it is not a number alone.
 template <typename Number, typename... Format>
 std::optional<Number> parse_number(std::string_view text, std::errc &error, Format... format) {
   Number number{};
@@ -93,7 +94,7 @@ std::int32_t read_integer(const Parameter &parameter, const std::string &word) {
   if (hex) digits.remove_prefix(2);
   std::errc error{};
   const auto magnitude = parse_number<std::uint64_t>(digits, error, hex ? 16 : 10);
-  if (!magnitude) refuse(parameter, word, "is no integer (such as 42, -7 or 0x2A)");
+  if (!magnitude) refuse(parameter, word, "is not an integer (such as 42, -7 or 0x2A)");
   constexpr std::uint64_t kLargest = 0x7FFFFFFF;
   if (error == std::errc::result_out_of_range || *magnitude > kLargest + (negative ? 1 : 0)) {
     refuse(parameter, word, "is out of range: integers go from -2147483648 to 2147483647");
@@ -107,7 +108,7 @@ double read_double(const Parameter &parameter, const std::string &word) {
   if (digits.starts_with('+')) digits.remove_prefix(1);
   std::errc error{};
   const auto number = parse_number<double>(digits, error);
-  if (!number) refuse(parameter, word, "is no number (such as 1.5, -2e10, inf or nan)");
+  if (!number) refuse(parameter, word, "is not a number (such as 1.5, -2e10, inf or nan)");
   if (error == std::errc::result_out_of_range) refuse(parameter, word, "is out of range for a double");
   return *number;
 }
@@ -118,31 +119,21 @@ bool read_boolean(const Parameter &parameter, const std::string &word) {
                          [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   if (lower == "true" || lower == "yes" || lower == "1") return true;
   if (lower == "false" || lower == "no" || lower == "0") return false;
-  refuse(parameter, word, "is no boolean: give true or false");
-}
-
-host::String read_string(const Parameter &parameter, const std::string &word, REALencoding label) {
-  const std::optional<std::string> bytes = read_bytes(parameter, word, label);
-  if (!bytes) return nullptr;
-  if (bytes->size() > kMaxByteCount) refuse(parameter, word, "is longer than 2147483647 bytes");
-  return host::new_string(*bytes, label);
-}
-
-host::MemoryBlock read_memory_block(const Parameter &parameter, const std::string &word) {
-  const std::optional<std::string> bytes = read_bytes(parameter, word, kEncodingUTF8);
-  if (!bytes) return nullptr;
-  if (bytes->size() > kMaxByteCount) refuse(parameter, word, "is longer than 2147483647 bytes");
-  return host::new_memory_block(*bytes);
+  refuse(parameter, word, "is not a boolean: give true or false");
 }
 
 }  // namespace
 
 Value read_argument(const Parameter &parameter, const std::string &word, REALencoding label) {
   switch (parameter.type) {
-    case Type::kString:
-      return read_string(parameter, word, label);
-    case Type::kMemoryBlock:
-      return read_memory_block(parameter, word);
+    case Type::kString: {
+      const std::optional<std::string> bytes = read_bytes(parameter, word, label);
+      return bytes ? host::new_string(*bytes, label) : nullptr;
+    }
+    case Type::kMemoryBlock: {
+      const std::optional<std::string> bytes = read_bytes(parameter, word, kEncodingUTF8);
+      return bytes ? host::new_memory_block(*bytes) : nullptr;
+    }
     case Type::kInteger:
       return read_integer(parameter, word);
     case Type::kDouble:

@@ -5,7 +5,6 @@
 #include <limits>
 #include <vector>
 
-#include "services.h"
 #include "support/plugin.h"
 
 namespace kzv::host {

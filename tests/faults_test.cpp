@@ -5,7 +5,6 @@
 #include <memory>
 #include <new>
 
-#include "services.h"
 #include "support/memory.h"
 #include "support/samples.h"
 

@@ -7,7 +7,6 @@
 #include <map>
 #include <unistd.h>
 
-#include "services.h"
 #include "support/guarded.h"
 #include "support/memory.h"
 #include "support/samples.h"

@@ -49,7 +49,7 @@ std::string by_icu(std::string_view text) {
 
 template <const char *kFrom, const char *kTo>
 std::string by_iconv(std::string_view text) {
-  thread_local const iconv_t converter = iconv_open(kTo, kFrom);
+  thread_local iconv_t converter = iconv_open(kTo, kFrom);
   return written(room_for(text), [text](char *out) {
     char *end = out;
     char *in = const_cast<char *>(text.data());
@@ -65,7 +65,7 @@ LibraryText by_glib(std::string_view text) {
   gsize length = 0;
   gchar *const converted =
       g_convert(text.data(), static_cast<gssize>(text.size()), kTo, kFrom, nullptr, &length, nullptr);
-  return LibraryText(converted, g_free, length);
+  return {converted, g_free, length};
 }
 
 template <auto kConvert>

@@ -1,5 +1,5 @@
--- Prepares the reference for its page: takes the title and the introduction out of the text, makes the
--- indexes, links the functions' names, and gives tables a box to scroll in.
+-- Prepares the reference for its page: separates the title and the introduction, makes the indexes, links the
+-- names of functions, and wraps tables in boxes that scroll.
 local stringify = pandoc.utils.stringify
 
 local function escape(text)
@@ -10,7 +10,7 @@ local function entry(heading)
   return { name = stringify(heading), id = heading.identifier }
 end
 
--- By the letters of the name: "_yDecode..." stands under Y.
+-- By the letters of the name: "_yDecode..." is sorted under Y.
 local function sort_key(one)
   return one.name:lower():gsub('^_', '')
 end
@@ -30,7 +30,7 @@ function Table(block)
   return { pandoc.RawBlock('html', '<div class="wide">'), block, pandoc.RawBlock('html', '</div>') }
 end
 
--- The groups with their functions. The first paragraph behind a function's heading tells what it does.
+-- The groups with their functions. The first paragraph after a function's heading describes it.
 local function outline(blocks)
   local groups, wanting = {}, nil
   for _, block in ipairs(blocks) do

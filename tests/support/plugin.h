@@ -11,7 +11,6 @@
 #include "encodings.h"
 #include "host.h"
 #include "plugin_file.h"
-#include "services.h"
 
 namespace kzv::host {
 
