@@ -118,6 +118,7 @@ double calls_per_second(Plugin &plugin, const Function &function, std::size_t th
   };
   {
     std::vector<std::jthread> running;
+    running.reserve(rates.size());
     for (double &rate : rates) running.emplace_back(work, std::ref(rate));
   }
   return std::accumulate(rates.begin(), rates.end(), 0.0);
@@ -151,9 +152,10 @@ void print_scaling(Plugin &plugin, const std::regex &wanted) {
       continue;
     }
     const Growth growth = worst_growth(plugin, function);
+    const std::size_t from_size = function.sizes.back() / 8;
     std::printf("%-24s %-12s %10zu %12.2f %6.2f %6.2f %6.2f %12.2f\n", function.name.c_str(),
-                visible(growth.input).c_str(), function.sizes.back() / 8,
-                growth.instructions[0] / static_cast<double>(function.sizes.back() / 8), growth.exponent(0),
+                visible(growth.input).c_str(), from_size,
+                growth.instructions[0] / static_cast<double>(from_size), growth.exponent(0),
                 growth.exponent(1), growth.exponent(2), threads);
     std::fflush(stdout);
   }

@@ -81,7 +81,7 @@ REALstringStruct *IcuEncodeLetters(REALstringStruct *s, std::int32_t) {
       char *end = out;
       const char *in = text.data();
       ucnv_convertEx(ascii, utf8, &end, out + room, &in, in + text.size(), nullptr, nullptr, nullptr, nullptr,
-                     true, true, &error);
+                     UBool{1}, UBool{1}, &error);
       return end - out;
     });
   });
