@@ -69,7 +69,7 @@ std::uint64_t mask_of(Units first, Units second) {
 //   kBits      01 02 04 08 10 20 40 80 01 02 04 08 10 20 40 80
 //   result     FF 00 FF 00 00 00 00 00 00 00 00 00 00 00 00 FF
 Bytes spread_16(std::uint64_t bits) {
-  const Bytes kBits = std::bit_cast<Bytes>(Words{0x8040201008040201, 0x8040201008040201});
+  const auto kBits = std::bit_cast<Bytes>(Words{0x8040201008040201, 0x8040201008040201});
   const auto bytes = std::bit_cast<Bytes>(DoubleUnits{static_cast<std::uint32_t>(bits)});
   const auto twice = std::bit_cast<Units>(
       __builtin_shufflevector(bytes, bytes, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23));
