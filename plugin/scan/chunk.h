@@ -29,8 +29,7 @@ class Chunk {
   Chunk(const Chunk &) = delete;
   Chunk &operator=(const Chunk &) = delete;
 
-  [[nodiscard]] std::size_t start() const { return start_; }  // in the text
-  [[nodiscard]] std::size_t size() const { return size_; }    // without padding
+  [[nodiscard]] std::size_t size() const { return size_; }  // without padding
   [[nodiscard]] std::size_t blocks() const { return blocks_; }
   [[nodiscard]] std::size_t block_start(std::size_t i) const { return start_ + i * cpu::kBlock; }
 
@@ -75,7 +74,7 @@ class Chunk {
     bytes_ = tail_.data();
   }
 
-  std::size_t start_;
+  std::size_t start_;  // in the text
   std::size_t size_;
   std::size_t blocks_;
   const std::uint8_t *bytes_;

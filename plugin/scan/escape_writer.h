@@ -8,13 +8,14 @@
 
 namespace kzv::scan {
 
-// How one byte is written: as itself, as another byte, or as an escape. In four bytes, so that one store
-// writes it.
-struct WrittenByte {
+// How one byte is written: as itself, as another byte, or as an escape. In four aligned bytes, so that one
+// load and one store write it.
+struct alignas(4) WrittenByte {
   std::array<char, 3> text;
   std::uint8_t length;
 };
 static_assert(sizeof(WrittenByte) == 4);
+using WrittenBytes = std::array<WrittenByte, 256>;
 
 constexpr WrittenByte literal(std::size_t byte) { return {{static_cast<char>(byte), 0, 0}, 1}; }
 constexpr WrittenByte hex_escape(char introducer, std::size_t byte) {
@@ -41,28 +42,29 @@ struct EscapeRules {
   cpu::ByteSet escaped;
   cpu::ByteSet substituted;  // `from`, or no byte
   std::uint8_t difference;   // what makes `to` of `from`
-  std::array<WrittenByte, 256> escapechars{};
+  WrittenBytes escapechars{};
 };
 
-// Writes an input of at least one byte by table; returns the number of bytes written.
-inline std::size_t write_by_table(ByteView input, const EscapeRules &rules, std::uint8_t *output) {
-  std::uint8_t *next = output;
+// Writes an input of at least one byte by table; returns the end of what was written.
+inline std::uint8_t *write_by_table(ByteView input, const WrittenBytes &table, std::uint8_t *next) {
   // One store writes up to 3 bytes too many, and the next byte's store overwrites them. The last has no next.
   for (const std::uint8_t byte : input.first(input.size() - 1)) {
-    const WrittenByte written = rules.escapechars[byte];
-    std::memcpy(next, &written, sizeof written);
-    next += written.length;
+    std::memcpy(next, &table[byte], sizeof(WrittenByte));
+    next += table[byte].length;
   }
-  const WrittenByte &last = rules.escapechars[input.back()];
+  const WrittenByte &last = table[input.back()];
   std::memcpy(next, last.text.data(), last.length);
-  return static_cast<std::size_t>(next + last.length - output);
+  return next + last.length;
 }
 
 // Writes the input by the rules, at most three bytes for each. The output holds two bytes more than those
 // written, whose number is returned.
 inline std::size_t write_escaped(ByteView input, const EscapeRules &rules, ByteBuffer output) {
   if (input.empty()) return 0;
-  if (input.size() <= cpu::level().by_table) return write_by_table(input, rules, output.data());
+  if (input.size() <= cpu::level().by_table) {
+    const std::uint8_t *const end = write_by_table(input, rules.escapechars, output.data());
+    return static_cast<std::size_t>(end - output.data());
+  }
   Masks escapes;
   Masks substitutes;
   std::array<std::uint8_t, kChunkBlocks * cpu::kBlock + Chunk::kLookahead> copy;
