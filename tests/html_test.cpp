@@ -31,11 +31,12 @@ TEST(Html, EntityTableIsThatOfHtml401) {
 
 TEST(Html, NamesDecodeInTheirOwnCaseOnly) {
   for (const Entity &entity : escapecodes) {
+    const std::string_view name = entity.name();
     std::u16string text;
-    for (int flips = 0; flips < 1 << entity.name().size(); ++flips) {
+    for (int flips = 0; flips < 1 << name.size(); ++flips) {
       text += u'&';
-      for (const char c : entity.name())
-        text += static_cast<char16_t>(c ^ (flips >> (&c - entity.name().data()) & 1) << 5);
+      for (std::size_t i = 0; i < name.size(); ++i)
+        text += static_cast<char16_t>(name[i] ^ (flips >> i & 1) << 5);
       text += u';';
     }
     EXPECT_EQ(decoded(text), slowly_decoded(text));

@@ -69,7 +69,7 @@ TEST(Relations, HoldForEveryByteAndCodeUnit) {
   const std::string bytes(first.begin(), first.end());
   for (const bool flag : {false, true}) {
     Guarding::charset(bytes, units, flag);
-    Guarding::html(units, flag, html::encode_bound(units.size()));
+    Guarding::html(units, flag, html::kLongestReference * units.size());
   }
   for (const std::string prefix : {"", "\t", "2", "\\", "true", "=", "=4", "%4"}) {
     for (const char byte : bytes) {
@@ -130,6 +130,7 @@ TEST(Relations, HoldForEverySequenceOfPieces) {
       for (std::size_t rest = sequence + 0x10000; rest > 1; rest /= kinds) pieces += row.pieces[rest % kinds];
       for (const std::string_view carry : row.carries) {
         for (const std::size_t at : {64 - pieces.size(), 64 - pieces.size() / 2, std::size_t{64}}) {
+          if (at < 64 && !carry.empty()) continue;
           const std::string text = std::string(at - carry.size(), 'a').append(carry).append(pieces) +
                                    "a true " + std::string(60, 'a');
           ASSERT_EQ(run_kernel<Exact>(text, text.size(), row.kernel), row.twin(text)) << text;
