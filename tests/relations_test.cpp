@@ -86,7 +86,10 @@ TEST(Relations, HoldForEveryByteAndCodeUnit) {
 
 // Where a kernel once did or might go wrong, and random texts seldom come.
 TEST(Relations, HoldForChosenTexts) {
-  Guarding::order("a\0"s, "\0\0"s);  // zeros that fill a vector are no text
+  Guarding::order("a\0"s, "\0\0"s);  // the zeros that fill a block are not part of the text
+  const std::string sorted[] = {"", "A", "a", "a\0"s, "a\0b"s, "ab", "abc", "abd", "b", "\x7F", "\xFF"};
+  for (const std::string &x : sorted)
+    for (const std::string &y : sorted) Guarding::order(x, y);
   Guarding::charset(std::string(16, '\x80'), u"", true);
   std::u16string references;
   for (int i = 0; i < 10; ++i) references += std::u16string(63, u'\u03D1') + u'\u00C1';
@@ -96,6 +99,13 @@ TEST(Relations, HoldForChosenTexts) {
   Guarding::tags(tags, "[]", '*');
   for (const double value : {0.0, -0.0, 2.5, 9.5, 1.7976931348623157e308, -4.94e-324})
     for (const int digits : {-1, 0, 490, 497, 498, 766, 2147483647}) Guarding::numbers(value, digits);
+}
+
+// Starting afresh at every position would mean 10^14 comparisons, which takes the better part of an hour.
+TEST(Relations, CountingTakesLinearTime) {
+  const std::string needle = std::string(1 << 22, 'a').append("b").append(1 << 22, 'a');
+  Guarded text(std::string(1 << 24, 'a') + needle);
+  EXPECT_EQ(ordering::count(text.bytes(), Guarded(needle).bytes()), 1);
 }
 
 // All 65,536 sequences of 16 pieces of two kinds, or of 8 of four, which end a block, lie across its end or

@@ -15,13 +15,14 @@ class Guarded {
  public:
   explicit Guarded(std::size_t size) : size_(size) {
     const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    const std::size_t room = (size + page - 1) / page * page;
-    mapped_ = room + 2 * page;
+    const std::size_t whole_pages = (size + page - 1) / page * page;
+    mapped_ = whole_pages + 2 * page;
     void *start = mmap(nullptr, mapped_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (start == MAP_FAILED) throw std::bad_alloc();
     start_ = static_cast<std::uint8_t *>(start);
-    if (room > 0 && mprotect(start_ + page, room, PROT_READ | PROT_WRITE) != 0) throw std::bad_alloc();
-    data_ = start_ + page + room - size;
+    if (whole_pages > 0 && mprotect(start_ + page, whole_pages, PROT_READ | PROT_WRITE) != 0)
+      throw std::bad_alloc();
+    data_ = start_ + page + whole_pages - size;
   }
   explicit Guarded(std::string_view text) : Guarded(text.size()) {
     if (!text.empty()) std::memcpy(data_, text.data(), text.size());
