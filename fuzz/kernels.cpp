@@ -37,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     kzv::cpu::choose(*level);
     kzv::FuzzedSource source(data, size);
     const std::size_t relation = source.size(0, std::size(Relations::kAll) - 1);
-    kzv::Exact::skew = source.size(0, 7) * 2;
+    kzv::Exact::skew = source.size(0, 3) * 4;
     Relations::kAll[relation](source);
   }
   return 0;

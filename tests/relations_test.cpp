@@ -29,7 +29,8 @@ class RandomSource : public Source {
         "\0"sv,  " ", "'", "\"",   "\\",    "(",         "true", "FALSE", "n",    "<",   ">",
         "=",     "%", "+", "_",    "\t",    "\r",        "\n",   "=\n",   "\r\n", "=4A", "%4",
         "=\r\n", "&", ";", "&lt;", "&#65;", "&thetasym", "\x80", "\xE9",  "B",    "z",   "\x1F"};
-    const auto [least, most] = kLengths[longest < 1001 ? 0 : number(0, 3) % 3];
+    const auto [least, most] =
+        longest < 1001 ? std::pair(std::size_t{0}, longest) : kLengths[number(0, 3) % 3];
     const std::size_t length = size(least, std::min(most, longest));
     const std::int64_t spread = std::array{0, 1, 2, 16, 300}[size(0, 4)];
     std::array<std::string_view, 3> pieces;
@@ -90,6 +91,7 @@ TEST(Relations, HoldForChosenTexts) {
   const std::string sorted[] = {"", "A", "a", "a\0"s, "a\0b"s, "ab", "abc", "abd", "b", "\x7F", "\xFF"};
   for (const std::string &x : sorted)
     for (const std::string &y : sorted) Guarding::order(x, y);
+  for (const char16_t *const text : {u"", u"a", u"ab", u"abc", u"abcd"}) Guarding::distances(u"abcde", text);
   Guarding::charset(std::string(16, '\x80'), u"", true);
   std::u16string references;
   for (int i = 0; i < 10; ++i) references += std::u16string(63, u'\u03D1') + u'\u00C1';

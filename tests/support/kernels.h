@@ -19,7 +19,7 @@ class Exact {
   explicit Exact(std::string_view text) : Exact(text.size()) { std::ranges::copy(text, bytes().begin()); }
   ByteBuffer bytes() { return {block_.get() + skew, size_}; }
 
-  static inline std::size_t skew = 0;  // even; the distance of all bytes from an aligned address
+  static inline std::size_t skew = 0;  // a multiple of 4; how far after an aligned address all bytes begin
 
  private:
   std::unique_ptr<std::uint8_t[]> block_;
