@@ -91,6 +91,11 @@ TEST(Relations, HoldForChosenTexts) {
   const std::string sorted[] = {"", "A", "a", "a\0"s, "a\0b"s, "ab", "abc", "abd", "b", "\x7F", "\xFF"};
   for (const std::string &x : sorted)
     for (const std::string &y : sorted) Guarding::order(x, y);
+  // Needles whose start almost repeats, and does, in the part of a text that is searched in two ways.
+  const std::string plain(6000, 'a');
+  const std::string tail = "b" + std::string(11, 'a');
+  Guarding::order(plain + tail + tail, std::string(10, 'a') + "A" + tail);
+  Guarding::order(plain + "A" + tail + tail + tail + tail, std::string(11, 'a') + tail + tail);
   for (const char16_t *const text : {u"", u"a", u"ab", u"abc", u"abcd"}) Guarding::distances(u"abcde", text);
   Guarding::charset(std::string(16, '\x80'), u"", true);
   std::u16string references;
