@@ -1,30 +1,13 @@
-// Fuzzes the kernels: an input chooses one of their relations and brings the arguments for it. What a kernel
-// is given stands in heap blocks of exactly the size needed, so that the address sanitizer sees every step
-// beyond.
-#include <cstring>
+// Fuzzes the kernels: an input chooses one of their relations and brings the arguments for it, at every
+// level. Texts lie in heap blocks of exactly the size needed, so that the address sanitizer sees every
+// overrun.
 #include <fuzzer/FuzzedDataProvider.h>
-#include <memory>
 
+#include "cpu/level.h"
 #include "support/relations.h"
 
 namespace kzv {
 namespace {
-
-// Bytes that end where their heap block does.
-class Exact {
- public:
-  explicit Exact(std::size_t size) : block_(new std::uint8_t[skew + size]), size_(size) {}
-  explicit Exact(std::string_view text) : Exact(text.size()) {
-    if (!text.empty()) std::memcpy(bytes().data(), text.data(), text.size());
-  }
-  ByteBuffer bytes() { return {block_.get() + skew, size_}; }
-
-  static inline std::size_t skew = 0;  // how far behind an aligned address all of an input's blocks begin
-
- private:
-  std::unique_ptr<std::uint8_t[]> block_;
-  std::size_t size_;
-};
 
 class FuzzedSource : public Source {
  public:
@@ -34,14 +17,11 @@ class FuzzedSource : public Source {
     return in_.ConsumeIntegralInRange(least, greatest);
   }
 
-  // Often a piece that repeats: it meets every place in a block.
+  // Often a piece that repeats, so that it comes at every place in a block.
   std::string text(std::size_t longest) override {
     const std::size_t most = std::min(longest, std::size_t{2500});
     const std::string piece = in_.ConsumeRandomLengthString(most);
-    std::string text = piece;
-    const std::size_t times = flag() ? size(1, std::max(most / (piece.size() + 1), std::size_t{1})) : 1;
-    for (std::size_t i = 1; i < times; ++i) text += piece;
-    return text;
+    return flag() ? piece + copies(piece, most / (piece.size() + 1)) : piece;
   }
 
  private:
@@ -53,10 +33,12 @@ class FuzzedSource : public Source {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   using Relations = kzv::Relations<kzv::Exact>;
-  kzv::FuzzedSource source(data, size);
-  const std::size_t relation = source.size(0, std::size(Relations::kAll) - 1);
-  kzv::Exact::skew = source.size(0, 15);
-  Relations relations(source, kzv::cpu::levels());
-  (relations.*Relations::kAll[relation])();
+  for (const kzv::cpu::Level *const level : kzv::cpu::levels()) {
+    kzv::cpu::choose(*level);
+    kzv::FuzzedSource source(data, size);
+    const std::size_t relation = source.size(0, std::size(Relations::kAll) - 1);
+    kzv::Exact::skew = source.size(0, 3) * 4;
+    Relations::kAll[relation](source);
+  }
   return 0;
 }

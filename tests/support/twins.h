@@ -1,4 +1,4 @@
-// What the fast code is held against: the rules element by element, with no thought of speed.
+// What the kernels are held against: the rules applied element by element, regardless of speed.
 #pragma once
 
 #include <algorithm>
@@ -22,8 +22,23 @@ inline std::string slow_tags_replaced(std::string_view text, std::string_view re
   return result;
 }
 
-// Undoes escapes of two hex digits behind an introducer. What is no digit, or none at all, is the digit 0;
-// `space` stands for a space.
+inline std::string hex_pair(char c) {
+  return {"0123456789ABCDEF"[(c >> 4) & 15], "0123456789ABCDEF"[c & 15]};
+}
+
+// Escapes what is not `kept`, as an introducer and two hex digits; a space becomes `space`.
+template <typename Kept>
+std::string slowly_escaped(std::string_view text, char introducer, char space, Kept kept) {
+  std::string result;
+  for (const char c : text) {
+    const bool other_space = c == ' ' && space != ' ';
+    result += other_space ? std::string(1, space) : kept(c) ? std::string(1, c) : introducer + hex_pair(c);
+  }
+  return result;
+}
+
+// Undoes escapes of two hex digits after an introducer. Any other byte, or a missing one, is the digit 0;
+// `space` becomes a space.
 inline std::string slowly_unescaped(std::string_view text, char introducer, char space) {
   const auto digit_at = [=](std::size_t at) {
     const auto digit =
@@ -39,6 +54,45 @@ inline std::string slowly_unescaped(std::string_view text, char introducer, char
   }
   return result;
 }
+
+namespace url {
+
+inline std::string slowly_encoded(std::string_view text, std::uint32_t options) {
+  constexpr std::string_view kKept = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789!*-._@";
+  const bool keeps_plus = options % 4 == 0 || options % 4 == 3;
+  return slowly_escaped(text, '%', options % 4 == 1 ? '+' : ' ',
+                        [=](char c) { return kKept.find(c) < kKept.size() || (c == '+' && keeps_plus); });
+}
+
+}  // namespace url
+
+namespace yenc {
+
+inline std::string slowly_decoded(std::string_view text) {
+  std::string result;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const int byte = text[i] != '=' ? text[i] : (++i < text.size() ? text[i] : 0) - 64;
+    result += static_cast<char>(byte - 42);
+  }
+  return result;
+}
+
+}  // namespace yenc
+
+namespace charsets {
+
+// The code unit of each byte of ISO-8859-1 or Windows-1252; an undefined byte has U+0000.
+inline std::u16string unit_of_byte(bool windows) {
+  constexpr std::u16string_view kFrom80(
+      u"\u20AC\0\u201A\u0192\u201E\u2026\u2020\u2021\u02C6\u2030\u0160\u2039\u0152\0\u017D\0"
+      u"\0\u2018\u2019\u201C\u201D\u2022\u2013\u2014\u02DC\u2122\u0161\u203A\u0153\0\u017E\u0178",
+      32);
+  std::u16string units;
+  for (char16_t byte = 0; byte < 256; ++byte) units += byte;
+  return windows ? units.replace(0x80, 32, kFrom80) : units;
+}
+
+}  // namespace charsets
 
 namespace sql {
 
@@ -87,8 +141,7 @@ inline std::pair<std::string, std::string> slowly_encoded(const std::string &tex
   std::int64_t column = 0;
   for (const char *c = text.c_str(); c < text.c_str() + text.size(); ++c) {
     const bool kept = *c == ' ' || *c == '\t' ? !breaks(c[1]) : *c > 32 && *c < 127 && *c != '=';
-    std::string token = {'=', "0123456789ABCDEF"[(*c >> 4) & 15], "0123456789ABCDEF"[*c & 15]};
-    if (kept) token = *c;
+    std::string token = kept ? std::string(1, *c) : '=' + hex_pair(*c);
     if (breaks(*c)) token = "\r\n";
     const bool full = !breaks(*c) && column + std::ssize(token) >= (limit < 2 ? 72 : limit) - 1;
     column = breaks(*c) ? 0 : (full ? 0 : column) + std::ssize(token);
@@ -97,6 +150,28 @@ inline std::pair<std::string, std::string> slowly_encoded(const std::string &tex
     if (breaks(*c) && breaks(c[1]) && *c != c[1]) ++c;
   }
   return {lines.find('\n') < lines.size() && column > 0 ? out + "=\r\n" : out, lines};
+}
+
+// RFC 2045, section 6.7: escapes, soft line breaks with all that comes before the line's end, and lines. An
+// "=" that begins neither goes, and two bytes with it.
+inline std::string slowly_decoded(std::string_view text) {
+  const auto is = [=](std::size_t at, std::string_view set) {
+    return at < text.size() && set.find(text[at]) < set.size();
+  };
+  constexpr std::string_view kDigits = "0123456789abcdefABCDEF";
+  std::string result;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool soft = text[i] == '=' && is(i + 1, " \t\r\n");
+    if (text[i] == '=' && !soft) {
+      if (is(i + 1, kDigits) && is(i + 2, kDigits)) result += slowly_unescaped(text.substr(i, 3), '=', ' ');
+      i += 2;
+      continue;
+    }
+    while (soft && i < text.size() && !is(i, "\r\n")) ++i;
+    if (!soft) result += is(i, "\r\n") ? '\n' : text[i];
+    if (is(i, "\r\n") && is(i + 1, text[i] == '\r' ? "\n" : "\r")) ++i;
+  }
+  return result;
 }
 
 }  // namespace quoted_printable
@@ -109,7 +184,7 @@ inline std::string slowly_dumped(const std::string &input, const Shape &shape) {
   const auto hexlen = static_cast<std::size_t>(shape.hexlen);
   std::string hex;
   std::string result;
-  for (const char c : input) hex += {"0123456789ABCDEF"[(c >> 4) & 15], "0123456789ABCDEF"[c & 15]};
+  for (const char c : input) hex += hex_pair(c);
   for (int i = 0; i < shape.hexlen * shape.linelen; ++i)
     hex += shape.filler.empty() ? "0" : text(shape.filler);
   for (std::size_t at = 0; at < input.size() * 2;) {
@@ -126,7 +201,7 @@ inline std::string slowly_dumped(const std::string &input, const Shape &shape) {
 
 namespace html {
 
-// One unit at a time, the table from the start: what the encoder does in blocks and by index.
+// One unit at a time, each looked up from the start of the table.
 inline std::string slowly_encoded(std::u16string_view text, bool keep_ascii) {
   std::string result;
   for (const char16_t unit : text) {
@@ -139,7 +214,7 @@ inline std::string slowly_encoded(std::u16string_view text, bool keep_ascii) {
   return result;
 }
 
-// The character that stands between "&" and ";", or 0.
+// The character whose name or number comes between "&" and ";", or 0.
 inline char32_t slowly_found(std::u16string_view name) {
   if (!name.starts_with(u'#')) {
     const auto *entity = std::ranges::find_if(
