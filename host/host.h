@@ -49,7 +49,7 @@ struct Settings {
   std::optional<double> version = 2013.03;  // nothing: the host does not tell its version
   bool in_runtime = false;
   std::set<std::string, std::less<>> withheld;  // services and classes that the host does not have, by name
-  std::optional<Misbehaviour> misbehaviour;
+  std::optional<Misbehaviour> misbehaviour = std::nullopt;
   int silent_look_ups = 0;  // so many questions for a service are answered with null, whatever they ask for
 };
 
@@ -95,6 +95,7 @@ class Host {
   template <typename Result, typename... Parameters, typename... Arguments>
   auto call(Result (*function)(Parameters...), Arguments... arguments) {
     const Scope scope(*this);
+    (show_if_held(arguments), ...);
     if constexpr (std::is_same_v<Result, REALstringStruct *> ||
                   std::is_same_v<Result, REALmemoryBlockStruct *>) {
       return accept(function(arguments...));
@@ -118,6 +119,12 @@ class Host {
   // Turns the reference that a function returned into one of the host's own.
   String accept(REALstringStruct *result);
   MemoryBlock accept(REALmemoryBlockStruct *result);
+
+  // Older plugins read a string object directly. It shows them its text only while they hold the string, as
+  // long as this host lets them hold strings at all.
+  void show_if_held(REALstringStruct *s);
+  template <typename Other>
+  void show_if_held(const Other &) {}
 
   // What the plugin did.
   const std::vector<Method> &methods() const { return methods_; }

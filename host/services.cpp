@@ -31,7 +31,7 @@ struct Services::Functions {
         host.misbehaves("PluginGetStringData", {kRefuse, kNegativeLength, kHugeLength, kNoBytes});
     String text = s == nullptr ? new_string({}, encoding) : in_encoding(s, encoding);
     if (text == nullptr || wrong == kRefuse) return boolean(false);
-    record->length = length_told(text->head.length, wrong);
+    record->length = length_told(text->content.length, wrong);
     record->encoding = encoding;
     record->data = wrong == kNoBytes ? nullptr : text->text();
     if (host.withholds("PluginDisposeStringData")) {
@@ -62,7 +62,7 @@ struct Services::Functions {
 
   static std::int32_t LenB(REALstringStruct *s) {
     const auto wrong = Host::serving().misbehaves("LenB", {kNegativeLength, kHugeLength});
-    return length_told(s == nullptr ? 0 : s->head.length, wrong);
+    return length_told(s == nullptr ? 0 : s->content.length, wrong);
   }
 
   static void *REALLoadGlobalMethod(void *, const char *declaration) {
@@ -84,8 +84,9 @@ struct Services::Functions {
     const std::optional<std::string> text = convert(s->bytes(), s->encoding, encoding);
     if (!text) return nullptr;
     String converted = new_string(*text, encoding);
-    converted->head.length = length_told(converted->head.length, wrong);
-    if (wrong == kNoBytes) converted->head.buffer = nullptr;
+    converted->content.length = length_told(converted->content.length, wrong);
+    if (wrong == kNoBytes) converted->content.buffer = nullptr;
+    converted->show();
     return handed_out(host, std::move(converted));
   }
 
@@ -104,11 +105,16 @@ struct Services::Functions {
   static void REALLockString(REALstringStruct *s) {
     Host &host = Host::serving("REALLockString");
     if (!host.keeps_strings()) s->references.take_for_plugin(host.ledger.strings);
+    host.show_if_held(s);
   }
 
   static void REALUnlockString(REALstringStruct *s) {
     Host &host = Host::serving();
-    if (s->references.drop_for_plugin(host.ledger, host.ledger.strings)) destroy(s);
+    if (s->references.drop_for_plugin(host.ledger, host.ledger.strings)) {
+      destroy(s);
+    } else {
+      host.show_if_held(s);
+    }
     host.misbehaves("REALUnlockString");
   }
 
