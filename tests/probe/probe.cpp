@@ -1,6 +1,6 @@
 // A plugin that registers the frame's own tools, so that tests reach them as a host reaches any function.
+#include "cpu/level.h"
 #include "declaration.h"
-#include "frame/byte_view.h"
 #include "frame/exceptions.h"
 #include "frame/results.h"
 #include "frame/string_builders.h"
@@ -10,23 +10,18 @@
 namespace kzv {
 namespace {
 
-KZV_CALLED_BY_HOST REALstringStruct *Build(REALstringStruct *s, std::int32_t encoding) {
-  const rbData view(s);
-  const ByteView bytes = view.bytes();
-  return REALBuildUnicodeString(bytes.data(), static_cast<std::int64_t>(bytes.size()),
+// Bytes at an address of the test's: declarations have no pointers.
+const char *bytes_at(double address) {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr)
+  return reinterpret_cast<const char *>(static_cast<std::uintptr_t>(address));
+}
+
+KZV_CALLED_BY_HOST REALstringStruct *Build(double address, double length, std::int32_t encoding) {
+  return REALBuildUnicodeString(bytes_at(address), static_cast<std::int64_t>(length),
                                 static_cast<REALencoding>(encoding));
 }
 
-// Says that there are `length` bytes where one is.
-KZV_CALLED_BY_HOST REALstringStruct *BuildOfLength(double length) {
-  return REALBuildUnicodeString("x", static_cast<std::int64_t>(length), kEncodingBytes);
-}
-
-KZV_CALLED_BY_HOST REALstringStruct *BuildOfNothing(double length) {
-  return REALBuildUnicodeString(nullptr, static_cast<std::int64_t>(length), kEncodingBytes);
-}
-
-KZV_CALLED_BY_HOST std::int32_t UnitBehind(REALstringStruct *s, std::int32_t bits_per_unit) {
+KZV_CALLED_BY_HOST std::int32_t UnitAfter(REALstringStruct *s, std::int32_t bits_per_unit) {
   rbText text(s);
   if (bits_per_unit == 32) return static_cast<std::int32_t>(text.GetWChar()[text.LengthWChar()]);
   if (bits_per_unit == 16) return text.utf16().data()[text.utf16().size()].value;
@@ -34,21 +29,15 @@ KZV_CALLED_BY_HOST std::int32_t UnitBehind(REALstringStruct *s, std::int32_t bit
   return narrow.data()[narrow.size()];
 }
 
-KZV_CALLED_BY_HOST REALmemoryBlockStruct *CopyBlock(REALmemoryBlockStruct *block) {
-  const rbData view(block);
-  return BuildMemoryBlock(view.bytes());
-}
-
 KZV_CALLED_BY_HOST std::int32_t Raise(REALboolean with_message) {
   RaiseException(kOutOfMemory, IsTrue(with_message) ? "It is full." : nullptr);
   return 0;
 }
 
-KZV_CALLED_BY_HOST REALstringStruct *AddName(std::int32_t capacity, REALstringStruct *name) {
-  const rbData view(name);
+KZV_CALLED_BY_HOST REALstringStruct *AddName(std::int32_t capacity, double address, double length) {
   AsciiStringHandle builder(kEncodingASCII);
   if (!builder.Create(static_cast<std::uint64_t>(capacity))) return nullptr;
-  Add(builder, {reinterpret_cast<const char *>(view.bytes().data()), view.bytes().size()});
+  Add(builder, {bytes_at(address), static_cast<std::size_t>(length)});
   AddBinary(builder, "ignored", 0);
   AddBinary(builder, "ignored", -1);
   return builder.Finish();
@@ -61,6 +50,13 @@ KZV_CALLED_BY_HOST REALstringStruct *AddUnit(std::int32_t capacity, std::int32_t
   return builder.Finish();
 }
 
+// The level in use, counted from the fastest one that the processor has.
+KZV_CALLED_BY_HOST std::int32_t LevelsAbove(REALboolean) {
+  std::int32_t above = 0;
+  for (const cpu::Level *const level : cpu::levels()) above = level == &cpu::level() ? 0 : above + 1;
+  return above;
+}
+
 #define METHOD(function, declaration)                                                                        \
   {                                                                                                          \
     reinterpret_cast<void *>(&(function)), nullptr, declares<decltype(function)>(declaration), kMethodFlags, \
@@ -68,14 +64,12 @@ KZV_CALLED_BY_HOST REALstringStruct *AddUnit(std::int32_t capacity, std::int32_t
   }
 
 const REALmethodDefinition kMethods[] = {
-    METHOD(Build, "Build(s as string, encoding as integer) as string"),
-    METHOD(BuildOfLength, "BuildOfLength(length as double) as string"),
-    METHOD(BuildOfNothing, "BuildOfNothing(length as double) as string"),
-    METHOD(UnitBehind, "UnitBehind(s as string, bitsPerUnit as integer) as integer"),
-    METHOD(CopyBlock, "CopyBlock(block as memoryblock) as memoryblock"),
-    METHOD(AddName, "AddName(capacity as integer, name as string) as string"),
-    METHOD(AddUnit, "AddUnit(capacity as integer, unit as integer) as string"),
+    METHOD(Build, "Build(address as double, length as double, encoding as integer) as string"),
+    METHOD(UnitAfter, "UnitAfter(s as string, bitsPerUnit as integer) as integer"),
     METHOD(Raise, "Raise(withMessage as boolean) as integer"),
+    METHOD(AddName, "AddName(capacity as integer, address as double, length as double) as string"),
+    METHOD(AddUnit, "AddUnit(capacity as integer, unit as integer) as string"),
+    METHOD(LevelsAbove, "LevelsAbove(unused as boolean) as integer"),
 };
 
 }  // namespace
