@@ -2,8 +2,9 @@
 #include <atomic>
 #include <barrier>
 #include <chrono>
-#include <fstream>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -41,41 +42,25 @@ TEST(Threads, MakeEveryFirstCallTogetherAndGoOn) {
   }
 }
 
-bool is_mapped(const std::string &file) {
-  std::ifstream maps("/proc/self/maps");
-  for (std::string line; std::getline(maps, line);) {
-    if (line.ends_with(file)) return true;
-  }
-  return false;
-}
-
-int other_look_ups = 0;
-void *other_resolver(const char *name) {
-  ++other_look_ups;
-  return Services::resolve(name);
-}
-
-void load_and_use(REALresolver resolver, std::optional<double> host_version, int interface_version) {
-  const PluginFile file(KZV_PLUGIN);
-  EXPECT_TRUE(is_mapped(KZV_PLUGIN));
-  Host host(version(host_version));
-  host.start(file.main(), resolver);
-  EXPECT_EQ(host.interface_version(), interface_version);
-  auto *const encode =
-      reinterpret_cast<REALstringStruct *(*)(REALstringStruct *)>(host.methods()[23].function);
-  EXPECT_EQ(returned(host.call(encode, new_string("a b", kEncodingUTF8).get())), ascii("a%20b"));
-  EXPECT_EQ(host.ledger.report(), "");
-}
-
 // What one life of the library knew, such as the version, is gone in the next.
 TEST(Unloading, LeavesNothingBehind) {
+  static int look_ups = 0;
+  const auto resolver = [](const char *name) {
+    ++look_ups;
+    return Services::resolve(name);
+  };
+  using Row = std::pair<std::optional<double>, int>;
   for (int i = 0; i < 50; ++i) {
-    load_and_use(Services::resolve, 2013.03, 12);
-    EXPECT_FALSE(is_mapped(KZV_PLUGIN));
-    load_and_use(Services::resolve, std::nullopt, 9);
+    for (const auto &[host_version, interface_version] : {Row(2013.03, 12), Row(std::nullopt, 9)}) {
+      const auto library = std::make_shared<Loaded>(KZV_PLUGIN, PluginFile::Instance::kShared);
+      Plugin plugin(library, version(host_version), i == 49 ? +resolver : Services::resolve);
+      EXPECT_EQ(plugin.host.interface_version(), interface_version);
+      EXPECT_EQ(plugin.call("EncodingToURLKZV", utf8("a b")), ascii("a%20b"));
+      EXPECT_EQ(plugin.host.ledger.report(), "");
+    }
+    EXPECT_EQ(dlopen(KZV_PLUGIN, RTLD_LAZY | RTLD_NOLOAD), nullptr) << "still loaded";
   }
-  load_and_use(other_resolver, 2012.0, 10);
-  EXPECT_GT(other_look_ups, 5);
+  EXPECT_GT(look_ups, 5);
 }
 
 TEST(Instances, LiveSideBySide) {
