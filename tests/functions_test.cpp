@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include "support/guarded.h"
-#include "support/memory.h"
 #include "support/samples.h"
 #include "support/shell.h"
 
@@ -190,26 +189,6 @@ TEST(Numbers, HaveAPointUnderALocaleThatWritesAComma) {
   setlocale(LC_ALL, "C");
   unsetenv("LOCPATH");
   std::filesystem::remove_all(folder);
-}
-
-// Pages that outgrow their first block several times.
-TEST(Pages, GrowWithTheirText) {
-  Plugin plugin(KZV_FAULTY);
-  const auto encoded = [&](std::string_view text, std::int32_t options) {
-    return plugin.call("EncodingToHTMLKZV", utf16(repeated(text, 3000)), options);
-  };
-  EXPECT_EQ(encoded("'", 0), ascii(repeated("&#39;", 3000)));
-  EXPECT_EQ(encoded("\u03D1&", 1), ascii(repeated("&thetasym;&", 3000)));
-  EXPECT_EQ(encoded("\u0101&", 0), ascii(repeated("&#257;&amp;", 3000)));
-
-  std::string tags;
-  std::string replaced;
-  for (std::size_t i = 0; i < 3000; ++i) {
-    tags += "<" + repeated("a", i % 40) + ">" + repeated("b", i % 3);
-    replaced += repeated("[]", i % 40) + repeated("b", i % 3);
-  }
-  EXPECT_EQ(plugin.call("RemoveHTMLTagsWithKZV", utf8(tags), utf8("[]")), utf8(replaced));
-  EXPECT_TRUE(memory().blocks.empty());
 }
 
 }  // namespace

@@ -50,45 +50,13 @@ class Limits : public testing::Test {
   Plugin plugin_{KZV_FAULTY};
 };
 
-TEST_F(Limits, OfOneArgumentDecideWhetherMemoryIsAskedFor) {
-  const struct {
-    const char *name;
-    REALencoding encoding;
-    std::string_view pattern;
-    std::size_t unit;
-    std::size_t most;     // units that fit; one more does not
-    std::size_t request;  // bytes asked for then
-  } rows[] = {
-      {kToURL, kEncodingBytes, "", 1, 715827879, 2147483647},
-      {"DecodingFromURLKZV", kEncodingBytes, "", 1, 2147483647, 2147483647},
-      {"EncodingToHexKZV", kEncodingBytes, "", 1, 1073741823, 2147483646},
-      {"DecodingFromHexKZV", kEncodingASCII, "", 1, 2147483647, 1073741823},
-      {"DecodingFromHTMLKZV", kEncodingUTF16, "", 2, 1073739775, kHead + 2147483646},
-      {"EncodingToISO8859KZV", kEncodingUTF16, "", 2, 1073741823, 1073741823},
-      {"DecodingFromISO8859KZV", kEncodingUTF8, "", 1, 1073741823, 2147483646},
-      {"DecodingFromCP1252KZV", kEncodingUTF8, "", 1, 1073741823, 2147483646},
-      {kRemoveTags, kEncodingUTF8, "", 1, 2147483637, kHead + 2147483647},
-      {"SQLReplaceBooleanKZV", kEncodingASCII, "", 1, 2147483637, kHead + 2147483647},
-      {"DecodingFromMySQLKZV", kEncodingUTF8, "", 1, 2147483647, 2147483647},
-      {"_yDecodeStringKZV", kEncodingUTF8, "", 1, 2147483647, 2147483647},
-      // Text without a terminator has to be copied, with one.
-      {kRemoveTags, kEncodingUTF8, "a", 1, 2147483643, 2147483647},
-      {"EncodingToCP1252KZV", kEncodingUTF16, "a", 2, 1073741821, 2147483646},
-      {"EncodeEmailSubjectKZV", kEncodingUTF8, "\xC3\xA9", 1, 2147483643, 2147483647},
-  };
-  for (const auto &row : rows) {
-    const Sparse bytes(row.pattern);
-    const auto request = [&](std::size_t units) {
-      return asked_for([&] { call(row.name, lent(bytes, units * row.unit, row.encoding)); });
-    };
-    EXPECT_EQ(request(row.most), row.request) << row.name;
-    EXPECT_EQ(request(row.most + 1), 0U) << row.name;
-    EXPECT_EQ(only_message(), "") << row.name;
-  }
-}
-
-TEST_F(Limits, OfSeveralArgumentsDecideWhetherMemoryIsAskedFor) {
+TEST_F(Limits, OfArgumentsDecideWhetherMemoryIsAskedFor) {
   const Sparse zeros;
+  using Call = std::function<void(std::size_t)>;
+  const auto one = [&](const char *name, REALencoding encoding) -> Call {
+    const std::size_t unit = encoding == kEncodingUTF16 ? 2 : 1;
+    return [=, this, &zeros](std::size_t units) { call(name, lent(zeros, units * unit, encoding)); };
+  };
   const auto joined = [&](std::size_t bytes) {
     const String sixth = lent(zeros, bytes / 6);
     call("ConcatBinaryStringsKZV", sixth, sixth, sixth, sixth, sixth, lent(zeros, bytes - bytes / 6 * 5));
@@ -97,25 +65,39 @@ TEST_F(Limits, OfSeveralArgumentsDecideWhetherMemoryIsAskedFor) {
                           const Text &filler) {
     call("HexstringKZV", lent(zeros, bytes), hexlen, linelen, kNil, lineend, kNil, filler);
   };
-  const Text long_filler = ascii(std::string(2147, '.'));
-  using Size = std::size_t;
+  const auto html = [&](std::size_t n) { call("EncodingToHTMLKZV", lent(zeros, n * 2, kEncodingUTF16), 0); };
+  const auto replaced = [&](std::size_t n) { call("ReplaceNonPrintableCharactersKZV", lent(zeros, n), 46); };
+  const auto combined = [&](std::size_t n) { call("StringORKZV", lent(zeros, n), lent(zeros, n)); };
+  const auto random = [&](std::size_t n) {
+    call("RandomBytesStringKZV", static_cast<std::int32_t>(n), true);
+  };
+  const Text dots = ascii(std::string(2147, '.'));
   const struct {
     const char *what;
-    std::function<void(Size)> call;
-    Size most;
-    Size request;
+    Call call;
+    std::size_t most;     // units that fit; one more does not
+    std::size_t request;  // bytes asked for then
   } rows[] = {
-      {"HTML", [&](Size n) { call("EncodingToHTMLKZV", lent(zeros, n * 2, kEncodingUTF16), 0); }, 1073739775,
-       kHead + 2147483646},
-      {"replacing", [&](Size n) { call("ReplaceNonPrintableCharactersKZV", lent(zeros, n), 46); }, 2147483647,
-       2147483647},
-      {"OR", [&](Size n) { call("StringORKZV", lent(zeros, n), lent(zeros, n)); }, 2147483642, 2147483647},
+      {"to URL", one(kToURL, kEncodingBytes), 715827879, 2147483647},
+      {"from URL", one("DecodingFromURLKZV", kEncodingBytes), 2147483647, 2147483647},
+      {"to hex", one("EncodingToHexKZV", kEncodingBytes), 1073741823, 2147483646},
+      {"from hex", one("DecodingFromHexKZV", kEncodingASCII), 2147483647, 1073741823},
+      {"from HTML", one("DecodingFromHTMLKZV", kEncodingUTF16), 1073739775, kHead + 2147483646},
+      {"to ISO-8859-1", one("EncodingToISO8859KZV", kEncodingUTF16), 1073741823, 1073741823},
+      {"from ISO-8859-1", one("DecodingFromISO8859KZV", kEncodingUTF8), 1073741823, 2147483646},
+      {"from CP1252", one("DecodingFromCP1252KZV", kEncodingUTF8), 1073741823, 2147483646},
+      {"tags", one(kRemoveTags, kEncodingUTF8), 2147483637, kHead + 2147483647},
+      {"SQL", one("SQLReplaceBooleanKZV", kEncodingASCII), 2147483637, kHead + 2147483647},
+      {"from MySQL", one("DecodingFromMySQLKZV", kEncodingUTF8), 2147483647, 2147483647},
+      {"yEnc", one("_yDecodeStringKZV", kEncodingUTF8), 2147483647, 2147483647},
+      {"to HTML", html, 1073739775, kHead + 2147483646},
+      {"replacing", replaced, 2147483647, 2147483647},
+      {"OR", combined, 2147483642, 2147483647},
       {"six arguments", joined, 2147483637, 2147483647},
-      {"random bytes", [&](Size n) { call("RandomBytesStringKZV", static_cast<std::int32_t>(n), true); },
-       2147483647, 2147483647},
-      {"lines of a dump", [&](Size n) { dumped(n, 2, 1, ascii("\n"), kNil); }, 715827882, 2147483646},
-      {"the last line's filler", [&](Size n) { dumped(n, 1000, 1000, kNil, long_filler); }, 241823, 1000000},
-      {"one long line", [&](Size n) { dumped(n, 429496729, 5, kNil, kNil); }, 1, 2147483645},
+      {"random bytes", random, 2147483647, 2147483647},
+      {"dump in lines", [&](auto n) { dumped(n, 2, 1, ascii("\n"), kNil); }, 715827882, 2147483646},
+      {"filled dump", [&](auto n) { dumped(n, 1000, 1000, kNil, dots); }, 241823, 1000000},
+      {"dump of one line", [&](auto n) { dumped(n, 429496729, 5, kNil, kNil); }, 1, 2147483645},
   };
   for (const auto &row : rows) {
     EXPECT_EQ(asked_for([&] { row.call(row.most); }), row.request) << row.what;
@@ -129,6 +111,28 @@ TEST_F(Limits, OfSeveralArgumentsDecideWhetherMemoryIsAskedFor) {
   joined((std::size_t{1} << 32) + 100);
 #endif
   EXPECT_EQ(asked_for([&] { dumped(1, 2147483647, 2147483647, kNil, kNil); }), 0U);
+}
+
+// Text without a terminator has to be copied, with one.
+TEST_F(Limits, OfTextDecideWhetherItIsCopied) {
+  const struct {
+    const char *name;
+    REALencoding encoding;
+    std::string_view pattern;
+    std::size_t most;  // bytes; one more unit is not copied
+    std::size_t request;
+  } rows[] = {{kRemoveTags, kEncodingUTF8, "a", 2147483643, 2147483647},
+              {"EncodingToCP1252KZV", kEncodingUTF16, "a", 2147483642, 2147483646},
+              {"EncodeEmailSubjectKZV", kEncodingUTF8, "\xC3\xA9", 2147483643, 2147483647}};
+  for (const auto &row : rows) {
+    const Sparse bytes(row.pattern);
+    const auto request = [&](std::size_t size) {
+      return asked_for([&] { call(row.name, lent(bytes, size, row.encoding)); });
+    };
+    EXPECT_EQ(request(row.most), row.request) << row.name;
+    EXPECT_EQ(request(row.most + (row.encoding == kEncodingUTF16 ? 2 : 1)), 0U) << row.name;
+    EXPECT_EQ(only_message(), "") << row.name;
+  }
 }
 
 // What has to be copied for a view, which is empty without: the functions then answer as for empty texts.

@@ -1,4 +1,4 @@
-// Several threads, several instances, and a library that comes and goes.
+// Several threads, and a library that comes and goes.
 #include <atomic>
 #include <barrier>
 #include <chrono>
@@ -61,16 +61,6 @@ TEST(Unloading, LeavesNothingBehind) {
     EXPECT_EQ(dlopen(KZV_PLUGIN, RTLD_LAZY | RTLD_NOLOAD), nullptr) << "still loaded";
   }
   EXPECT_GT(look_ups, 5);
-}
-
-TEST(Instances, LiveSideBySide) {
-  Plugin older(KZV_PLUGIN, version(2011.5));
-  Plugin newer(KZV_PLUGIN, version(2013.03, {"REALLockString"}));
-  for (const Sample &sample : samples()) {
-    EXPECT_EQ(newer.host.interface_version(), 12);
-    EXPECT_EQ(older.host.interface_version(), 9);
-    EXPECT_EQ(sample.call(older), sample.expected);
-  }
 }
 
 }  // namespace
