@@ -63,6 +63,7 @@ struct Method {
 struct RaisedException {
   std::string class_name;
   std::string message;
+  REALencoding message_encoding;
   std::int32_t error_number;
 };
 

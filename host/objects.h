@@ -79,6 +79,7 @@ struct REALobjectStruct {
   std::string class_name;
   kzv::host::References references;
   std::string message;
+  REALencoding message_encoding = 0;
   std::int32_t error_number = -1;
 };
 

@@ -141,7 +141,9 @@ struct Services::Functions {
   static void REALSetPropValueString(REALobjectStruct *object, const char *property,
                                      REALstringStruct *value) {
     Host::serving("REALSetPropValueString");
-    if (std::strcmp(property, "Message") == 0) object->message = value == nullptr ? "" : value->bytes();
+    if (std::strcmp(property, "Message") != 0) return;
+    object->message = value == nullptr ? "" : value->bytes();
+    object->message_encoding = value == nullptr ? 0 : value->encoding;
   }
 
   static void REALSetPropValueInt(REALobjectStruct *object, const char *property, std::int32_t value) {
@@ -152,7 +154,8 @@ struct Services::Functions {
   static void RuntimeRaiseException(REALobjectStruct *object) {
     Host &host = Host::serving("RuntimeRaiseException");
     const std::lock_guard lock(host.mutex_);
-    host.raised_.push_back({object->class_name, object->message, object->error_number});
+    host.raised_.push_back(
+        {object->class_name, object->message, object->message_encoding, object->error_number});
   }
 
   static REALmemoryBlockStruct *newMemoryBlock(std::int32_t size) {

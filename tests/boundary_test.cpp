@@ -117,13 +117,17 @@ TEST(Loading, RegistersWhatItCanWhenTheHostIsLate) {
   EXPECT_EQ(plugin.host.methods().front().declaration, "_yDecodeStringKZV(data as string) as string");
 }
 
-// By services that differ with the host's version.
-TEST(Arguments, AreReadDirectlyUpToVersion2013) {
-  for (const auto &[host_version, directly] : {std::pair(2013.0, true), std::pair(2013.01, false)}) {
-    Plugin plugin(KZV_PLUGIN, version(host_version));
+// By services that differ with the host.
+TEST(Arguments, AreReadDirectlyUpToVersion2013AndNeverConverted) {
+  for (const auto &[settings, service] :
+       {std::pair(version(2013.0), "REALLockString"), std::pair(version(2013.01), "PluginGetStringData"),
+        std::pair(version(2013.01, {"PluginGetStringData"}), "StringGetCString")}) {
+    Plugin plugin(KZV_PLUGIN, settings);
     plugin.call("EncodingToURLKZV", utf8("a"));
-    EXPECT_EQ(plugin.host.times_asked_for("REALLockString"), directly ? 1 : 0);
-    EXPECT_EQ(plugin.host.times_asked_for("PluginGetStringData"), directly ? 0 : 1);
+    for (const char *const one : {"REALLockString", "StringGetCString", "REALConvertString"}) {
+      EXPECT_EQ(plugin.host.times_asked_for(one), one == std::string_view(service) ? 1 : 0) << one;
+    }
+    EXPECT_EQ(plugin.host.times_asked_for("PluginGetStringData"), settings.version > 2013.0 ? 1 : 0);
   }
 }
 
@@ -183,7 +187,8 @@ TEST(Results, OutsideTheLimitsAreNilWithoutAnException) {
 }
 
 TEST(Views, EndInAZeroUnit) {
-  const std::string bytes = "abcdefgh";  // of which the host delivers four
+  // The host delivers four bytes. What follows them is no zero, or half of one.
+  const std::string texts[] = {"abcdefgh", "abcd\0fgh"s, "abcde\0gh"s};
   const struct {
     REALencoding encoding;
     std::int32_t bits;
@@ -194,11 +199,12 @@ TEST(Views, EndInAZeroUnit) {
        {version(2011.5), version(2013.03), version(2013.03, {"PluginGetStringData"})}) {
     Plugin probe(KZV_PROBE, settings);
     for (const auto &row : rows) {
-      const String s(make_string_of_lent({bytes.data(), 4}, row.encoding));
-      memory().requests = 0;
-      EXPECT_EQ(probe.call<std::int32_t>("UnitAfter", s, row.bits), 0) << row.bits;
-      const bool is_copied = !settings.withheld.empty();
-      EXPECT_TRUE(!is_copied || memory().requests == row.copies) << row.bits;
+      for (const std::string &text : texts) {
+        const String s(make_string_of_lent({text.data(), 4}, row.encoding));
+        memory().requests = 0;
+        EXPECT_EQ(probe.call<std::int32_t>("UnitAfter", s, row.bits), 0) << row.bits;
+        EXPECT_TRUE(settings.withheld.empty() || memory().requests == row.copies) << row.bits;
+      }
     }
   }
 }
@@ -225,6 +231,15 @@ TEST(MemoryBlocks, AreReadAndMadeAsFarAsTheHostIsAble) {
     const auto raised = plugin.host.take_raised();
     EXPECT_EQ(raised.empty() ? "" : raised[0].message, row.message);
     EXPECT_EQ(plugin.host.ledger.report(), "");
+  }
+}
+
+TEST(MemoryBlocks, OfImpossibleSizesAreEmpty) {
+  Plugin probe(KZV_PROBE);
+  EXPECT_EQ(probe.call<std::int32_t>("SizeOf", Block{"abc"}), 3);
+  for (const auto kind : {Kind::kNegativeLength, Kind::kHugeLength, Kind::kNoBytes}) {
+    probe.host.settings.misbehaviour = {"", kind};
+    EXPECT_EQ(probe.call<std::int32_t>("SizeOf", Block{"abc"}), 0);
   }
 }
 
@@ -261,6 +276,7 @@ TEST(RaisedExceptions, TakeTheClassThatTheHostHas) {
     if (!raised.empty()) {
       EXPECT_EQ(raised[0].class_name, row.raised[0]);
       EXPECT_EQ(raised[0].message, row.raised[1]);
+      EXPECT_EQ(raised[0].message_encoding, row.raised[1].empty() ? 0 : kEncodingASCII);
       EXPECT_EQ(raised[0].error_number, 0);
     }
     EXPECT_EQ(probe.host.ledger.report(), "");

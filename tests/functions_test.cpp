@@ -49,6 +49,16 @@ TEST(Functions, GiveTheSameOnEveryHost) {
   }
 }
 
+// On the stack and beyond it: results that fill their memory to the last byte.
+TEST(Functions, GiveResultsOfEverySize) {
+  Plugin plugin(KZV_PLUGIN);
+  for (const Sample &sample : samples()) {
+    for (std::size_t times = 1; sample.repeats && times <= 260; ++times) {
+      ASSERT_EQ(sample.call(plugin, times), repeated(sample.expected, times)) << sample.name << times;
+    }
+  }
+}
+
 // Bytes without an encoding that are no ASCII are taken for Mac OS Roman.
 std::optional<std::string> in_encoding(const std::string &bytes, REALencoding from, REALencoding to) {
   const auto read_as = [](REALencoding label) { return label == kEncodingBytes ? kEncodingMacRoman : label; };

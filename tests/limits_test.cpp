@@ -180,8 +180,13 @@ TEST_F(Limits, OfBuildersDecideHowTheyGrow) {
   memory().last_request = 0;
   EXPECT_EQ(probe.call("AddName", 0, address_of("amp"), 3.0), ascii("&amp;"));
   EXPECT_EQ(memory().last_request, 4106U);
-  EXPECT_EQ(probe.call("AddUnit", 8, std::int32_t{'x'}), utf8("x"));
+  EXPECT_EQ(probe.call("AddUnits", 8, 1), utf8("x"));
   EXPECT_EQ(memory().last_request, 4107U);
+  EXPECT_EQ(probe.call("AddUnits", 8, 3000), utf8(repeated("x", 3000)));
+  EXPECT_EQ(memory().last_request, 8205U);
+  const std::string bytes = repeated("y", 5000);
+  EXPECT_EQ(plugin_.call("RemoveHTMLTagsWithKZV", utf8("<x>"), utf8(bytes)), utf8(bytes));
+  EXPECT_EQ(memory().last_request, 14100U);
 }
 
 #if !defined(KZV_SANITIZED)  // a sanitizer looks at no byte of such a mapping, but takes its time

@@ -1,6 +1,7 @@
 // A plugin that registers the frame's own tools, so that tests reach them as a host reaches any function.
 #include "cpu/level.h"
 #include "declaration.h"
+#include "frame/byte_view.h"
 #include "frame/exceptions.h"
 #include "frame/results.h"
 #include "frame/string_builders.h"
@@ -29,6 +30,11 @@ KZV_CALLED_BY_HOST std::int32_t UnitAfter(REALstringStruct *s, std::int32_t bits
   return narrow.data()[narrow.size()];
 }
 
+KZV_CALLED_BY_HOST std::int32_t SizeOf(REALmemoryBlockStruct *block) {
+  const rbData view(block);
+  return static_cast<std::int32_t>(view.bytes().size());
+}
+
 KZV_CALLED_BY_HOST std::int32_t Raise(REALboolean with_message) {
   RaiseException(kOutOfMemory, IsTrue(with_message) ? "It is full." : nullptr);
   return 0;
@@ -43,10 +49,10 @@ KZV_CALLED_BY_HOST REALstringStruct *AddName(std::int32_t capacity, double addre
   return builder.Finish();
 }
 
-KZV_CALLED_BY_HOST REALstringStruct *AddUnit(std::int32_t capacity, std::int32_t unit) {
+KZV_CALLED_BY_HOST REALstringStruct *AddUnits(std::int32_t capacity, std::int32_t count) {
   UnicodeStringHandle builder;
   if (!builder.Create(static_cast<std::uint64_t>(capacity))) return nullptr;
-  Add(builder, static_cast<std::uint16_t>(unit));
+  while (count-- > 0) Add(builder, u'x');
   return builder.Finish();
 }
 
@@ -66,9 +72,10 @@ KZV_CALLED_BY_HOST std::int32_t LevelsAbove(REALboolean) {
 const REALmethodDefinition kMethods[] = {
     METHOD(Build, "Build(address as double, length as double, encoding as integer) as string"),
     METHOD(UnitAfter, "UnitAfter(s as string, bitsPerUnit as integer) as integer"),
+    METHOD(SizeOf, "SizeOf(block as memoryblock) as integer"),
     METHOD(Raise, "Raise(withMessage as boolean) as integer"),
     METHOD(AddName, "AddName(capacity as integer, address as double, length as double) as string"),
-    METHOD(AddUnit, "AddUnit(capacity as integer, unit as integer) as string"),
+    METHOD(AddUnits, "AddUnits(capacity as integer, count as integer) as string"),
     METHOD(LevelsAbove, "LevelsAbove(unused as boolean) as integer"),
 };
 

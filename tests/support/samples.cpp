@@ -113,6 +113,7 @@ const std::vector<Sample> &samples() {
       sample("EncodingToHTMLKZV", ascii("<"), utf8("<"), 3),
       sample("EncodingToHTMLKZV", ascii("&lt;caf&eacute;&gt; &#128;"), utf16("<café> \u0080"), 0),
       sample("EncodingToHTMLKZV", ascii("<caf&eacute;>"), utf8("<café>"), -1),
+      sample("EncodingToHTMLKZV", ascii("&thetasym;"), utf8("\u03D1"), 1),
       single("EncodingToHTMLKZV", ascii("a&#65279;"), utf16("\uFEFFa\uFEFF"), 0),
       single("EncodingToHTMLKZV", ascii("a"), utf16("\uFEFF\uFFFEa"), 0),
       single("EncodingToHTMLKZV", ascii("a"), utf16("\uFFFE\uFEFFa"), 0),
@@ -191,7 +192,7 @@ const std::vector<Sample> &probe_samples() {
       built(utf8(repeated("z", 255)), {repeated("z\0\0\0"s, 255), kEncodingUTF32}),
       built(utf8(repeated("z", 5000)), {repeated("z\0\0\0"s, 5000), kEncodingUTF32}),
       single("AddName", ascii("&amp;"), 0, address_of("amp"), 3.0),
-      sample("AddUnit", utf8("x"), 8, std::int32_t{'x'}),
+      sample("AddUnits", utf8(repeated("x", 3000)), 8, 3000),
   };
   return all;
 }
