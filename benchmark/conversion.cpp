@@ -19,7 +19,7 @@ REALstringStruct *convert_string(REALstringStruct *s, REALencoding encoding) {
   static auto *const build = service<REALstringStruct *(const void *, std::int32_t)>("REALBuildString");
   if (s == nullptr || s->encoding != kEncodingUTF16 || encoding != kEncodingUTF8) return convert(s, encoding);
   const auto *const units = reinterpret_cast<const char16_t *>(s->text());
-  const QByteArray text = QStringView(units, s->head.length / 2).toUtf8();
+  const QByteArray text = QStringView(units, s->content.length / 2).toUtf8();
   REALstringStruct *const converted = build(text.constData(), static_cast<std::int32_t>(text.size()));
   if (converted != nullptr) converted->encoding = encoding;
   return converted;

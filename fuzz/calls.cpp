@@ -1,10 +1,6 @@
 // Fuzzes whole calls through the in-process host. Each input is one life of the library: a host loads it and
-// calls one function, while things go wrong, and then calls it again. What must hold:
+// calls one function, while things go wrong, and then calls it again. Besides the rules of misbehaviour.h:
 //
-//   - After the start and after each call, everything that was taken has been given back.
-//   - At most one exception is raised, of a class that programs expect; on a healthy host none.
-//   - An exception that passes is one that the host threw. What the host threw passes; if it was
-//     std::bad_alloc, it may be raised instead.
 //   - No call changes its arguments.
 //   - A complete host that is healthy again gets the answer that a healthy host of the newest version gets,
 //     whatever its version and whatever went wrong before.
@@ -13,13 +9,12 @@
 #include <cstdlib>
 #include <fuzzer/FuzzedDataProvider.h>
 #include <limits>
-#include <link.h>
-#include <new>
 
 #include "call.h"
 #include "encodings.h"
 #include "host.h"
-#include "plugin_file.h"
+#include "support/loaded.h"
+#include "support/misbehaviour.h"
 
 namespace kzv::host {
 namespace {
@@ -30,53 +25,10 @@ using runner::Parameter;
 using runner::Type;
 using runner::Value;
 
-void expect(bool holds, const std::string &what) {
-  if (holds) return;
-  std::fprintf(stderr, "does not hold: %s\n", what.c_str());
+[[noreturn]] void fail(const std::string &what) {
+  std::fprintf(stderr, "%s\n", what.c_str());
   std::abort();
 }
-
-// The plugin, loaded once: a file loaded anew for each life would count its coverage anew. Instead, what the
-// library knows is taken from it: all of its writable memory becomes what it was when it was loaded. Its
-// coverage counters are part of that.
-class Library {
- public:
-  Library() {
-    dl_iterate_phdr(find_memory, &memory_);
-    when_loaded_.resize(memory_.size());
-    copy(memory_, when_loaded_);
-  }
-  void forget() { copy(when_loaded_, memory_); }
-  PluginFile::Main main() const { return file_.main(); }
-
- private:
-  using Memory = std::span<std::uint64_t>;
-
-  // The writable segment, without what the dynamic linker has made read-only.
-  static int find_memory(dl_phdr_info *info, std::size_t, void *memory) {
-    if (std::string_view(info->dlpi_name) != KZV_PLUGIN) return 0;
-    std::uintptr_t start = 0;
-    std::uintptr_t end = 0;
-    for (const ElfW(Phdr) & segment : std::span(info->dlpi_phdr, info->dlpi_phnum)) {
-      const std::uintptr_t segment_end = info->dlpi_addr + segment.p_vaddr + segment.p_memsz;
-      if (segment.p_type == PT_GNU_RELRO) start = segment_end;
-      if (segment.p_type == PT_LOAD && (segment.p_flags & PF_W) != 0) end = segment_end;
-    }
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): the dynamic linker tells addresses as numbers
-    *static_cast<Memory *>(memory) = {reinterpret_cast<std::uint64_t *>(start), (end - start) / 8};
-    return 1;
-  }
-
-  // Between the variables lies memory that the sanitizer lets nobody touch.
-  [[clang::no_sanitize("address")]] static void copy(Memory from, Memory to) {
-    volatile std::uint64_t *next = to.data();
-    for (const std::uint64_t word : from) *next++ = word;
-  }
-
-  PluginFile file_{KZV_PLUGIN};
-  Memory memory_;
-  std::vector<std::uint64_t> when_loaded_;
-};
 
 // Long enough for what does not fit on the stack or into a builder's first block.
 std::string bytes_from(Input &in) {
@@ -162,41 +114,20 @@ void let_down(Input &in, Settings &settings) {
   settings.misbehaviour = {service, kind, in.ConsumeIntegralInRange(1, 24), in.ConsumeBool()};
 }
 
-// Has the library do something on a host as it is, after which the host is healthy.
+// What happens on a host that does not have everything is not known beforehand.
 template <typename Action>
-void endure(Host &host, Action action) {
+void endured(Host &host, Action action) {
   const bool complete = host.settings.withheld.empty() && host.settings.silent_look_ups == 0;
-  std::optional<Kind> passed;
-  try {
-    action();
-  } catch (const std::bad_alloc &) {
-    passed = Kind::kThrowBadAlloc;
-  } catch (const HostFailure &) {
-    passed = Kind::kThrowOther;
-  }
-  const auto wrong = std::exchange(host.settings.misbehaviour, std::nullopt);
+  const Endured after = endure(host, action, [&] { return !complete; });
   host.settings.silent_look_ups = 0;
-  const bool happened = wrong && wrong->calls_left <= 0;
-  const auto raised = host.take_raised();
-
-  expect(host.ledger.balanced(), host.ledger.report());
-  expect(raised.size() <= (happened || !complete ? 1 : 0),
-         "at most one exception is raised, and for a reason");
-  for (const RaisedException &exception : raised) {
-    expect(exception.class_name == "OutOfMemoryException" || exception.class_name == "RuntimeException",
-           "programs expect the exception");
-  }
-  expect(!passed || (happened && wrong->kind == *passed), "what passes is what the host threw");
-  const bool thrown = complete && happened && !passed;
-  expect(!thrown || wrong->kind != Kind::kThrowOther, "what the host threw passes");
-  expect(!thrown || wrong->kind != Kind::kThrowBadAlloc || !raised.empty(), "missing memory is told");
+  if (!after.broken.empty()) fail(after.broken);
 }
 
 void live(Input &in) {
-  static Library library;
-  library.forget();
+  // Loaded once: a file loaded anew for each life would count its coverage anew.
+  static Loaded library(KZV_PLUGIN, PluginFile::Instance::kShared);
   Host newest;
-  newest.start(library.main());
+  newest.start(library.as_new());
   const Method method =
       newest.methods()[in.ConsumeIntegralInRange<std::size_t>(0, newest.methods().size() - 1)];
   const runner::Declaration declaration = runner::parse_declaration(method.declaration);
@@ -208,18 +139,17 @@ void live(Input &in) {
     std::srand(1);  // for random bytes
     answer = std::visit(Shown(), runner::call(host, method.function, declaration, arguments));
   };
-  endure(newest, [&] { call(newest); });
+  endured(newest, [&] { call(newest); });
   const std::string expected = answer;
 
-  library.forget();
   Host host(settings_from(in));
   let_down(in, host.settings);
-  endure(host, [&] { host.start(library.main()); });
+  endured(host, [&] { host.start(library.as_new()); });
   let_down(in, host.settings);
-  endure(host, [&] { call(host); });
-  endure(host, [&] { call(host); });
-  expect(answer == expected || !host.settings.withheld.empty(), "every healthy host gets the same answer");
-  expect(shown(arguments) == given, "a call does not change its arguments");
+  endured(host, [&] { call(host); });
+  endured(host, [&] { call(host); });
+  if (answer != expected && host.settings.withheld.empty()) fail("healthy hosts get different answers");
+  if (shown(arguments) != given) fail("a call has changed its arguments");
 }
 
 }  // namespace

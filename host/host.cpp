@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <new>
+#include <sys/single_threaded.h>
 
 namespace kzv::host {
 
@@ -37,6 +38,14 @@ MemoryBlock Host::accept(REALmemoryBlockStruct *result) {
   if (!keeps_objects()) ledger.add_fault("the plugin returned a memory block it did not hold");
   result->references.take_for_host();
   return MemoryBlock(result);
+}
+
+void Host::show_if_held(REALstringStruct *s) {
+  if (s == nullptr) return;
+  std::unique_lock lock(mutex_, std::defer_lock);
+  if (__libc_single_threaded == 0) lock.lock();
+  const bool shown = s->references.held_by_plugin() || keeps_strings() || withholds("REALLockString");
+  if (shown != s->is_shown()) shown ? s->show() : s->hide();
 }
 
 int Host::times_asked_for(std::string_view service) const {

@@ -48,7 +48,7 @@ struct Settings {
   std::optional<double> version = 2013.03;  // empty: the host does not report its version
   bool in_runtime = false;
   std::set<std::string, std::less<>> withheld;  // services and classes that the host does not have, by name
-  std::optional<Misbehaviour> misbehaviour;
+  std::optional<Misbehaviour> misbehaviour = std::nullopt;
   int silent_look_ups = 0;  // so many look-ups of a service return null, whichever they ask for
 };
 
@@ -62,6 +62,7 @@ struct Method {
 struct RaisedException {
   std::string class_name;
   std::string message;
+  REALencoding message_encoding;
   std::int32_t error_number;
 };
 
@@ -108,6 +109,7 @@ class Host {
   template <typename Result, typename... Parameters, typename... Arguments>
   auto call(Result (*function)(Parameters...), Arguments... arguments) {
     const Scope scope(*this);
+    (show_if_held(arguments), ...);
     if constexpr (std::is_same_v<Result, REALstringStruct *> ||
                   std::is_same_v<Result, REALmemoryBlockStruct *>) {
       return accept(function(arguments...));
@@ -131,6 +133,12 @@ class Host {
   // Turns the reference that a function returned into one of the host's own.
   String accept(REALstringStruct *result);
   MemoryBlock accept(REALmemoryBlockStruct *result);
+
+  // Older plugins read a string object directly. It shows them its text only while they hold the string, as
+  // long as this host lets them hold strings at all.
+  void show_if_held(REALstringStruct *s);
+  template <typename Other>
+  void show_if_held(const Other &) {}
 
   // What the plugin did.
   const std::vector<Method> &methods() const { return methods_; }

@@ -12,9 +12,10 @@ constexpr std::uint32_t kSignature = 0x53545247;
 REALstringStruct *place_string(void *memory, const std::uint8_t *text, std::size_t length,
                                REALencoding encoding) {
   auto *const s = new (memory) REALstringStruct{};
-  s->head.signature = kSignature;
-  s->head.buffer = text - kStringTextOffset;
-  s->head.length = static_cast<std::int32_t>(length);
+  s->content.signature = kSignature;
+  s->content.buffer = text - kStringTextOffset;
+  s->content.length = static_cast<std::int32_t>(length);
+  s->show();
   s->encoding = encoding;
   s->references.take_for_host();
   return s;

@@ -23,6 +23,7 @@ class References {
   [[nodiscard]] bool drop_for_plugin(Ledger &ledger, Ledger::Account &account);
   // The plugin's reference becomes the host's, as when a function returns it; false when the plugin has none.
   [[nodiscard]] bool pass_to_host(Ledger::Account &account);
+  bool held_by_plugin() const { return of_plugin_.value() > 0; }
 
  private:
   Counter all_;
@@ -44,18 +45,26 @@ static_assert(offsetof(StringHead, buffer) == kStringBufferOffset);
 static_assert(offsetof(StringHead, length) == kStringLengthOffset);
 
 struct REALstringStruct {
-  StringHead head;
+  StringHead head;     // what plugins read: the content, or nothing
+  StringHead content;  // what the host reads
   REALencoding encoding;
   kzv::host::References references;
 
   // Null where the object has no bytes.
   const std::uint8_t *text() const {
-    return head.buffer == nullptr ? nullptr : head.buffer + kStringTextOffset;
+    return content.buffer == nullptr ? nullptr : content.buffer + kStringTextOffset;
   }
   // Empty where the object reports a length that is not possible.
   std::string_view bytes() const {
-    if (head.buffer == nullptr || head.length < 0) return {};
-    return {reinterpret_cast<const char *>(text()), static_cast<std::size_t>(head.length)};
+    if (content.buffer == nullptr || content.length < 0) return {};
+    return {reinterpret_cast<const char *>(text()), static_cast<std::size_t>(content.length)};
+  }
+
+  bool is_shown() const { return head.buffer == content.buffer; }
+  void show() { head = content; }
+  void hide() {
+    head.buffer = nullptr;
+    head.length = -1;
   }
 };
 
@@ -68,6 +77,7 @@ struct REALobjectStruct {
   std::string class_name;
   kzv::host::References references;
   std::string message;
+  REALencoding message_encoding = 0;
   std::int32_t error_number = -1;
 };
 

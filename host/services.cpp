@@ -29,7 +29,7 @@ struct Services::Functions {
         host.misbehaves("PluginGetStringData", {kRefuse, kNegativeLength, kHugeLength, kNoBytes});
     String text = s == nullptr ? new_string({}, encoding) : in_encoding(s, encoding);
     if (text == nullptr || wrong == kRefuse) return boolean(false);
-    record->length = reported_length(text->head.length, wrong);
+    record->length = reported_length(text->content.length, wrong);
     record->encoding = encoding;
     record->data = wrong == kNoBytes ? nullptr : text->text();
     if (host.withholds("PluginDisposeStringData")) {
@@ -60,7 +60,7 @@ struct Services::Functions {
 
   static std::int32_t LenB(REALstringStruct *s) {
     const auto wrong = Host::serving().misbehaves("LenB", {kNegativeLength, kHugeLength});
-    return reported_length(s == nullptr ? 0 : s->head.length, wrong);
+    return reported_length(s == nullptr ? 0 : s->content.length, wrong);
   }
 
   static void *REALLoadGlobalMethod(void *, const char *declaration) {
@@ -82,8 +82,9 @@ struct Services::Functions {
     const std::optional<std::string> text = convert(s->bytes(), s->encoding, encoding);
     if (!text) return nullptr;
     String converted = new_string(*text, encoding);
-    converted->head.length = reported_length(converted->head.length, wrong);
-    if (wrong == kNoBytes) converted->head.buffer = nullptr;
+    converted->content.length = reported_length(converted->content.length, wrong);
+    if (wrong == kNoBytes) converted->content.buffer = nullptr;
+    converted->show();
     return handed_out(host, std::move(converted));
   }
 
@@ -102,11 +103,16 @@ struct Services::Functions {
   static void REALLockString(REALstringStruct *s) {
     Host &host = Host::serving("REALLockString");
     if (!host.keeps_strings()) s->references.take_for_plugin(host.ledger.strings);
+    host.show_if_held(s);
   }
 
   static void REALUnlockString(REALstringStruct *s) {
     Host &host = Host::serving();
-    if (s->references.drop_for_plugin(host.ledger, host.ledger.strings)) destroy(s);
+    if (s->references.drop_for_plugin(host.ledger, host.ledger.strings)) {
+      destroy(s);
+    } else {
+      host.show_if_held(s);
+    }
     host.misbehaves("REALUnlockString");
   }
 
@@ -133,7 +139,9 @@ struct Services::Functions {
   static void REALSetPropValueString(REALobjectStruct *object, const char *property,
                                      REALstringStruct *value) {
     Host::serving("REALSetPropValueString");
-    if (std::strcmp(property, "Message") == 0) object->message = value == nullptr ? "" : value->bytes();
+    if (std::strcmp(property, "Message") != 0) return;
+    object->message = value == nullptr ? "" : value->bytes();
+    object->message_encoding = value == nullptr ? 0 : value->encoding;
   }
 
   static void REALSetPropValueInt(REALobjectStruct *object, const char *property, std::int32_t value) {
@@ -144,7 +152,8 @@ struct Services::Functions {
   static void RuntimeRaiseException(REALobjectStruct *object) {
     Host &host = Host::serving("RuntimeRaiseException");
     const std::lock_guard lock(host.mutex_);
-    host.raised_.push_back({object->class_name, object->message, object->error_number});
+    host.raised_.push_back(
+        {object->class_name, object->message, object->message_encoding, object->error_number});
   }
 
   static REALmemoryBlockStruct *newMemoryBlock(std::int32_t size) {

@@ -66,7 +66,10 @@ Value call(host::Host &host, void *function, const Declaration &declaration,
   for (const Parameter &parameter : declaration.parameters) types.push_back(ffi_type_of(parameter.type));
   std::vector<Slot> slots;
   slots.reserve(arguments.size());
-  for (const Value &argument : arguments) slots.push_back(to_slot(argument));
+  for (const Value &argument : arguments) {
+    if (const auto *const s = std::get_if<host::String>(&argument)) host.show_if_held(s->get());
+    slots.push_back(to_slot(argument));
+  }
   std::vector<void *> addresses;
   addresses.reserve(arguments.size());
   for (Slot &slot : slots) addresses.push_back(&slot);

@@ -32,7 +32,7 @@ struct BytesOf {
 
 void describe_string(const host::String &s, Json &json) {
   json["nil"] = s == nullptr;
-  json["length"] = s ? s->head.length : 0;
+  json["length"] = s ? s->content.length : 0;
   if (s == nullptr) return;
   const host::Encoding *const encoding = host::find_encoding(s->encoding);
   json["encoding"] = encoding != nullptr ? encoding->name : "unknown";

@@ -1,6 +1,10 @@
 // Stands between the library and the runtime library's memory, by the linker's option --wrap. The test
 // program that loads the plugin decides what is granted.
 #include <cstddef>
+#include <cstring>
+
+// What a new block holds: nothing that a library may count on.
+constexpr int kRubbish = 0xA5;
 
 extern "C" {
 
@@ -16,6 +20,7 @@ void __real_free(void *block);
 
 void *__wrap_malloc(std::size_t byte_count) {
   void *const block = kzv_refuses(byte_count) ? nullptr : __real_malloc(byte_count);
+  if (block != nullptr) std::memset(block, kRubbish, byte_count);
   kzv_moved(nullptr, block);
   return block;
 }

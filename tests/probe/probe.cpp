@@ -1,4 +1,5 @@
 // A plugin that registers the frame's own tools, so that tests reach them as a host reaches any function.
+#include "cpu/level.h"
 #include "declaration.h"
 #include "frame/byte_view.h"
 #include "frame/exceptions.h"
@@ -10,23 +11,18 @@
 namespace kzv {
 namespace {
 
-KZV_CALLED_BY_HOST REALstringStruct *Build(REALstringStruct *s, std::int32_t encoding) {
-  const rbData view(s);
-  const ByteView bytes = view.bytes();
-  return REALBuildUnicodeString(bytes.data(), static_cast<std::int64_t>(bytes.size()),
+// Bytes at an address of the test's: declarations have no pointers.
+const char *bytes_at(double address) {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr)
+  return reinterpret_cast<const char *>(static_cast<std::uintptr_t>(address));
+}
+
+KZV_CALLED_BY_HOST REALstringStruct *Build(double address, double length, std::int32_t encoding) {
+  return REALBuildUnicodeString(bytes_at(address), static_cast<std::int64_t>(length),
                                 static_cast<REALencoding>(encoding));
 }
 
-// Says that there are `length` bytes where one is.
-KZV_CALLED_BY_HOST REALstringStruct *BuildOfLength(double length) {
-  return REALBuildUnicodeString("x", static_cast<std::int64_t>(length), kEncodingBytes);
-}
-
-KZV_CALLED_BY_HOST REALstringStruct *BuildOfNothing(double length) {
-  return REALBuildUnicodeString(nullptr, static_cast<std::int64_t>(length), kEncodingBytes);
-}
-
-KZV_CALLED_BY_HOST std::int32_t UnitBehind(REALstringStruct *s, std::int32_t bits_per_unit) {
+KZV_CALLED_BY_HOST std::int32_t UnitAfter(REALstringStruct *s, std::int32_t bits_per_unit) {
   rbText text(s);
   if (bits_per_unit == 32) return static_cast<std::int32_t>(text.GetWChar()[text.LengthWChar()]);
   if (bits_per_unit == 16) return text.utf16().data()[text.utf16().size()].value;
@@ -34,9 +30,9 @@ KZV_CALLED_BY_HOST std::int32_t UnitBehind(REALstringStruct *s, std::int32_t bit
   return narrow.data()[narrow.size()];
 }
 
-KZV_CALLED_BY_HOST REALmemoryBlockStruct *CopyBlock(REALmemoryBlockStruct *block) {
+KZV_CALLED_BY_HOST std::int32_t SizeOf(REALmemoryBlockStruct *block) {
   const rbData view(block);
-  return BuildMemoryBlock(view.bytes());
+  return static_cast<std::int32_t>(view.bytes().size());
 }
 
 KZV_CALLED_BY_HOST std::int32_t Raise(REALboolean with_message) {
@@ -44,32 +40,37 @@ KZV_CALLED_BY_HOST std::int32_t Raise(REALboolean with_message) {
   return 0;
 }
 
-KZV_CALLED_BY_HOST REALstringStruct *AddName(std::int32_t capacity, REALstringStruct *name) {
-  const rbData view(name);
+KZV_CALLED_BY_HOST REALstringStruct *AddName(std::int32_t capacity, double address, double length) {
   AsciiStringHandle builder(kEncodingASCII);
   builder.Create(static_cast<std::uint64_t>(capacity));
-  Add(builder, {reinterpret_cast<const char *>(view.bytes().data()), view.bytes().size()});
+  Add(builder, {bytes_at(address), static_cast<std::size_t>(length)});
   AddBinary(builder, "ignored", 0);
   AddBinary(builder, "ignored", -1);
   return builder.Finish();
 }
 
-KZV_CALLED_BY_HOST REALstringStruct *AddUnit(std::int32_t capacity, std::int32_t unit) {
+KZV_CALLED_BY_HOST REALstringStruct *AddUnits(std::int32_t capacity, std::int32_t count) {
   UnicodeStringHandle builder;
   builder.Create(static_cast<std::uint64_t>(capacity));
-  Add(builder, static_cast<std::uint16_t>(unit));
+  while (count-- > 0) Add(builder, u'x');
   return builder.Finish();
 }
 
+// The level in use, counted from the fastest one that the processor has.
+KZV_CALLED_BY_HOST std::int32_t LevelsAbove(REALboolean) {
+  std::int32_t above = 0;
+  for (const cpu::Level *const level : cpu::levels()) above = level == &cpu::level() ? 0 : above + 1;
+  return above;
+}
+
 const REALmethodDefinition kMethods[] = {
-    KZV_METHOD(Build, "Build(s as string, encoding as integer) as string"),
-    KZV_METHOD(BuildOfLength, "BuildOfLength(length as double) as string"),
-    KZV_METHOD(BuildOfNothing, "BuildOfNothing(length as double) as string"),
-    KZV_METHOD(UnitBehind, "UnitBehind(s as string, bitsPerUnit as integer) as integer"),
-    KZV_METHOD(CopyBlock, "CopyBlock(block as memoryblock) as memoryblock"),
-    KZV_METHOD(AddName, "AddName(capacity as integer, name as string) as string"),
-    KZV_METHOD(AddUnit, "AddUnit(capacity as integer, unit as integer) as string"),
+    KZV_METHOD(Build, "Build(address as double, length as double, encoding as integer) as string"),
+    KZV_METHOD(UnitAfter, "UnitAfter(s as string, bitsPerUnit as integer) as integer"),
+    KZV_METHOD(SizeOf, "SizeOf(block as memoryblock) as integer"),
     KZV_METHOD(Raise, "Raise(withMessage as boolean) as integer"),
+    KZV_METHOD(AddName, "AddName(capacity as integer, address as double, length as double) as string"),
+    KZV_METHOD(AddUnits, "AddUnits(capacity as integer, count as integer) as string"),
+    KZV_METHOD(LevelsAbove, "LevelsAbove(unused as boolean) as integer"),
 };
 
 }  // namespace

@@ -5,6 +5,7 @@ namespace {
 
 bool is_refused(std::size_t byte_count) {
   Memory &now = memory();
+  ++now.requests;
   now.last_request = byte_count;
   const bool in_turn = now.calls_left > 0 && --now.calls_left == 0;
   if (in_turn && now.for_good) now.refused_from = 0;

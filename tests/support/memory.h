@@ -13,6 +13,7 @@ struct Memory {
   bool for_good = false;                // so are all behind it
   std::size_t refused_from = SIZE_MAX;  // requests of so many bytes and more are refused, too
 
+  int requests = 0;
   std::size_t last_request = 0;  // bytes
   std::size_t last_refused = 0;  // bytes; 0 if nothing was
   std::set<void *> blocks;       // what the plugins hold

@@ -1,8 +1,10 @@
-// A plugin with a host of its own, called by declaration.
+// A plugin with a host of its own, called by name.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <gtest/gtest.h>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -10,11 +12,11 @@
 
 #include "encodings.h"
 #include "host.h"
-#include "plugin_file.h"
+#include "support/loaded.h"
 
 namespace kzv::host {
 
-// Bytes and label of a string; what a test compares results with.
+// A string or memory block as tests write and compare it.
 struct Text {
   std::string bytes;
   REALencoding encoding = 0;
@@ -22,52 +24,104 @@ struct Text {
 
   bool operator==(const Text &) const = default;
 };
-inline const Text kNil{"", 0, true};
+struct Block {
+  std::string bytes;
+  bool nil = false;
 
-inline Text text_of(const String &s) { return s ? Text{std::string(s->bytes()), s->encoding} : kNil; }
+  bool operator==(const Block &) const = default;
+};
+inline const Text kNil{"", 0, true};
+inline const Block kNoBlock{"", true};
 
 inline std::ostream &operator<<(std::ostream &out, const Text &text) {
   if (text.nil) return out << "nil";
   return out << testing::PrintToString(text.bytes) << " in encoding 0x" << std::hex << text.encoding
              << std::dec;
 }
+inline std::ostream &operator<<(std::ostream &out, const Block &block) {
+  return out << "block " << (block.nil ? "nil" : testing::PrintToString(block.bytes));
+}
 
-// The service slots of a loaded plugin are never emptied, so each test that cares for them takes an instance.
+inline Text utf8(std::string bytes) { return {std::move(bytes), kEncodingUTF8}; }
+inline Text utf16(std::string_view text) {
+  return {*convert(text, kEncodingUTF8, kEncodingUTF16), kEncodingUTF16};
+}
+inline Text ascii(std::string bytes) { return {std::move(bytes), kEncodingASCII}; }
+inline Text raw(std::string bytes) { return {std::move(bytes), kEncodingBytes}; }
+
+// How a value crosses the boundary: what owns it, and what is passed; and how a result comes back.
+inline String owned(const Text &text) { return text.nil ? nullptr : new_string(text.bytes, text.encoding); }
+inline MemoryBlock owned(const Block &block) { return block.nil ? nullptr : new_memory_block(block.bytes); }
+inline REALboolean owned(bool boolean) { return ToREALboolean(boolean); }
+template <typename Other>
+const Other &owned(const Other &value) {
+  return value;
+}
+
+inline REALstringStruct *passed(const String &s) { return s.get(); }
+inline REALmemoryBlockStruct *passed(const MemoryBlock &block) { return block.get(); }
+template <typename Plain>
+Plain passed(const Plain &value) {
+  return value;
+}
+template <typename Value>
+using Crossing = decltype(passed(owned(std::declval<const Value &>())));
+
+inline Text returned(const String &s) { return s ? Text{std::string(s->bytes()), s->encoding} : kNil; }
+inline Block returned(const MemoryBlock &block) { return block ? Block{block->bytes} : kNoBlock; }
+inline bool returned(REALboolean boolean) { return IsTrue(boolean); }
+template <typename Plain>
+Plain returned(Plain value) {
+  return value;
+}
+
+using Names = std::set<std::string, std::less<>>;
+
+// Settings in one expression.
+inline Settings version(std::optional<double> version, Names withheld = {}) {
+  return {.version = version, .withheld = std::move(withheld)};
+}
+
 class Plugin {
  public:
   explicit Plugin(const char *file, Settings settings = {}, REALresolver resolver = Services::resolve)
-      : host(std::move(settings)), file_(file, PluginFile::Instance::kOwn) {
-    host.start(file_.main(), resolver);
+      : Plugin(std::make_shared<Loaded>(file), std::move(settings), resolver) {}
+  // The library as new.
+  explicit Plugin(std::shared_ptr<Loaded> library, Settings settings = {},
+                  REALresolver resolver = Services::resolve)
+      : host(std::move(settings)), library_(std::move(library)) {
+    host.start(library_->as_new(), resolver);
   }
 
-  // The function under a declaration, as a pointer of its true type.
-  template <typename Function>
-  Function *function(std::string_view declaration) const {
-    for (const Method &method : host.methods()) {
-      if (method.declaration == declaration) return reinterpret_cast<Function *>(method.function);
-    }
-    throw std::runtime_error("not registered: " + std::string(declaration));
+  // Calls a function with values of any kind, or strings that are the caller's own.
+  template <typename Result = Text, typename... Values>
+  Result call(std::string_view name, const Values &...values) {
+    auto *const function = address<Crossing<Result>(Crossing<Values>...)>(name, sizeof...(Values));
+    return returned(host.call(function, passed(owned(values))...));
   }
 
-  // Calls a function that takes one string and integers, and gives a string.
-  template <typename... Integers>
-  Text call(std::string_view declaration, const String &s, Integers... integers) {
-    return text_of(host.call(function<REALstringStruct *(REALstringStruct *, Integers...)>(declaration),
-                             s.get(), integers...));
+  // The same; the result is the very object that the host got.
+  template <typename... Values>
+  String call_for_object(std::string_view name, const Values &...values) {
+    auto *const function = address<REALstringStruct *(Crossing<Values>...)>(name, sizeof...(Values));
+    return host.call(function, passed(owned(values))...);
   }
 
   Host host;
 
  private:
-  PluginFile file_;
-};
+  template <typename Function>
+  Function *address(std::string_view name, std::size_t parameters) const {
+    for (const Method &method : host.methods()) {
+      const std::string &declaration = method.declaration;
+      const auto commas = static_cast<std::size_t>(std::ranges::count(declaration, ','));
+      if (declaration.starts_with(std::string(name) + "(") && commas + 1 == parameters)
+        return reinterpret_cast<Function *>(method.function);
+    }
+    throw std::runtime_error("not registered: " + std::string(name));
+  }
 
-// Settings in one expression.
-inline Settings version(std::optional<double> version, std::set<std::string, std::less<>> withheld = {}) {
-  Settings settings;
-  settings.version = version;
-  settings.withheld = std::move(withheld);
-  return settings;
-}
+  std::shared_ptr<Loaded> library_;
+};
 
 }  // namespace kzv::host
