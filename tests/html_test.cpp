@@ -48,7 +48,7 @@ TEST(Html, NamesDecodeInTheirOwnCaseOnly) {
 TEST(Html, DecodedText) {
   const std::initializer_list<std::pair<std::u16string_view, std::u16string_view>> rows = {
       {u"&sup;&sup2;&sigma;&sigmaf;&or;&ordf;&not;", u"\u2283\u00B2\u03C3\u03C2\u2228\u00AA\u00AC"},
-      {u"&#65abc;&#x41zz;&#65a-;&#x4g;&#6", u"AAA\x04\x06"},  // the digits end, the rest is ignored
+      {u"&#x0041;&#65abc;&#x41zz;&#65a-;&#x4g;&#6", u"AAAA\x04\x06"},  // the digits end, the rest is ignored
       {u"&&amp;&#65&lt;&thetasym", u"&&A\u03D1"},  // the ";" or the end closes whatever "&" reaches it
       {u"&#55357;&#56832;&#65535;&#65536;&#99999;&#xffFF;", u"\U0001F600\uFFFF\U00010000\U0001869F\uFFFF"},
   };
