@@ -1,5 +1,3 @@
-#include "compare/comparison_functions.h"
-
 #include <cstdio>
 #include <optional>
 
@@ -7,6 +5,7 @@
 #include "compare/ordering.h"
 #include "frame/exceptions.h"
 #include "frame/transform.h"
+#include "functions.h"
 
 namespace kzv {
 namespace {

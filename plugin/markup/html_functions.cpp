@@ -1,10 +1,9 @@
-#include "markup/html_functions.h"
-
 #include <algorithm>
 #include <array>
 
 #include "frame/string_builders.h"
 #include "frame/transform.h"
+#include "functions.h"
 #include "markup/entities.h"
 #include "markup/html.h"
 #include "markup/tags.h"
