@@ -3,7 +3,6 @@
 
 #include "compare/distance.h"
 #include "compare/ordering.h"
-#include "frame/exceptions.h"
 #include "frame/transform.h"
 #include "functions.h"
 

@@ -1,4 +1,3 @@
-#include "frame/exceptions.h"
 #include "frame/transform.h"
 #include "functions.h"
 #include "transfer/hex.h"

@@ -1,7 +1,6 @@
 // A plugin that registers the frame's own tools, so that tests reach them as a host reaches any function.
 #include "declaration.h"
 #include "frame/byte_view.h"
-#include "frame/exceptions.h"
 #include "frame/results.h"
 #include "frame/string_builders.h"
 #include "frame/text_view.h"
