@@ -96,7 +96,7 @@ REALstringStruct *DecodingToHTML(REALstringStruct *s) {
   Read<rbText>({s}, [&](rbText &argument) {
     const CodeUnitView page = argument.utf16();
     decoded.Create(PageCapacity(page));
-    decoded.AddInPlace([page](std::span<CodeUnit> output) { return html::decode(page, output); });
+    decoded.AddInPlace<CodeUnit>([page](std::span<CodeUnit> output) { return html::decode(page, output); });
   });
   return decoded.Finish();
 }
