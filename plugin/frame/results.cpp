@@ -69,7 +69,7 @@ REALstringStruct *BuildOrRaise(HostString (*build)(ByteView, REALencoding), Byte
   return nullptr;
 }
 
-// Without memory there is no message: reporting that in turn, a host would never come to an end.
+// Without memory there is no message: an exception about that would need a message again.
 HostString BuildMessage(const char *message) {
   if (message == nullptr) return HostString();
   try {

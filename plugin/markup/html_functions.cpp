@@ -48,15 +48,6 @@ void AddRepeated(AsciiStringHandle &page, ByteView unit, std::size_t times) {
   }
 }
 
-// As AddWithoutTags, for a replacement of any length.
-void AddReplaced(AsciiStringHandle &page, ByteView text, ByteView instead) {
-  tags::TagScanner scanner(text);
-  while (scanner.next() && !page.dropped()) {
-    AddBinary(page, scanner.kept().data(), static_cast<std::int32_t>(scanner.kept().size()));
-    AddRepeated(page, instead, scanner.dropped());
-  }
-}
-
 // The text outside of tags, and `instead` for each byte within.
 void AddWithoutTags(AsciiStringHandle &page, ByteView text, ByteView instead) {
   if (instead.empty()) {
@@ -64,7 +55,11 @@ void AddWithoutTags(AsciiStringHandle &page, ByteView text, ByteView instead) {
   } else if (instead.size() == 1) {
     page.AddInPlace([=](ByteBuffer output) { return tags::replace(text, instead.front(), output); });
   } else {
-    AddReplaced(page, text, instead);
+    tags::TagScanner scanner(text);
+    while (scanner.next() && !page.dropped()) {
+      AddBinary(page, scanner.kept().data(), static_cast<std::int32_t>(scanner.kept().size()));
+      AddRepeated(page, instead, scanner.dropped());
+    }
   }
 }
 
