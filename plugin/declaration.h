@@ -3,7 +3,7 @@
 // process.
 #pragma once
 
-#include <array>
+#include <algorithm>
 #include <string_view>
 #include <type_traits>
 
@@ -11,102 +11,66 @@
 
 namespace kzv {
 
-enum class DeclaredType : std::uint8_t { kString, kMemoryBlock, kInteger, kDouble, kBoolean };
-
-struct Signature {
-  static constexpr std::size_t kMostParameters = 8;
-
-  DeclaredType result{};
-  std::size_t count = 0;
-  std::array<DeclaredType, kMostParameters> parameters{};
-
-  constexpr void add(DeclaredType parameter) { parameters[count++] = parameter; }
-  bool operator==(const Signature &) const = default;
-};
-
-// Never defined: a check that calls one of them stops the build with its name.
-[[noreturn]] void declaration_is_malformed();
-[[noreturn]] void declaration_names_an_unknown_type();
+// Never defined: a check that calls it stops the build with its name.
 [[noreturn]] void declaration_differs_from_its_function();
 
 template <typename Type>
-constexpr DeclaredType type_in_declaration() {
-  if constexpr (std::is_same_v<Type, REALstringStruct *>) return DeclaredType::kString;
-  if constexpr (std::is_same_v<Type, REALmemoryBlockStruct *>) return DeclaredType::kMemoryBlock;
-  if constexpr (std::is_same_v<Type, std::int32_t>) return DeclaredType::kInteger;
-  if constexpr (std::is_same_v<Type, double>) return DeclaredType::kDouble;
-  if constexpr (std::is_same_v<Type, REALboolean>) return DeclaredType::kBoolean;
-  declaration_names_an_unknown_type();  // the function has a type that the host language does not have
+constexpr std::string_view type_in_declaration() {
+  if constexpr (std::is_same_v<Type, REALstringStruct *>) return "string";
+  if constexpr (std::is_same_v<Type, REALmemoryBlockStruct *>) return "memoryblock";
+  if constexpr (std::is_same_v<Type, std::int32_t>) return "integer";
+  if constexpr (std::is_same_v<Type, double>) return "double";
+  if constexpr (std::is_same_v<Type, REALboolean>) return "boolean";
+  declaration_differs_from_its_function();  // the host language does not have the type
 }
 
+// The following take what they expect from the front of a declaration.
+constexpr void expect(std::string_view &rest, std::string_view text) {
+  if (!rest.starts_with(text)) declaration_differs_from_its_function();
+  rest.remove_prefix(text.size());
+}
+
+// A name, or a default value: a number or a name.
+constexpr void expect_word(std::string_view &rest) {
+  const std::size_t size =
+      rest.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_");
+  if (size == 0 || rest.empty()) declaration_differs_from_its_function();
+  rest.remove_prefix(std::min(size, rest.size()));
+}
+
+constexpr void skip_blanks(std::string_view &rest) {
+  while (rest.starts_with(' ')) rest.remove_prefix(1);
+}
+
+// "name as type" or "name as type = default".
+constexpr void expect_parameter(std::string_view &rest, std::string_view type) {
+  skip_blanks(rest);
+  expect_word(rest);
+  expect(rest, " as ");
+  expect(rest, type);
+  skip_blanks(rest);
+  if (!rest.starts_with('=')) return;
+  rest.remove_prefix(1);
+  skip_blanks(rest);
+  expect_word(rest);
+}
+
+// "Name(parameter, parameter) as type".
 template <typename Result, typename... Parameters>
-constexpr Signature signature_of(std::type_identity<Result(Parameters...)>) {
-  Signature signature{.result = type_in_declaration<Result>()};
-  (signature.add(type_in_declaration<Parameters>()), ...);
-  return signature;
-}
-
-constexpr std::string_view trimmed(std::string_view text) {
-  while (text.starts_with(' ')) text.remove_prefix(1);
-  while (text.ends_with(' ')) text.remove_suffix(1);
-  return text;
-}
-
-constexpr DeclaredType type_named(std::string_view name) {
-  if (name == "string") return DeclaredType::kString;
-  if (name == "memoryblock") return DeclaredType::kMemoryBlock;
-  if (name == "integer") return DeclaredType::kInteger;
-  if (name == "double") return DeclaredType::kDouble;
-  if (name == "boolean") return DeclaredType::kBoolean;
-  declaration_names_an_unknown_type();
-}
-
-constexpr void check_name(std::string_view name) {
-  if (name.empty()) declaration_is_malformed();
-  for (const char c : name) {
-    const bool fits = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';
-    if (!fits) declaration_is_malformed();
-  }
-}
-
-// Reads "name as type" or "name as type = default".
-constexpr DeclaredType type_of_parameter(std::string_view text) {
-  constexpr std::string_view kAs = " as ";
-  const std::size_t equals = text.find('=');
-  if (equals != std::string_view::npos && trimmed(text.substr(equals + 1)).empty())
-    declaration_is_malformed();
-  const std::string_view name_and_type = trimmed(text.substr(0, equals));
-  const std::size_t as = name_and_type.find(kAs);
-  if (as == std::string_view::npos) declaration_is_malformed();
-  check_name(name_and_type.substr(0, as));
-  return type_named(name_and_type.substr(as + kAs.size()));
-}
-
-// Reads "Name(parameter, parameter) as type".
-constexpr Signature signature_in(std::string_view declaration) {
-  constexpr std::string_view kBeforeResult = ") as ";
-  const std::size_t open = declaration.find('(');
-  const std::size_t close = declaration.rfind(kBeforeResult);
-  if (open == std::string_view::npos || close == std::string_view::npos) declaration_is_malformed();
-  check_name(declaration.substr(0, open));
-  Signature signature{.result = type_named(declaration.substr(close + kBeforeResult.size()))};
-  std::string_view parameters = declaration.substr(open + 1, close - open - 1);
-  while (!parameters.empty()) {
-    const std::size_t comma = parameters.find(',');
-    signature.add(type_of_parameter(parameters.substr(0, comma)));
-    if (comma == std::string_view::npos) break;
-    parameters.remove_prefix(comma + 1);
-    if (parameters.empty()) declaration_is_malformed();
-  }
-  return signature;
+constexpr void expect_declaration(std::string_view rest, std::type_identity<Result(Parameters...)>) {
+  expect_word(rest);
+  expect(rest, "(");
+  std::size_t left = sizeof...(Parameters);
+  ((expect_parameter(rest, type_in_declaration<Parameters>()), expect(rest, --left > 0 ? "," : "")), ...);
+  expect(rest, ") as ");
+  expect(rest, type_in_declaration<Result>());
+  if (!rest.empty()) declaration_differs_from_its_function();
 }
 
 // `declaration`, checked to declare `Function`.
 template <typename Function>
 consteval const char *declares(const char *declaration) {
-  if (signature_in(declaration) != signature_of(std::type_identity<Function>())) {
-    declaration_differs_from_its_function();
-  }
+  expect_declaration(declaration, std::type_identity<Function>());
   return declaration;
 }
 

@@ -1,14 +1,7 @@
 #include "methods.h"
 
-#include "compare/bytes_functions.h"
-#include "compare/comparison_functions.h"
-#include "compare/number_functions.h"
 #include "declaration.h"
-#include "markup/charset_functions.h"
-#include "markup/html_functions.h"
-#include "markup/sql_functions.h"
-#include "transfer/transfer_functions.h"
-#include "transfer/url_functions.h"
+#include "functions.h"
 
 namespace kzv {
 namespace {

@@ -1,10 +1,9 @@
-#include "compare/bytes_functions.h"
-
 #include <algorithm>
 #include <cstdlib>
 
 #include "compare/bitwise.h"
 #include "frame/transform.h"
+#include "functions.h"
 
 namespace kzv {
 namespace {

@@ -1,12 +1,10 @@
-#include "compare/comparison_functions.h"
-
 #include <cstdio>
 #include <optional>
 
 #include "compare/distance.h"
 #include "compare/ordering.h"
-#include "frame/exceptions.h"
 #include "frame/transform.h"
+#include "functions.h"
 
 namespace kzv {
 namespace {

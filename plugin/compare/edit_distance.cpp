@@ -76,11 +76,10 @@ std::optional<std::uint64_t> edit_count(WideView rows, WideView columns) {
   const std::size_t symbol_count = SymbolTable::most_symbols(rows.size());
   Tables<SymbolTable::Slot, std::uint64_t, std::uint32_t, std::uint32_t, std::uint8_t> tables;
   // One mask more for number 0, the symbols that `rows` does not have.
-  if (!tables.allocate(SymbolTable::slot_count(rows.size()), symbol_count + 1, rows.size(), columns.size(),
-                       columns.size())) {
-    return std::nullopt;
-  }
-  const auto [slots, row_masks, row_numbers, column_numbers, border] = tables.spans();
+  const auto spans = tables.allocate(SymbolTable::slot_count(rows.size()), symbol_count + 1, rows.size(),
+                                     columns.size(), columns.size());
+  if (!spans) return std::nullopt;
+  const auto [slots, row_masks, row_numbers, column_numbers, border] = *spans;
   SymbolTable symbols(slots);
   std::ranges::transform(rows, row_numbers.begin(), [&](std::uint32_t unit) { return symbols.add(unit); });
   std::ranges::transform(columns, column_numbers.begin(),

@@ -21,11 +21,11 @@ struct Matches {
 std::optional<Matches> find_matches(WideView a, WideView b) {
   Tables<SymbolTable::Slot, std::uint32_t, std::uint32_t, std::uint32_t> tables;
   // One cursor more, without positions, for number 0: the symbols that `b` does not have.
-  if (!tables.allocate(SymbolTable::slot_count(b.size()), SymbolTable::most_symbols(b.size()) + 1, b.size(),
-                       std::min(a.size(), b.size()))) {
-    return std::nullopt;
-  }
-  const auto [slots, cursors, following, matched] = tables.spans();
+  const auto spans =
+      tables.allocate(SymbolTable::slot_count(b.size()), SymbolTable::most_symbols(b.size()) + 1, b.size(),
+                      std::min(a.size(), b.size()));
+  if (!spans) return std::nullopt;
+  const auto [slots, cursors, following, matched] = *spans;
   SymbolTable symbols(slots);
   std::ranges::fill(cursors, kNone);
   for (std::size_t j = b.size(); j-- > 0;) {

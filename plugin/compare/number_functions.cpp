@@ -1,9 +1,8 @@
-#include "compare/number_functions.h"
-
 #include <array>
 
 #include "compare/numbers.h"
 #include "frame/results.h"
+#include "functions.h"
 
 namespace kzv {
 

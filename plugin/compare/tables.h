@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <tuple>
 
@@ -14,17 +15,13 @@ namespace kzv::distance {
 template <typename... Element>
 class Tables {
  public:
-  // Provides tables of so many elements each, once; false without memory for them.
+  // Provides tables of so many elements each, once, for a structured binding; nothing without memory.
   template <typename... Count>
-  [[nodiscard]] bool allocate(Count... counts) {
-    if (!memory_.allocate_zeroed((byte_count<Element>(counts) + ...))) return false;
+  [[nodiscard]] std::optional<std::tuple<std::span<Element>...>> allocate(Count... counts) {
+    if (!memory_.allocate_zeroed((byte_count<Element>(counts) + ...))) return std::nullopt;
     std::uint8_t *next = memory_.data();
-    spans_ = {take<Element>(next, counts)...};
-    return true;
+    return std::tuple{take<Element>(next, counts)...};
   }
-
-  // To be taken apart by a structured binding.
-  [[nodiscard]] const std::tuple<std::span<Element>...> &spans() const { return spans_; }
 
  private:
   static constexpr std::size_t kAlignment = 8;
@@ -43,7 +40,6 @@ class Tables {
   }
 
   Buffer<4096> memory_;  // two texts of 64 units need about half of the inline bytes
-  std::tuple<std::span<Element>...> spans_;
 };
 
 }  // namespace kzv::distance

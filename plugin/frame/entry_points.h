@@ -10,8 +10,8 @@
 namespace kzv {
 
 // Both are written once, at load, before any registered function can run.
-extern REALresolver gResolver;
-extern double rbversion_rbversion;
+inline constinit REALresolver gResolver = nullptr;
+inline constinit double rbversion_rbversion = 0.0;
 
 // The host's version number, such as 2013.03; 0.0 when the host does not report one.
 inline double rbversion() { return rbversion_rbversion; }

@@ -1,4 +1,4 @@
-// References to host objects that the library holds for a while.
+// What the library holds of the host's for a while.
 #pragma once
 
 #include <utility>
@@ -7,10 +7,10 @@
 
 namespace kzv {
 
-// Owns one reference to a host object. Where nothing has failed it is released by a call, so that what the
-// host throws then reaches the host; the destructor, which runs with a reference only while another exception
-// is on its way, drops what the host throws.
-template <typename Object, EntryPoint<void(Object *)> &unlock>
+// Owns one reference to a host object, which `unlock` releases. Where nothing has failed that is by a call,
+// so that what the host throws then reaches the host; the destructor, which runs with a reference only while
+// another exception is on its way, drops what the host throws.
+template <typename Object, auto &unlock>
 class HostReference {
  public:
   HostReference() = default;

@@ -18,12 +18,13 @@ void StringBuilder::Create(std::uint64_t byte_count) {
   if (handle != nullptr) capacity = static_cast<std::int32_t>(byte_count);
 }
 
-bool StringBuilder::Reserve(std::int64_t need, std::int64_t new_size) {
+bool StringBuilder::Reserve(std::int64_t more, std::int64_t spare) {
   constexpr std::int64_t kLargestBlock = 0x7FFFFFF0;
   if (handle == nullptr) return false;
+  const std::int64_t need = length + more;
   if (need <= capacity) return true;
-  if (new_size <= kLargestBlock) {
-    SetHandleSize(handle, static_cast<std::int32_t>(new_size));
+  if (need + spare <= kLargestBlock) {
+    SetHandleSize(handle, static_cast<std::int32_t>(need + spare));
     capacity = GetHandleSize(handle);
     if (need <= capacity) return true;
   }
@@ -48,8 +49,7 @@ void StringBuilder::Drop() {
 
 void Add(AsciiStringHandle &builder, std::string_view name) {
   const auto size = static_cast<std::int64_t>(name.size());
-  const std::int64_t need = size + builder.byte_count() + 4;
-  if (!builder.Reserve(need, size + need + kSpare)) return;
+  if (!builder.Reserve(size + 4, size + kSpare)) return;
   builder.AddInPlace([name](ByteBuffer output) {
     output[0] = '&';
     std::memcpy(&output[1], name.data(), name.size());
@@ -59,9 +59,7 @@ void Add(AsciiStringHandle &builder, std::string_view name) {
 }
 
 void AddBinary(AsciiStringHandle &builder, const void *bytes, std::int32_t count) {
-  if (count <= 0) return;
-  const std::int64_t need = count + builder.byte_count() + 4;
-  if (!builder.Reserve(need, count + need + kSpare)) return;
+  if (count <= 0 || !builder.Reserve(std::int64_t{count} + 4, count + kSpare)) return;
   builder.AddInPlace([=](ByteBuffer output) {
     std::memcpy(output.data(), bytes, static_cast<std::size_t>(count));
     return static_cast<std::size_t>(count);
@@ -69,9 +67,8 @@ void AddBinary(AsciiStringHandle &builder, const void *bytes, std::int32_t count
 }
 
 void Add(UnicodeStringHandle &builder, std::uint16_t unit) {
-  const std::int64_t need = builder.byte_count() + 10;
-  if (!builder.Reserve(need, need + kSpare + 1)) return;
-  builder.AddInPlace([unit](std::span<CodeUnit> output) {
+  if (!builder.Reserve(10, kSpare + 1)) return;
+  builder.AddInPlace<CodeUnit>([unit](std::span<CodeUnit> output) {
     output[0] = {unit};
     return std::size_t{1};
   });

@@ -21,16 +21,9 @@ class StringBuilder {
   // Whether there was no memory for the first block or for an append.
   [[nodiscard]] bool dropped() const { return handle == nullptr; }
 
-  // The output as a string; null when it is empty or was dropped.
-  REALstringStruct *Finish();
-
- protected:
-  explicit StringBuilder(REALencoding result_encoding) : encoding(result_encoding) {}
-
-  // Provides `need` bytes in all, by growing to `new_size` if there are fewer; false when dropped.
-  [[nodiscard]] bool Reserve(std::int64_t need, std::int64_t new_size);
-
-  template <typename Element, typename Kernel>
+  // Has `kernel(output) -> elements written` append in the capacity that is left; nothing happens without a
+  // block.
+  template <typename Element = std::uint8_t, typename Kernel>
   void AddInPlace(Kernel kernel) {
     if (handle == nullptr) return;
     const std::span<Element> output{reinterpret_cast<Element *>(HLock(handle) + length),
@@ -39,7 +32,14 @@ class StringBuilder {
     HUnlock(handle);
   }
 
-  [[nodiscard]] std::int64_t byte_count() const { return length; }
+  // The output as a string; null when it is empty or was dropped.
+  REALstringStruct *Finish();
+
+ protected:
+  explicit StringBuilder(REALencoding result_encoding) : encoding(result_encoding) {}
+
+  // Provides `more` bytes, by growing to have `spare` bytes besides if there are fewer; false when dropped.
+  [[nodiscard]] bool Reserve(std::int64_t more, std::int64_t spare);
 
  private:
   void Drop();
@@ -59,13 +59,6 @@ class AsciiStringHandle : public StringBuilder {
   // Appends "&", the name and ";".
   friend void Add(AsciiStringHandle &builder, std::string_view name);
   friend void AddBinary(AsciiStringHandle &builder, const void *bytes, std::int32_t count);
-
-  // Has `kernel(output) -> bytes written` append in the capacity that is left; nothing happens without a
-  // block.
-  template <typename Kernel>
-  void AddInPlace(Kernel kernel) {
-    StringBuilder::AddInPlace<std::uint8_t>(kernel);
-  }
 };
 
 // UTF-16 output.
@@ -74,12 +67,6 @@ class UnicodeStringHandle : public StringBuilder {
   UnicodeStringHandle() : StringBuilder(kEncodingUTF16) {}
 
   friend void Add(UnicodeStringHandle &builder, std::uint16_t unit);
-
-  // The same, in code units.
-  template <typename Kernel>
-  void AddInPlace(Kernel kernel) {
-    StringBuilder::AddInPlace<CodeUnit>(kernel);
-  }
 };
 
 }  // namespace kzv

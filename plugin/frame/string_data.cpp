@@ -2,14 +2,11 @@
 
 #include <algorithm>
 #include <memory>
-#include <utility>
-
-#include "frame/host_reference.h"
 
 namespace kzv {
 namespace {
 
-constinit EntryPoint<REALboolean(REALstringStruct *, REALencoding, REALstringData *)> pGetStringData(
+constinit EntryPoint<REALboolean(REALstringStruct *, REALencoding, REALstringData *)> REALGetStringData(
     "PluginGetStringData");
 constinit EntryPoint<void(REALstringData *)> pDisposeStringData("PluginDisposeStringData");
 constinit EntryPoint<const void *(REALstringStruct *)> pGetCString("StringGetCString");
@@ -23,32 +20,24 @@ void *REALLoadFrameworkMethod(const char *declaration) {
 constinit EntryPoint<std::int32_t(REALstringStruct *)> pLenB("LenB( s as string ) as integer",
                                                              REALLoadFrameworkMethod);
 
-bool REALGetStringData(REALstringStruct *s, REALencoding encoding, REALstringData &record) {
-  pDisposeStringData.address();  // before there is anything to dispose
-  return IsTrue(pGetStringData(s, encoding, &record));
-}
+}  // namespace
 
-void REALDisposeStringData(REALstringData &record) {
+void REALDisposeStringData(REALstringData *record) {
   // A host that lends bytes but does not have the service to dispose them leaves them to us, also when it
   // throws as it is asked for that service once more.
-  std::unique_ptr<void, decltype(&std::free)> ours(const_cast<std::uint8_t *>(record.data), &std::free);
+  std::unique_ptr<void, decltype(&std::free)> ours(const_cast<std::uint8_t *>(record->data), &std::free);
   auto *const dispose = pDisposeStringData.address();
   if (dispose == nullptr) return;
   static_cast<void>(ours.release());
-  dispose(&record);
+  dispose(record);
 }
-
-}  // namespace
 
 bool StringData::take(REALstringStruct *s, REALencoding encoding) {
-  if (pGetStringData.address() == nullptr) return copy(s, encoding);
-  ownsStringData = REALGetStringData(s, encoding, record_);
-  const bool announced_without_bytes = record_.data == nullptr && record_.length > 0;
-  return ownsStringData && !announced_without_bytes;
-}
-
-void StringData::release() {
-  if (std::exchange(ownsStringData, false)) REALDisposeStringData(record_);
+  if (REALGetStringData.address() == nullptr) return copy(s, encoding);
+  pDisposeStringData.address();  // before there is anything to dispose
+  if (!IsTrue(REALGetStringData(s, encoding, &record_))) return false;
+  ownsStringData.reset(&record_);
+  return record_.data != nullptr || record_.length <= 0;
 }
 
 bool StringData::copy(REALstringStruct *s, REALencoding encoding) {

@@ -2,25 +2,15 @@
 #pragma once
 
 #include "base/buffer.h"
-#include "frame/entry_points.h"
+#include "frame/host_reference.h"
 
 namespace kzv {
 
-// Owns such bytes. As for HostReference, what the host throws at a release reaches it, and the destructor
-// drops it.
+void REALDisposeStringData(REALstringData *record);
+
+// Owns such bytes.
 class StringData {
  public:
-  StringData() = default;
-  StringData(const StringData &) = delete;
-  StringData &operator=(const StringData &) = delete;
-  ~StringData() {
-    try {
-      release();
-    } catch (...) {
-      // The exception on its way is the one that the host is to see.
-    }
-  }
-
   // Takes the bytes of `s` in `encoding` (kEncodingBytes: as stored), once in the life of the object; false
   // when the host does not provide them.
   [[nodiscard]] bool take(REALstringStruct *s, REALencoding encoding);
@@ -31,15 +21,15 @@ class StringData {
     return {record_.data, static_cast<std::size_t>(record_.length)};
   }
 
-  void release();
+  void release() { ownsStringData.release(); }
 
  private:
   bool copy(REALstringStruct *s, REALencoding encoding);
   bool copy_stored(REALstringStruct *s);
 
   REALstringData record_{};
-  bool ownsStringData = false;  // the record is the host's to dispose
-  HeapBuffer copy_;             // else its bytes are here
+  HostReference<REALstringData, REALDisposeStringData> ownsStringData;  // the record, if the host filled it
+  HeapBuffer copy_;                                                     // else its bytes are here
 };
 
 // Copies the bytes with four zero bytes after them, a terminator for code units of any width.

@@ -35,10 +35,6 @@ CodeUnitView WithoutLeading(std::uint16_t unit, CodeUnitView units) {
   return !units.empty() && units[0].value == unit ? units.subspan(1) : units;
 }
 
-REALstringStruct *BuildAsMacRoman(ByteView bytes) {
-  return REALBuildUnicodeString(bytes.data(), static_cast<std::int64_t>(bytes.size()), kEncodingMacRoman);
-}
-
 }  // namespace
 
 rbText::rbText(REALstringStruct *s) {
@@ -71,20 +67,15 @@ void rbText::HoldBytes(REALstringStruct *s) {
     Hold(s);
     rawAscii = true;
   } else if (bytes.size() + kTerminator < kMaxByteCount) {
-    lockedString.reset(BuildAsMacRoman(bytes));
-    str = lockedString.get();
+    HoldAsMacRoman(bytes);
   }
   stored.release();
 }
 
-// Hosts convert no string without an encoding, so the plain bytes become a string that has one.
-void rbText::RebuildRawAscii() {
-  rbData stored(str);
-  HostString rebuilt(BuildAsMacRoman(stored.bytes()));
-  rawAscii = false;
-  str = rebuilt.get();
-  lockedString.reset(rebuilt.hand_over());
-  stored.release();
+void rbText::HoldAsMacRoman(ByteView bytes) {
+  lockedString.reset(
+      REALBuildUnicodeString(bytes.data(), static_cast<std::int64_t>(bytes.size()), kEncodingMacRoman));
+  str = lockedString.get();
 }
 
 void rbText::Deliver(REALencoding encoding, bool as_record, Converted &view) const {
@@ -116,7 +107,12 @@ ByteView rbText::ConvertNarrow(REALencoding encoding, Converted &view) {
 
 CodeUnitView rbText::ConvertUTF16() {
   utf16_.converted = true;
-  if (str != nullptr && rawAscii) RebuildRawAscii();
+  if (rawAscii) {  // hosts convert no string without an encoding
+    rbData stored(str);
+    HoldAsMacRoman(stored.bytes());
+    rawAscii = false;
+    stored.release();
+  }
   if (str == nullptr) return {};
   Deliver(kEncodingUTF16, rbversion() >= kFirstVersionWithUTF16Records, utf16_);
   // An odd last byte is not a unit.

@@ -58,7 +58,7 @@ class rbText {
 
   void Hold(REALstringStruct *s);
   void HoldBytes(REALstringStruct *s);
-  void RebuildRawAscii();
+  void HoldAsMacRoman(ByteView bytes);
   void Deliver(REALencoding encoding, bool as_record, Converted &view) const;
 
   REALstringStruct *str = nullptr;

@@ -1,6 +1,5 @@
-#include "markup/charset_functions.h"
-
 #include "frame/transform.h"
+#include "functions.h"
 #include "markup/charsets.h"
 #include "markup/classification.h"
 

@@ -1,10 +1,9 @@
-#include "markup/html_functions.h"
-
 #include <algorithm>
 #include <array>
 
 #include "frame/string_builders.h"
 #include "frame/transform.h"
+#include "functions.h"
 #include "markup/entities.h"
 #include "markup/html.h"
 #include "markup/tags.h"
@@ -49,15 +48,6 @@ void AddRepeated(AsciiStringHandle &page, ByteView unit, std::size_t times) {
   }
 }
 
-// As AddWithoutTags, for a replacement of any length.
-void AddReplaced(AsciiStringHandle &page, ByteView text, ByteView instead) {
-  tags::TagScanner scanner(text);
-  while (scanner.next() && !page.dropped()) {
-    AddBinary(page, scanner.kept().data(), static_cast<std::int32_t>(scanner.kept().size()));
-    AddRepeated(page, instead, scanner.dropped());
-  }
-}
-
 // The text outside of tags, and `instead` for each byte within.
 void AddWithoutTags(AsciiStringHandle &page, ByteView text, ByteView instead) {
   if (instead.empty()) {
@@ -65,7 +55,11 @@ void AddWithoutTags(AsciiStringHandle &page, ByteView text, ByteView instead) {
   } else if (instead.size() == 1) {
     page.AddInPlace([=](ByteBuffer output) { return tags::replace(text, instead.front(), output); });
   } else {
-    AddReplaced(page, text, instead);
+    tags::TagScanner scanner(text);
+    while (scanner.next() && !page.dropped()) {
+      AddBinary(page, scanner.kept().data(), static_cast<std::int32_t>(scanner.kept().size()));
+      AddRepeated(page, instead, scanner.dropped());
+    }
   }
 }
 
@@ -97,7 +91,7 @@ REALstringStruct *DecodingToHTML(REALstringStruct *s) {
   Read<rbText>({s}, [&](rbText &argument) {
     const CodeUnitView page = argument.utf16();
     decoded.Create(PageCapacity(page));
-    decoded.AddInPlace([page](std::span<CodeUnit> output) { return html::decode(page, output); });
+    decoded.AddInPlace<CodeUnit>([page](std::span<CodeUnit> output) { return html::decode(page, output); });
   });
   return decoded.Finish();
 }

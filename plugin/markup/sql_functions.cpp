@@ -1,7 +1,6 @@
-#include "markup/sql_functions.h"
-
 #include "frame/string_builders.h"
 #include "frame/transform.h"
+#include "functions.h"
 #include "markup/sql.h"
 
 namespace kzv {

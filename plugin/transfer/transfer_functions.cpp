@@ -1,7 +1,5 @@
-#include "transfer/transfer_functions.h"
-
-#include "frame/exceptions.h"
 #include "frame/transform.h"
+#include "functions.h"
 #include "transfer/hex.h"
 #include "transfer/hex_dump.h"
 #include "transfer/mail_subject.h"

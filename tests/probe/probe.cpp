@@ -2,7 +2,6 @@
 #include "cpu/level.h"
 #include "declaration.h"
 #include "frame/byte_view.h"
-#include "frame/exceptions.h"
 #include "frame/results.h"
 #include "frame/string_builders.h"
 #include "frame/text_view.h"
