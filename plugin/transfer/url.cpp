@@ -5,8 +5,8 @@
 #include <string_view>
 #include <utility>
 
+#include "scan/chunk.h"
 #include "scan/escape_writer.h"
-#include "scan/keep.h"
 
 namespace kzv::url {
 namespace {
@@ -69,7 +69,7 @@ std::size_t decode(ByteView input, std::uint32_t options, ByteBuffer output) {
   static constexpr cpu::ByteSet kPlus = cpu::bytes_in("+");
   constexpr std::uint8_t kFromPlusToSpace = 256 + ' ' - '+';
   std::uint64_t digits_carry = 0;
-  const auto choose = [&](scan::EditableChunk &chunk, scan::Masks &kept) {
+  const auto choose = [&](scan::Chunk &chunk, scan::Masks &kept) {
     scan::Masks masks;
     if ((options & kSpaceIsPlus) != 0) {
       chunk.find(kPlus, masks);
