@@ -110,8 +110,8 @@ std::size_t find_candidates(ByteView text, ByteView needle, std::size_t at, scan
   return left;
 }
 
-// The needle's first and last byte exclude most positions, a block at a time. Where too many positions remain
-// whose comparison fails, the two-way search, which is linear for every text, takes the rest.
+// The needle's first and last byte exclude most positions, a block at a time. Where too many comparisons
+// fail, the two-way search, which is linear for every text, takes the rest.
 std::size_t count_filtered(ByteView text, ByteView needle) {
   constexpr std::size_t kWastePerByte = 8;
   constexpr std::size_t kWasteAtStart = 4096;

@@ -112,7 +112,8 @@ Progress encode(CodeUnitView text, bool keep_ascii, ByteBuffer output) {
 }
 
 bool is_html_ready(ByteView bytes) {
-  return none_of_bytes(bytes, [](std::uint8_t byte) { return byte == 0 || byte >= 0x80 || is_markup(byte); });
+  return none_of_bytes(bytes,
+                       [](std::uint8_t byte) { return !(byte != 0 && byte < 0x80 && !is_markup(byte)); });
 }
 
 }  // namespace kzv::html

@@ -16,8 +16,8 @@ constexpr std::int16_t kNoEscape = -1;
 consteval std::array<std::int16_t, 256> make_unescaped() {
   std::array<std::int16_t, 256> table{};
   table.fill(kNoEscape);
-  constexpr std::string_view kWritten = "\'\"\\%_0bnrtZ";
-  constexpr std::string_view kMeant("\'\"\\%_\0\b\n\r\t\x1A", kWritten.size());
+  constexpr std::string_view kWritten = "'\"\\%_0bnrtZ";
+  constexpr std::string_view kMeant("'\"\\%_\0\b\n\r\t\x1A", kWritten.size());
   for (std::size_t i = 0; i < kWritten.size(); ++i) table[static_cast<std::uint8_t>(kWritten[i])] = kMeant[i];
   return table;
 }
@@ -74,7 +74,6 @@ class QuoteFinder {
   // Where there is one kind of quotes, each changes sides:
   //
   //   block           a  '  b  '  c  '  d ...
-  //   quotes          .  1  .  1  .  1  .
   //   prefix_xor      .  1  1  .  .  1  1      and inverted if the block begins within quotes
   std::uint64_t find_one_kind(std::uint64_t quotes, std::uint8_t quote) {
     const std::uint64_t quoted = scan::prefix_xor(quotes) ^ (open_quote_ != 0 ? scan::kAllBits : 0);
@@ -82,8 +81,8 @@ class QuoteFinder {
     return quoted;
   }
 
-  // Quotes of the other kind count as text, so each quote is looked at in turn, `left` being the bytes after
-  // the last one:
+  // Quotes of the other kind count as text, so each is looked at in turn; `left` are the bytes after the
+  // last:
   //
   //   block           '  "  '  a  "  '  "  b
   //   quoted          .  1  1  .  .  1  1  .

@@ -21,8 +21,6 @@ constexpr void count_bracket(bool opening, Nesting &nesting) { nesting += openin
 // always, each bracket changes sides, and the whole block is decided at once:
 //
 //   block        x  <  b  r  >  y  <  p ...
-//   opening      .  1  .  .  .  .  1  .
-//   closing      .  .  .  .  1  .  .  .
 //   sides        .  1  1  1  .  .  1  1     prefix_xor of both, inverted if the block begins inside
 //   outside      1  .  .  .  .  1  .  .     neither on that side nor a bracket
 //
@@ -40,7 +38,7 @@ std::uint64_t find_outside(std::uint64_t opening, std::uint64_t closing, Nesting
   std::uint64_t left = scan::kAllBits;  // the bytes after the last bracket
   for (; brackets != 0; brackets = scan::without_lowest(brackets)) {
     const std::uint64_t bracket = scan::lowest_bit(brackets);
-    if (nesting == 0) outside |= left & (bracket - 1);
+    outside |= nesting == 0 ? left & (bracket - 1) : 0;
     count_bracket((opening & bracket) != 0, nesting);
     left = ~(bracket | (bracket - 1));
   }

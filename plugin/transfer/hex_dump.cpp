@@ -126,8 +126,7 @@ std::size_t dump(ByteView input, const Shape &shape, ByteBuffer output) {
   const std::size_t line_digits = layout.line_digits();
   const std::size_t digits = input.size() * 2;
 
-  // The first line's frame is written part by part. The others begin as copies of the lines before, as many
-  // of them at once as make a copy worth its call.
+  // Frames after the first are copies of the lines before, as many at once as make a copy worth its call.
   constexpr std::size_t kCopied = 512;
   const std::size_t size = (digits + line_digits - 1) / line_digits * line_size;
   layout.write_frame(output.data());

@@ -1,8 +1,7 @@
 #include "transfer/quoted_printable.h"
 
-#include <array>
-#include <cassert>
 #include <cstring>
+#include <string_view>
 
 #include "scan/cursor.h"
 #include "scan/escape_writer.h"
@@ -49,6 +48,8 @@ class Writer {
   std::uint64_t size_ = 0;
 };
 
+constexpr std::string_view kSoftBreak = "=\r\n";
+
 // How many of the first `limit` bytes of a text with escapes can be written without splitting an escape.
 std::size_t fitting(ByteView text, std::size_t limit) {
   if (text.size() <= limit) return text.size();
@@ -73,7 +74,7 @@ class EncodeData {
       has_line_breaks ? make_lines(text) : fill_lines(text);
       at += chunk.size();
     }
-    if (has_line_breaks_ && column_ > 0) output_soft_break();
+    if (has_line_breaks_ && column_ > 0) end_line(kSoftBreak);
     return output_.size();
   }
 
@@ -113,7 +114,7 @@ class EncodeData {
     while (!text.empty()) {
       std::size_t size = fitting(text, capacity_ > column_ ? capacity_ - column_ : 0);
       if (size == 0) {
-        output_soft_break();
+        end_line(kSoftBreak);
         // An escape that is wider than a line gets one of its own.
         size = std::max(fitting(text, capacity_), std::size_t{text.front() == '=' ? 3U : 1U});
       }
@@ -126,19 +127,13 @@ class EncodeData {
   void take_line_break(std::uint8_t byte) {
     has_line_breaks_ = true;
     const bool is_second = first_of_pair_ != 0 && first_of_pair_ != byte;
-    if (!is_second) output_line_break();
+    if (!is_second) end_line("\r\n");
     first_of_pair_ = is_second ? std::uint8_t{0} : byte;
   }
 
-  void output_line_break() {
-    static constexpr std::array<char, 2> line_break = {'\r', '\n'};
+  void end_line(std::string_view line_break) {
     output_.append(line_break.data(), line_break.size());
     column_ = 0;
-  }
-
-  void output_soft_break() {
-    output_.append("=", 1);
-    output_line_break();
   }
 
   Writer output_;
@@ -148,14 +143,19 @@ class EncodeData {
   bool has_line_breaks_ = false;
 };
 
+// The one caller of EncodeData, which is inlined here and keeps its state in registers.
+std::uint64_t encode_lines(ByteView input, std::int32_t line_length, ByteBuffer output) {
+  return EncodeData(line_length, output).encode(input);
+}
+
 }  // namespace
 
 std::uint64_t encoded_size(ByteView input, std::int32_t line_length) {
-  return EncodeData(line_length, {}).encode(input);
+  return encode_lines(input, line_length, {});
 }
 
 std::size_t encode(ByteView input, std::int32_t line_length, ByteBuffer output) {
-  return static_cast<std::size_t>(EncodeData(line_length, output).encode(input));
+  return static_cast<std::size_t>(encode_lines(input, line_length, output));
 }
 
 namespace {

@@ -44,7 +44,6 @@ namespace {
 // Which "%" of a block begin an escape: those that are not one of the two digits of an escape before.
 //
 //   block             %  4  %  %  2  0  a  %
-//   percent_signs     1  .  1  1  .  .  .  1
 //   escapes           1  .  .  1  .  .  .  1
 //   digits            .  1  1  .  1  1  .  .     and in the next block the first two bytes: the carry
 std::uint64_t find_escapes(std::uint64_t percent_signs, std::uint64_t &digits_carry) {
