@@ -13,9 +13,9 @@
 
 namespace kzv {
 
-// Holds up to `kInline` bytes without a call of the allocator. Sizes are given in 64 bits, so that callers
-// can compute them without overflow. Whatever cannot be provided is reported by false and leaves the buffer
-// as it was.
+// Holds up to `kInline` bytes without a call of the allocator. Sizes have 64 bits, so that callers can
+// compute them without overflow. What cannot be provided is reported by false and leaves the buffer as it
+// was.
 template <std::size_t kInline>
 class Buffer {
  public:
@@ -28,36 +28,22 @@ class Buffer {
 
   // Makes an empty buffer `byte_count` bytes large. Their values are undefined.
   [[nodiscard]] bool allocate(std::uint64_t byte_count) {
-    if (byte_count > kInline) {
-      if (!std::in_range<std::size_t>(byte_count)) return false;
-      if (!hold(std::malloc(static_cast<std::size_t>(byte_count)))) return false;
-    }
-    size_ = static_cast<std::size_t>(byte_count);
-    return true;
+    return provide(byte_count, [](std::size_t size) { return std::malloc(size); });
   }
 
   // The same, filled with zeros.
   [[nodiscard]] bool allocate_zeroed(std::uint64_t byte_count) {
-    if (byte_count > kInline) {
-      if (!std::in_range<std::size_t>(byte_count)) return false;
-      if (!hold(std::calloc(static_cast<std::size_t>(byte_count), 1))) return false;
-    } else {
-      std::fill_n(inline_.begin(), byte_count, std::uint8_t{0});
-    }
-    size_ = static_cast<std::size_t>(byte_count);
-    return true;
+    if (byte_count <= kInline) std::fill_n(inline_.begin(), byte_count, std::uint8_t{0});
+    return provide(byte_count, [](std::size_t size) { return std::calloc(size, 1); });
   }
 
   // Makes the buffer larger and keeps its content, which may move. The values of the new bytes are undefined.
   [[nodiscard]] bool grow(std::uint64_t byte_count) requires(kInline > 0) {
-    if (byte_count > kInline) {
-      if (!std::in_range<std::size_t>(byte_count)) return false;
-      const bool was_inline = heap_ == nullptr;
-      if (!hold(std::realloc(heap_, static_cast<std::size_t>(byte_count)))) return false;
-      if (was_inline) std::memcpy(heap_, inline_.data(), size_);
-    }
-    size_ = static_cast<std::size_t>(byte_count);
-    return true;
+    return provide(byte_count, [this](std::size_t size) {
+      void *const heap = std::realloc(heap_, size);
+      if (heap != nullptr && heap_ == nullptr) std::memcpy(heap, inline_.data(), size_);
+      return heap;
+    });
   }
 
   // Frees the memory; the buffer is empty then.
@@ -74,10 +60,17 @@ class Buffer {
  private:
   static constexpr std::size_t kAlignment = kInline > 0 ? 16 : 1;
 
-  // False, and nothing changes, for the null pointer of a refused allocation.
-  bool hold(void *heap) {
-    if (heap != nullptr) heap_ = static_cast<std::uint8_t *>(heap);
-    return heap != nullptr;
+  // Calls `from_heap(size)` for memory that does not fit into the object.
+  template <typename Allocate>
+  bool provide(std::uint64_t byte_count, Allocate from_heap) {
+    if (byte_count > kInline) {
+      if (!std::in_range<std::size_t>(byte_count)) return false;
+      void *const heap = from_heap(static_cast<std::size_t>(byte_count));
+      if (heap == nullptr) return false;
+      heap_ = static_cast<std::uint8_t *>(heap);
+    }
+    size_ = static_cast<std::size_t>(byte_count);
+    return true;
   }
 
   std::uint8_t *heap_ = nullptr;

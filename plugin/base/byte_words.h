@@ -1,7 +1,5 @@
-// Eight bytes in one 64-bit number, the first one lowest, so that they are compared or searched at once:
-//
-//   bytes    t  r  u  e  ,  ...
-//   word     0x...2C65757274
+// Eight bytes in one 64-bit number, the first one lowest ("true," is 0x2C65757274), so that they are compared
+// or searched at once.
 #pragma once
 
 #include <bit>

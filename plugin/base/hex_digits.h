@@ -25,13 +25,12 @@ constexpr bool is_hex_digit(std::uint8_t byte) { return byte == '0' || kDigitVal
 // The two digits of each byte.
 using HexPair = std::array<char, 2>;
 
-consteval std::array<HexPair, 256> make_hex_pairs() {
+inline constexpr std::array<HexPair, 256> kHexPairs = [] {
   std::array<HexPair, 256> pairs{};
   for (std::size_t byte = 0; byte < pairs.size(); ++byte) {
     pairs[byte] = {kHexDigits[byte >> 4], kHexDigits[byte & 15]};
   }
   return pairs;
-}
-inline constexpr std::array<HexPair, 256> kHexPairs = make_hex_pairs();
+}();
 
 }  // namespace kzv

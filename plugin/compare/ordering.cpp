@@ -15,8 +15,7 @@ bool same_bytes(const std::uint8_t *a, const std::uint8_t *b, std::size_t byte_c
 }
 
 std::size_t count_byte(ByteView text, std::uint8_t byte) {
-  // A sum of at most 255 ones fits in a byte, so that the compiler adds as many at once as a register has
-  // bytes.
+  // A sum of at most 255 ones fits in a byte, so that the compiler adds a register full of them at once.
   constexpr std::size_t kRun = 240;
   std::size_t total = 0;
   while (!text.empty()) {
@@ -111,28 +110,16 @@ std::size_t find_candidates(ByteView text, ByteView needle, std::size_t at, scan
   return left;
 }
 
-// The needle's first bytes as a word, which is compared without a call.
-class Head {
- public:
-  explicit Head(ByteView needle) : word_(load_word(needle)), size_(std::min(needle.size(), kWordBytes)) {}
-  [[nodiscard]] std::size_t size() const { return size_; }
-  // Whether `rest`, which is at least as long as the needle, begins with these bytes.
-  [[nodiscard]] bool begins(ByteView rest) const {
-    return ((load_word(rest) ^ word_) & first_bytes(size_)) == 0;
-  }
-
- private:
-  std::uint64_t word_;
-  std::size_t size_;
-};
-
-// The needle's first and last byte exclude most positions, a block at a time. Where too many positions remain
-// whose comparison fails, the two-way search, which is linear for every text, takes the rest.
+// The needle's first and last byte exclude most positions, a block at a time. Where too many comparisons
+// fail, the two-way search, which is linear for every text, takes the rest.
 std::size_t count_filtered(ByteView text, ByteView needle) {
   constexpr std::size_t kWastePerByte = 8;
   constexpr std::size_t kWasteAtStart = 4096;
   const std::size_t positions = text.size() - needle.size() + 1;
-  const Head head(needle);
+  // The needle's first bytes as a word, which is compared without a call.
+  const std::uint64_t head = load_word(needle);
+  const std::size_t head_size = std::min(needle.size(), kWordBytes);
+  const ByteView rest = needle.subspan(head_size);
 
   scan::Masks masks;
   std::size_t total = 0;
@@ -145,11 +132,9 @@ std::size_t count_filtered(ByteView text, ByteView needle) {
            left = scan::without_lowest(left)) {
         const std::size_t at = block + scan::lowest_position(left);
         if (at < next) continue;
-        const std::uint8_t *const found = text.data() + at;
-        if (!head.begins(text.subspan(at))) {
-          wasted += head.size();
-        } else if (!same_bytes(found + head.size(), needle.data() + head.size(),
-                               needle.size() - head.size())) {
+        if (((load_word(text.subspan(at)) ^ head) & first_bytes(head_size)) != 0) {
+          wasted += head_size;
+        } else if (!same_bytes(text.data() + at + head_size, rest.data(), rest.size())) {
           wasted += needle.size();
         } else {
           ++total;

@@ -31,15 +31,17 @@ constexpr std::array<Order, 256> kOrders = [] {
   return orders;
 }();
 
-KZV_AVX2 __m256i load(const std::uint8_t *bytes) {
-  return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(bytes));
-}
+KZV_AVX2 __m256i load(const void *bytes) { return _mm256_loadu_si256(static_cast<const __m256i *>(bytes)); }
+KZV_AVX2 __m128i load_half(const void *bytes) { return _mm_loadu_si128(static_cast<const __m128i *>(bytes)); }
 KZV_AVX2 void store(std::uint8_t *bytes, __m256i vector) {
   _mm256_storeu_si256(reinterpret_cast<__m256i *>(bytes), vector);
 }
 
-KZV_AVX2 __m256i twice(const std::array<std::uint8_t, 16> &row) {
-  return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(row.data())));
+KZV_AVX2 __m256i twice(const void *row) { return _mm256_broadcastsi128_si256(load_half(row)); }
+
+// One bit for each byte, which is 0xFF or 0.
+KZV_AVX2 std::uint64_t mask_of(__m256i bytes) {
+  return static_cast<std::uint32_t>(_mm256_movemask_epi8(bytes));
 }
 
 // The low nibble of a byte looks up a row of the set, which has one bit for each value of the next three
@@ -51,7 +53,7 @@ KZV_AVX2 __m256i twice(const std::array<std::uint8_t, 16> &row) {
 //   ascii_rows    0x08          0             0 (bit 7)
 //   bit           1 << 3        1 << 3        1 << 3
 //   found         yes           no            no: high_rows[2] is 0
-KZV_AVX2 std::uint32_t find_32(const std::uint8_t *bytes, __m256i ascii_rows, __m256i high_rows) {
+KZV_AVX2 std::uint64_t find_32(const std::uint8_t *bytes, __m256i ascii_rows, __m256i high_rows) {
   const __m256i kBits = _mm256_set1_epi64x(static_cast<long long>(0x8040201008040201));
   const __m256i text = load(bytes);
   const __m256i high_text = _mm256_xor_si256(text, _mm256_set1_epi8(static_cast<char>(0x80)));
@@ -59,16 +61,14 @@ KZV_AVX2 std::uint32_t find_32(const std::uint8_t *bytes, __m256i ascii_rows, __
       _mm256_or_si256(_mm256_shuffle_epi8(ascii_rows, text), _mm256_shuffle_epi8(high_rows, high_text));
   const __m256i nibbles = _mm256_and_si256(_mm256_srli_epi16(text, 4), _mm256_set1_epi8(7));
   const __m256i bit = _mm256_shuffle_epi8(kBits, nibbles);
-  const __m256i found = _mm256_cmpeq_epi8(_mm256_and_si256(rows, bit), bit);
-  return static_cast<std::uint32_t>(_mm256_movemask_epi8(found));
+  return mask_of(_mm256_cmpeq_epi8(_mm256_and_si256(rows, bit), bit));
 }
 
 KZV_AVX2 void find(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set, std::uint64_t *masks) {
-  const __m256i ascii_rows = twice(set.ascii_rows);
-  const __m256i high_rows = twice(set.high_rows);
+  const __m256i ascii_rows = twice(set.ascii_rows.data());
+  const __m256i high_rows = twice(set.high_rows.data());
   for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
-    const std::uint64_t low = find_32(bytes, ascii_rows, high_rows);
-    masks[i] = low | std::uint64_t{find_32(bytes + 32, ascii_rows, high_rows)} << 32;
+    masks[i] = find_32(bytes, ascii_rows, high_rows) | find_32(bytes + 32, ascii_rows, high_rows) << 32;
   }
 }
 
@@ -77,9 +77,8 @@ KZV_AVX2 void find_pair(const std::uint8_t *bytes, std::size_t blocks, std::uint
   const __m256i firsts = _mm256_set1_epi8(static_cast<char>(first));
   const __m256i lasts = _mm256_set1_epi8(static_cast<char>(last));
   const auto find_32 = [=](const std::uint8_t *at) KZV_AVX2 {
-    const __m256i found =
-        _mm256_and_si256(_mm256_cmpeq_epi8(load(at), firsts), _mm256_cmpeq_epi8(load(at + distance), lasts));
-    return std::uint64_t{static_cast<std::uint32_t>(_mm256_movemask_epi8(found))};
+    const __m256i is_last = _mm256_cmpeq_epi8(load(at + distance), lasts);
+    return mask_of(_mm256_and_si256(_mm256_cmpeq_epi8(load(at), firsts), is_last));
   };
   for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock)
     masks[i] = find_32(bytes) | find_32(bytes + 32) << 32;
@@ -160,10 +159,6 @@ KZV_AVX2 void decode_escapes(const std::uint8_t *bytes, std::size_t blocks, cons
   }
 }
 
-KZV_AVX2 __m256i load(const CodeUnit *units) {
-  return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(units));
-}
-
 // Packing works within each half of a vector and leaves quarters 0 2 1 3; this puts them in order.
 KZV_AVX2 __m256i in_order(__m256i packed) { return _mm256_permute4x64_epi64(packed, 0b11011000); }
 
@@ -180,18 +175,17 @@ KZV_AVX2 void narrow(const CodeUnit *units, std::size_t blocks, std::uint16_t li
             in_order(_mm256_packus_epi16(_mm256_and_si256(first, kLow), _mm256_and_si256(second, kLow))));
       const __m256i found = _mm256_packs_epi16(_mm256_cmpeq_epi16(_mm256_max_epu16(first, limits), first),
                                                _mm256_cmpeq_epi16(_mm256_max_epu16(second, limits), second));
-      mask |= std::uint64_t{static_cast<std::uint32_t>(_mm256_movemask_epi8(in_order(found)))} << part;
+      mask |= mask_of(in_order(found)) << part;
     }
     masks[i] = mask;
   }
 }
 
 KZV_AVX2 void to_hex(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *digits) {
-  const __m256i kDigits =
-      _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(kHexDigits)));
+  const __m256i kDigits = twice(kHexDigits);
   const __m256i kNibble = _mm256_set1_epi8(15);
   for (; byte_count >= 16; byte_count -= 16, bytes += 16, digits += 32) {
-    const __m256i wide = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes)));
+    const __m256i wide = _mm256_cvtepu8_epi16(load_half(bytes));
     const __m256i nibbles = _mm256_or_si256(_mm256_srli_epi16(wide, 4), _mm256_slli_epi16(wide, 8));
     store(digits, _mm256_shuffle_epi8(kDigits, _mm256_and_si256(nibbles, kNibble)));
   }

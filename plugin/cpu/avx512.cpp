@@ -110,8 +110,7 @@ KZV_AVX512 void decode_escapes(const std::uint8_t *bytes, std::size_t blocks, co
   }
 }
 
-// 16 bytes take three places each: the introducer or the byte itself, and two digits. Then those that count
-// are moved together.
+// 16 bytes take three places each, introducer or byte and two digits; then those that count move together.
 //
 //   text        a     ,     b               , is escaped
 //   all         a61   =2C   b62
@@ -126,8 +125,7 @@ constexpr std::array<std::uint8_t, kBlock> kThreePlaces = [] {
 }();
 constexpr std::uint64_t kFirstPlaces = 0x249249249249;  // every third bit of 48
 
-// 16 bits, each moved to the first of its three places. In halves, because 32-bit programs have no wider
-// pdep.
+// 16 bits, each moved to the first of its three places; in halves, for 32-bit programs have no wider pdep.
 KZV_AVX512 std::uint64_t to_first_places(unsigned bits) {
   constexpr auto kHalf = static_cast<unsigned>(kFirstPlaces & 0xFFFFFF);
   return _pdep_u32(bits & 0xFF, kHalf) | std::uint64_t{_pdep_u32(bits >> 8, kHalf)} << 24;
@@ -181,8 +179,7 @@ KZV_AVX512 void narrow(const CodeUnit *units, std::size_t blocks, std::uint16_t 
     const __m512i first = _mm512_loadu_si512(units);
     const __m512i second = _mm512_loadu_si512(units + kBlock / 2);
     _mm512_storeu_si512(output, _mm512_permutex2var_epi8(first, low_bytes, second));
-    // Joined as masks: where they are shifted together as numbers, GCC 12 leaves half of them undefined on 32
-    // bit.
+    // Joined as masks: shifted together as numbers, GCC 12 leaves half of them undefined on 32 bit.
     masks[i] =
         _mm512_kunpackd(_mm512_cmpge_epu16_mask(second, limits), _mm512_cmpge_epu16_mask(first, limits));
   }

@@ -1,5 +1,4 @@
-// Sets of byte values, in the two forms in which levels test for them: as ranges, and as tables for a
-// shuffle.
+// Sets of byte values, in the two forms that levels test: as ranges, and as tables for a shuffle.
 #pragma once
 
 #include <array>
@@ -36,8 +35,7 @@ class ByteSet {
   std::array<Range, 8> ranges{};
   std::size_t range_count = 0;
 
-  // Indexed by the low nibble of a byte: one bit for each value of bits 4 to 6. Bit 7 of the byte selects the
-  // table.
+  // By the low nibble of a byte: one bit for each value of bits 4 to 6. Bit 7 selects the table.
   std::array<std::uint8_t, 16> ascii_rows{};
   std::array<std::uint8_t, 16> high_rows{};
 };

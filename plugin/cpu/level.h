@@ -1,8 +1,6 @@
-// The operations that kernels are made of, on blocks of 64 bytes, and the levels that have them: one table of
-// operations for each generation of processors. What concerns single bytes goes in and comes out as masks:
-// bit k of masks[i] is for byte 64 * i + k. Bytes and code units need no alignment.
-//
-// docs/measurements.md has the time that each operation takes at each level.
+// The operations that kernels are made of, on blocks of 64 bytes: one table for each generation of
+// processors. Bit k of masks[i] is for byte 64 * i + k. Bytes and code units need no alignment.
+// docs/measurements.md has the time of each operation at each level.
 #pragma once
 
 #include <span>
@@ -24,9 +22,8 @@ struct Level {
   // write_escapes.
   std::size_t by_table;
 
-  // The tail of a text as a block: copies byte_count bytes, at most a block, and fills the rest with zeros.
-  // In one store where the level can: a block stored in pieces cannot be forwarded to the load of the whole
-  // that follows, which waits until they have reached the cache.
+  // Copies byte_count bytes, at most a block, and fills the rest of the block with zeros. In one store where
+  // the level can: pieces cannot be forwarded to the load of the whole block that follows.
   void (*load_partial)(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block);
 
   // Sets the bits of the bytes that belong to the set.

@@ -83,40 +83,37 @@ Bytes blend(Bytes otherwise, Bytes where_chosen, Bytes chosen) {
   return (where_chosen & chosen) | (otherwise & ~chosen);
 }
 
-// A byte is in a range if its distance from the first byte is at most that of the last; a distance below the
-// first wraps around and is greater than any.
-std::uint64_t find_16(Bytes bytes, const ByteSet &set) {
-  Bytes found{};
-  for (std::size_t i = 0; i < set.range_count; ++i) {
-    const ByteSet::Range range = set.ranges[i];
-    const auto limit = static_cast<std::uint8_t>(range.last - range.first);
-    found |= std::bit_cast<Bytes>(bytes - range.first <= Bytes{} + limit);
-  }
-  return mask_of(found);
-}
-
-void find(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set, std::uint64_t *masks) {
+// Makes each block's mask of four parts, which `find_16` finds from a byte or unit on.
+template <typename Find>
+void find_in_parts(std::size_t blocks, std::uint64_t *masks, Find find_16) {
   for (std::size_t i = 0; i < blocks; ++i) {
     std::uint64_t mask = 0;
-    for (unsigned part = 0; part < kBlock; part += 16, bytes += 16) {
-      mask |= find_16(load(bytes), set) << part;
-    }
+    for (unsigned part = 0; part < kBlock; part += 16) mask |= find_16(i * kBlock + part) << part;
     masks[i] = mask;
   }
+}
+
+// A byte is in a range if its distance from the first byte is at most that of the last; a distance below the
+// first wraps around and is greater than any.
+void find(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set, std::uint64_t *masks) {
+  find_in_parts(blocks, masks, [&](std::size_t at) {
+    const Bytes text = load(bytes + at);
+    Bytes found{};
+    for (std::size_t i = 0; i < set.range_count; ++i) {
+      const auto [first, last] = set.ranges[i];
+      found |= std::bit_cast<Bytes>(text - first <= Bytes{} + static_cast<std::uint8_t>(last - first));
+    }
+    return mask_of(found);
+  });
 }
 
 void find_pair(const std::uint8_t *bytes, std::size_t blocks, std::uint8_t first, std::uint8_t last,
                std::size_t distance, std::uint64_t *masks) {
-  const Bytes firsts = Bytes{} + first;
-  const Bytes lasts = Bytes{} + last;
-  for (std::size_t i = 0; i < blocks; ++i) {
-    std::uint64_t mask = 0;
-    for (unsigned part = 0; part < kBlock; part += 16, bytes += 16) {
-      const auto found = (load(bytes) == firsts) & (load(bytes + distance) == lasts);
-      mask |= mask_of(std::bit_cast<Bytes>(found)) << part;
-    }
-    masks[i] = mask;
-  }
+  find_in_parts(blocks, masks, [=](std::size_t at) {
+    const auto found =
+        (load(bytes + at) == Bytes{} + first) & (load(bytes + at + distance) == Bytes{} + last);
+    return mask_of(std::bit_cast<Bytes>(found));
+  });
 }
 
 std::size_t compact(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *kept,
@@ -182,17 +179,13 @@ void decode_escapes(const std::uint8_t *bytes, std::size_t blocks, const std::ui
 
 void narrow(const CodeUnit *units, std::size_t blocks, std::uint16_t limit, std::uint8_t *output,
             std::uint64_t *masks) {
-  for (std::size_t i = 0; i < blocks; ++i) {
-    std::uint64_t mask = 0;
-    for (unsigned part = 0; part < kBlock; part += 16, units += 16, output += 16) {
-      const auto first = load<Units>(units);
-      const auto second = load<Units>(units + 8);
-      store(output, low_bytes(first, second));
-      const Units limits = Units{} + limit;
-      mask |= mask_of(std::bit_cast<Units>(first >= limits), std::bit_cast<Units>(second >= limits)) << part;
-    }
-    masks[i] = mask;
-  }
+  find_in_parts(blocks, masks, [=](std::size_t at) {
+    const auto first = load<Units>(units + at);
+    const auto second = load<Units>(units + at + 8);
+    store(output + at, low_bytes(first, second));
+    const Units limits = Units{} + limit;
+    return mask_of(std::bit_cast<Units>(first >= limits), std::bit_cast<Units>(second >= limits));
+  });
 }
 
 // Computed, not looked up: compilers make vector code of arithmetic on bytes.

@@ -1,9 +1,6 @@
-// A level of the x86 family lists its processor features once: what its functions are compiled for is what
-// its table asks the processor for.
-//
-//   #define FEATURES(FEATURE) FEATURE("avx2") FEATURE("bmi2")
-//   KZV_TARGET(FEATURES)       __attribute__((target("sse2,avx2,bmi2")))
-//   KZV_HAS(FEATURES)          whether this processor has sse2, avx2 and bmi2
+// A level of the x86 family lists its processor features once, #define FEATURES(FEATURE) FEATURE("avx2") ...:
+// KZV_TARGET(FEATURES) is the attribute that compiles a function for them, and KZV_HAS(FEATURES) is whether
+// this processor has them.
 #pragma once
 
 #define KZV_TARGET(FEATURES) __attribute__((target("sse2" FEATURES(KZV_FEATURE_TO_COMPILE_FOR))))

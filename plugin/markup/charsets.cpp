@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cassert>
 #include <cstring>
 #include <utility>
@@ -35,31 +34,20 @@ consteval UnitTable make_cp1252() {
 constexpr UnitTable escapecharsISO8859 = make_identity();
 constexpr UnitTable escapecharsCP1252 = make_cp1252();
 
-consteval std::size_t count_units(const UnitTable &units) {
-  return *std::ranges::max_element(units) + std::size_t{1};
-}
-
-// From the highest byte down, so that of several bytes for a code unit the lowest is written last.
-template <std::size_t kCount>
-consteval std::array<std::uint8_t, kCount> make_reverse(const UnitTable &units) {
-  std::array<std::uint8_t, kCount> bytes{};
-  for (std::size_t byte = units.size(); byte-- > 0;) bytes[units[byte]] = static_cast<std::uint8_t>(byte);
+// By code unit, up to the highest that has a byte. Of several bytes for one, the lowest is written last.
+template <const UnitTable &kUnits>
+consteval auto make_reverse() {
+  std::array<std::uint8_t, *std::ranges::max_element(kUnits) + std::size_t{1}> bytes{};
+  for (std::size_t byte = kUnits.size(); byte-- > 0;) bytes[kUnits[byte]] = static_cast<std::uint8_t>(byte);
   return bytes;
 }
-
-constexpr auto kBytesISO8859 = make_reverse<count_units(escapecharsISO8859)>(escapecharsISO8859);
-constexpr auto kBytesCP1252 = make_reverse<count_units(escapecharsCP1252)>(escapecharsCP1252);
-
-consteval Charset make_charset(const UnitTable &units, std::span<const std::uint8_t> bytes) {
-  std::uint16_t same = 0;
-  while (same < units.size() && units[same] == same) ++same;
-  return {units, bytes, std::bit_floor(same)};
-}
+constexpr auto kBytesISO8859 = make_reverse<escapecharsISO8859>();
+constexpr auto kBytesCP1252 = make_reverse<escapecharsCP1252>();
 
 }  // namespace
 
-constexpr Charset kIso8859 = make_charset(escapecharsISO8859, kBytesISO8859);
-constexpr Charset kCp1252 = make_charset(escapecharsCP1252, kBytesCP1252);
+constexpr Charset kIso8859 = {escapecharsISO8859, kBytesISO8859, 0x100};
+constexpr Charset kCp1252 = {escapecharsCP1252, kBytesCP1252, 0x80};
 
 namespace {
 

@@ -8,8 +8,7 @@ namespace kzv::charsets {
 // One character set, both ways.
 struct Charset {
   std::span<const std::uint16_t, 256> unit_of;  // by byte
-  // By code unit, up to the last one that has a byte: the lowest byte for it, or 0 for none. U+0000 itself
-  // has the byte 0.
+  // By code unit, up to the last one that has a byte: the lowest byte for it, or 0 for none or U+0000.
   std::span<const std::uint8_t> byte_of;
   std::uint16_t identity_end;  // a power of two; below it, bytes and code units are equal
 };

@@ -41,8 +41,6 @@ std::size_t replace_non_printable(ByteView input, std::uint8_t replacement, Byte
   return input.size();
 }
 
-bool is_ascii(ByteView bytes) { return is_ascii(bytes, 0); }
-
 bool is_ascii(ByteView bytes, std::int32_t mode) {
   if (bytes.empty()) return false;
   switch (mode) {

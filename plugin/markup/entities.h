@@ -17,8 +17,6 @@ struct Entity {
   std::uint16_t code_point = 0;
   std::uint8_t length = 0;  // of the reference, in bytes
   std::array<char, kLongestReference> reference{};
-
-  consteval Entity(std::uint16_t character, std::string_view name);
   [[nodiscard]] constexpr std::string_view name() const {
     return {reference.data() + 1, length - std::size_t{2}};
   }

@@ -5,10 +5,9 @@
 
 namespace kzv::html {
 
-// How far a kernel came: code units of text read, bytes of output written.
 struct Progress {
-  std::size_t consumed;
-  std::size_t written;
+  std::size_t consumed;  // code units of text
+  std::size_t written;   // bytes of output
 };
 
 // Bytes of output in which `encode` takes every text of `unit_count` code units in one call.

@@ -20,12 +20,9 @@ struct Reference {
 };
 constexpr Reference kNoReference{0, 0};
 
-// Four ASCII code units, read as one number, as four bytes:
+// Four ASCII code units, read as one number, as four bytes; zero bytes are not shown:
 //
-//   units               61 00 6D 00 70 00 3B 00     "amp;"
-//   units | units >> 8  61 6D 6D 70 70 3B 3B 00
-//   of each four, two   61 6D .. .. 70 3B .. ..
-//   the same by 16      61 6D 70 3B .. .. .. ..
+//   units 61 .. 6D .. 70 .. 3B ..    pairs 61 6D .. .. 70 3B .. ..    "amp;" 61 6D 70 3B
 constexpr std::uint64_t pack_ascii(std::uint64_t units) {
   const std::uint64_t pairs = (units | units >> 8) & 0x0000FFFF0000FFFF;
   return (pairs | pairs >> 16) & 0xFFFFFFFF;
@@ -49,22 +46,14 @@ std::uint64_t load_ascii(const CodeUnit *units) {
 // The value of the first `count` bytes of a word, at most 5, all of them decimal digits. They are moved to
 // the high end, so that zeros come first, and neighbours are joined in three steps:
 //
-//   digits      '8' '3' '6' '4'
 //   value         0   0   0   0   8   3   6   4
 //   pairs             0       0      83      64      each byte times 10 and the next byte
 //   fours                     0            8364      each pair times 100 and the next pair
-//   eight                                  8364      the first four times 10000 and the last four
 std::uint32_t decimal(std::uint64_t digits, std::size_t count) {
   std::uint64_t value = (digits & first_bytes(count) & in_each_byte(0x0F)) << (8 * (8 - count) % 64);
   value = (value * 10 + (value >> 8)) & 0x00FF00FF00FF00FF;
   value = (value * 100 + (value >> 16)) & 0x0000FFFF0000FFFF;
   return static_cast<std::uint32_t>(value * 10000 + (value >> 32));
-}
-
-constexpr std::uint32_t kNoDigit = 16;
-
-constexpr std::uint32_t digit_value(std::uint8_t byte) {
-  return is_hex_digit(byte) ? kDigitValues[byte] : kNoDigit;
 }
 
 // The value of the digits at the start of `count` bytes, or 0 if a minus sign comes after them.
@@ -73,17 +62,10 @@ std::uint32_t parse_number(std::uint64_t bytes, std::size_t count, std::uint32_t
   for (; count > 0; --count, bytes >>= 8) {
     const auto byte = static_cast<std::uint8_t>(bytes);
     if (byte == '-') return 0;
-    const std::uint32_t digit = digit_value(byte);
-    if (digit >= base) break;
-    value = value * base + digit;
+    if (!is_hex_digit(byte) || kDigitValues[byte] >= base) break;
+    value = value * base + kDigitValues[byte];
   }
   return value;
-}
-
-// The value of `length` bytes that begin with "#", not all others of them decimal digits.
-std::uint32_t parse_other_number(std::uint64_t bytes, std::size_t length) {
-  const bool hexadecimal = length > 1 && static_cast<std::uint8_t>(bytes >> 8) == 'x';
-  return hexadecimal ? parse_number(bytes >> 16, length - 2, 16) : parse_number(bytes >> 8, length - 1, 10);
 }
 
 // Whether the first `count` bytes of a word are decimal digits: XOR '0' they are below 10, so that adding
@@ -102,16 +84,15 @@ std::uint32_t code_point_of_reference(std::uint64_t bytes, std::size_t length) {
   if (length > kLongestNumber) return 0;
   const std::uint64_t digits = bytes >> 8;
   if (all_decimal(digits, length - 1)) return decimal(digits, length - 1);
-  return parse_other_number(bytes, length);
+  const bool hexadecimal = length > 1 && static_cast<std::uint8_t>(digits) == 'x';
+  return hexadecimal ? parse_number(digits >> 8, length - 2, 16) : parse_number(digits, length - 1, 10);
 }
 
 // The reference that begins after "&" with `units`, of which at least nine can be read and `left` are text.
-// Its characters are read as one number, so that finding the ";" and looking up the name take a few
-// instructions, whatever its length:
+// Its characters are one number, so that finding the ";" and the name takes a few instructions:
 //
 //   text     & e  u  r  o  ;  x  y  z
-//   word       65 75 72 6F 3B 78 79 7A        the eight characters after "&"
-//   length     4, the number of bytes before 3B
+//   word       65 75 72 6F 3B 78 79 7A        length 4: the bytes before 3B
 //   name       65 75 72 6F 00 00 00 00        what the table of names is searched for
 Reference read_reference(const CodeUnit *units, std::size_t left) {
   const std::uint64_t word = load_ascii(units);
@@ -122,47 +103,15 @@ Reference read_reference(const CodeUnit *units, std::size_t left) {
   return {length + (length < left ? 2 : 1), code_point};
 }
 
-// The same for the last code units of a text: its end, like ";", ends a reference.
-Reference read_last_reference(CodeUnitView rest) {
+// The reference that begins before `rest`. The end of a text, like ";", ends a reference.
+Reference reference_before(CodeUnitView rest) {
+  if (rest.size() > kLongestName) [[likely]]
+    return read_reference(rest.data(), rest.size());
   std::array<CodeUnit, kLongestName + 1> units{};
   std::ranges::copy(rest, units.begin());
   units[rest.size()] = {';'};
   return read_reference(units.data(), rest.size());
 }
-
-// The reference whose "&" is the code unit at `start`.
-Reference reference_at(CodeUnitView text, std::size_t start) {
-  const CodeUnitView rest = text.subspan(start + 1);
-  if (rest.size() <= kLongestName) [[unlikely]]
-    return read_last_reference(rest);
-  return read_reference(rest.data(), rest.size());
-}
-
-// Finds one "&" after the other in a text, by its bytes.
-class AmpersandFinder {
- public:
-  explicit AmpersandFinder(CodeUnitView text)
-      : text_(text),
-        bytes_({reinterpret_cast<const std::uint8_t *>(text.data()), text.size_bytes()}, kAmpersand) {}
-
-  // The first from code unit `at` on, or the end of the text. `at` is never less than in the call before.
-  std::size_t next(std::size_t at) {
-    std::size_t byte = bytes_.next(at * sizeof(CodeUnit));
-    while (byte < text_.size_bytes() && !is_ampersand(byte)) byte = bytes_.next(byte + 1);
-    return byte / sizeof(CodeUnit);
-  }
-
- private:
-  static constexpr cpu::ByteSet kAmpersand = cpu::bytes_in("&");
-
-  // Not the half of another character, such as U+0126 or U+2601.
-  [[nodiscard]] bool is_ampersand(std::size_t byte) const {
-    return byte % sizeof(CodeUnit) == 0 && text_[byte / sizeof(CodeUnit)].value == '&';
-  }
-
-  CodeUnitView text_;
-  scan::Cursor bytes_;
-};
 
 // Copies the first `count` code units of `text`, the rest of the input; few of them with a copy of fixed
 // size. The output has never less left than the input: no character is longer than its reference.
@@ -192,13 +141,22 @@ CodeUnit *write_character(std::uint32_t code_point, CodeUnit *to) {
 
 std::size_t decode(CodeUnitView text, std::span<CodeUnit> output) {
   assert(output.size() >= text.size());
-  AmpersandFinder ampersands(text);
+  static constexpr cpu::ByteSet kAmpersand = cpu::bytes_in("&");
+  const ByteView bytes(reinterpret_cast<const std::uint8_t *>(text.data()), text.size_bytes());
+  scan::Cursor ampersand_bytes(bytes, kAmpersand);
+  const auto next_ampersand = [&](std::size_t from) {
+    // Such a byte may also be half of another character, such as U+0126 or U+2601.
+    std::size_t byte = ampersand_bytes.next(from * 2);
+    while (byte < bytes.size() && (byte % 2 != 0 || text[byte / 2].value != '&'))
+      byte = ampersand_bytes.next(byte + 1);
+    return byte / 2;
+  };
   CodeUnit *next = output.data();
   std::size_t done = 0;  // the code units before are in the output
   // The search for the next "&" does not wait for the reference of this one.
-  for (std::size_t at = ampersands.next(0); at < text.size(); at = ampersands.next(at + 1)) {
+  for (std::size_t at = next_ampersand(0); at < text.size(); at = next_ampersand(at + 1)) {
     if (at < done) continue;  // within a number, after its digits
-    const Reference reference = reference_at(text, at);
+    const Reference reference = reference_before(text.subspan(at + 1));
     if (reference.length == 0) continue;
     next = copy(text.subspan(done), at - done, next);
     next = write_character(reference.code_point, next);

@@ -14,8 +14,8 @@ namespace {
 
 static_assert(encode_bound(1) == kLongestReference);
 
-// Writes a code unit as `table` says, or as a reference if it is not in the table. Writes up to 16 bytes, of
-// which those returned count.
+// Writes a code unit as `table` says, or as a reference if it is not in the table: 16 bytes, of which those
+// returned count.
 std::size_t encode_unit(std::uint16_t unit, const WrittenTable &table, std::uint8_t *output) {
   if (unit < table.size()) {
     std::memcpy(output, &table[unit], sizeof(Written));
@@ -28,15 +28,11 @@ std::size_t encode_unit(std::uint16_t unit, const WrittenTable &table, std::uint
 }
 
 // Copies a block, narrowed to bytes, with the code units of `references` as `table` says. A copy of fixed
-// size is faster than one of the right size, so after each reference all of a block is copied and the next
-// reference overwrites what was too much:
+// size is fastest, so after each reference all of a block is copied, and the next reference overwrites what
+// was too much. `narrowed` and the output hold another block. Returns the end of the text.
 //
-//   narrowed      a b < c d            64 bytes and 64 more that may be read
-//   references    . . 1 . .
-//   output        a b < c d
-//                 a b & l t ; c d      the copy from "c" on, at its new place
-//
-// The output holds another block after the longest text. Returns the end of the text.
+//   narrowed      a b < c d
+//   output        a b & l t ; c d      "c d" is copied a second time, to its new place
 std::uint8_t *copy_with_references(const CodeUnit *units, const std::uint8_t *narrowed,
                                    std::uint64_t references, const WrittenTable &table, std::uint8_t *next) {
   std::memcpy(next, narrowed, cpu::kBlock);
@@ -50,8 +46,6 @@ std::uint8_t *copy_with_references(const CodeUnit *units, const std::uint8_t *na
   }
   return next + (cpu::kBlock - done);
 }
-
-constexpr bool is_ready(std::uint8_t byte) { return byte != 0 && byte < 0x80 && !is_markup(byte); }
 
 // The longest output of a block, and another block.
 constexpr std::size_t kBlockBound = encode_bound(cpu::kBlock) + cpu::kBlock;
@@ -83,15 +77,6 @@ std::uint8_t *encode_block(const CodeUnit *units, std::size_t count, bool keep_a
   return next;
 }
 
-// Writes less than a block by way of a buffer of kBlockBound bytes. Returns the end.
-std::uint8_t *encode_tail(CodeUnitView text, bool keep_ascii, std::uint8_t *next) {
-  scan::CodeUnitBlock units;
-  std::array<std::uint8_t, kBlockBound> written;
-  scan::load_tail(text, units);
-  const std::uint8_t *const end = encode_block(units.data(), text.size(), keep_ascii, written.data());
-  return std::copy(std::as_const(written).data(), end, next);
-}
-
 }  // namespace
 
 CodeUnitView without_mark(CodeUnitView text) {
@@ -99,8 +84,7 @@ CodeUnitView without_mark(CodeUnitView text) {
   return has_mark ? text.subspan(1) : text;
 }
 
-// Blocks while the longest output of one is left, then the tail if its longest output is left, and otherwise
-// single code units.
+// Blocks while the longest output of one fits, then the tail if its own fits, else single code units.
 Progress encode(CodeUnitView text, bool keep_ascii, ByteBuffer output) {
   std::size_t consumed = 0;
   std::uint8_t *next = output.data();
@@ -109,9 +93,13 @@ Progress encode(CodeUnitView text, bool keep_ascii, ByteBuffer output) {
   for (; text.size() - consumed >= cpu::kBlock && left() >= kBlockBound; consumed += cpu::kBlock) {
     next = encode_block(text.data() + consumed, cpu::kBlock, keep_ascii, next);
   }
-  const std::size_t tail = text.size() - consumed;
-  if (tail < cpu::kBlock && left() >= encode_bound(tail)) {
-    next = encode_tail(text.subspan(consumed), keep_ascii, next);
+  const CodeUnitView tail = text.subspan(consumed);
+  if (tail.size() < cpu::kBlock && left() >= encode_bound(tail.size())) {
+    scan::CodeUnitBlock units;
+    std::array<std::uint8_t, kBlockBound> written;
+    scan::load_tail(tail, units);
+    const std::uint8_t *const end = encode_block(units.data(), tail.size(), keep_ascii, written.data());
+    next = std::copy(std::as_const(written).data(), end, next);
     consumed = text.size();
   }
   while (consumed < text.size() && left() >= kLongestReference) {
@@ -124,7 +112,8 @@ Progress encode(CodeUnitView text, bool keep_ascii, ByteBuffer output) {
 }
 
 bool is_html_ready(ByteView bytes) {
-  return none_of_bytes(bytes, [](std::uint8_t byte) { return !is_ready(byte); });
+  return none_of_bytes(bytes,
+                       [](std::uint8_t byte) { return !(byte != 0 && byte < 0x80 && !is_markup(byte)); });
 }
 
 }  // namespace kzv::html

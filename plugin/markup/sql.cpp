@@ -1,6 +1,7 @@
 #include "markup/sql.h"
 
 #include <array>
+#include <string_view>
 
 #include "base/byte_words.h"
 #include "scan/masks_ahead.h"
@@ -15,17 +16,9 @@ constexpr std::int16_t kNoEscape = -1;
 consteval std::array<std::int16_t, 256> make_unescaped() {
   std::array<std::int16_t, 256> table{};
   table.fill(kNoEscape);
-  table['\''] = '\'';
-  table['"'] = '"';
-  table['\\'] = '\\';
-  table['%'] = '%';
-  table['_'] = '_';
-  table['0'] = 0x00;
-  table['b'] = 0x08;
-  table['n'] = 0x0A;
-  table['r'] = 0x0D;
-  table['t'] = 0x09;
-  table['Z'] = 0x1A;
+  constexpr std::string_view kWritten = "'\"\\%_0bnrtZ";
+  constexpr std::string_view kMeant("'\"\\%_\0\b\n\r\t\x1A", kWritten.size());
+  for (std::size_t i = 0; i < kWritten.size(); ++i) table[static_cast<std::uint8_t>(kWritten[i])] = kMeant[i];
   return table;
 }
 constexpr std::array<std::int16_t, 256> kUnescaped = make_unescaped();
@@ -81,7 +74,6 @@ class QuoteFinder {
   // Where there is one kind of quotes, each changes sides:
   //
   //   block           a  '  b  '  c  '  d ...
-  //   quotes          .  1  .  1  .  1  .
   //   prefix_xor      .  1  1  .  .  1  1      and inverted if the block begins within quotes
   std::uint64_t find_one_kind(std::uint64_t quotes, std::uint8_t quote) {
     const std::uint64_t quoted = scan::prefix_xor(quotes) ^ (open_quote_ != 0 ? scan::kAllBits : 0);
@@ -89,8 +81,8 @@ class QuoteFinder {
     return quoted;
   }
 
-  // Quotes of the other kind count as text, so each quote is looked at in turn, `left` being the bytes after
-  // the last one:
+  // Quotes of the other kind count as text, so each is looked at in turn; `left` are the bytes after the
+  // last:
   //
   //   block           '  "  '  a  "  '  "  b
   //   quoted          .  1  1  .  .  1  1  .
@@ -114,12 +106,30 @@ class QuoteFinder {
   std::uint8_t open_quote_ = 0;  // the carry: the quote that is still open, or 0
 };
 
-class BooleanReplacer {
- public:
-  explicit BooleanReplacer(ByteView sql) : sql_(sql) {}
+// What becomes of the "t" or "f" at `at`: the number of a word that begins there, or the letter itself.
+scan::Replacement replacement_at(ByteView sql, std::size_t at) {
+  const ByteView rest = sql.subspan(at);
+  const Word &word = (rest.front() | 0x20) == 't' ? kTrue : kFalse;
+  if (!begins_with_word(rest, word)) return scan::replaced_by(rest.front(), at + 1);
+  return scan::replaced_by(word.replacement, at + word.length);
+}
 
-  // A word may begin where a delimiter is followed by its first two letters; few places are left to look at.
-  void operator()(scan::EditableChunk &chunk, scan::Masks &kept) {
+}  // namespace
+
+// A word may begin where a delimiter is followed by its first two letters; few places are left to look at.
+std::size_t replace_booleans(ByteView sql, ByteBuffer output) {
+  static constexpr cpu::ByteSet kDelimiters{is_delimiter};
+  static constexpr cpu::ByteSet kSingleQuote = cpu::bytes_in("'");
+  static constexpr cpu::ByteSet kDoubleQuote = cpu::bytes_in("\"");
+  static constexpr cpu::ByteSet kT = cpu::bytes_in("tT");
+  static constexpr cpu::ByteSet kR = cpu::bytes_in("rR");
+  static constexpr cpu::ByteSet kF = cpu::bytes_in("fF");
+  static constexpr cpu::ByteSet kA = cpu::bytes_in("aA");
+  QuoteFinder quotes;
+  std::uint64_t delimiter_carry = 1;  // a word may begin at the start of the text
+  std::size_t done = 0;               // the end of the last word replaced
+  const auto replace = [=](std::size_t at) { return replacement_at(sql, at); };
+  const auto choose = [&](scan::Chunk &chunk, scan::Masks &kept) {
     const scan::MasksAhead t(chunk, kT);
     const scan::MasksAhead r(chunk, kR);
     const scan::MasksAhead f(chunk, kF);
@@ -130,41 +140,14 @@ class BooleanReplacer {
     chunk.find(kDelimiters, delimiters);
     chunk.find(kSingleQuote, single_quotes);
     chunk.find(kDoubleQuote, double_quotes);
-    const auto replace = [this](std::size_t at) { return replaced(at); };
     for (std::size_t i = 0; i < chunk.blocks(); ++i) {
       const std::uint64_t first_two = (t[i] & r.ahead(i, 1)) | (f[i] & a.ahead(i, 1));
-      const std::uint64_t words = scan::follows(delimiters[i], delimiter_carry_) & first_two;
-      const std::uint64_t quoted = quotes_.find(single_quotes[i], double_quotes[i]);
-      kept[i] = scan::replace_in_block(chunk, i, words & ~quoted, done_, replace);
+      const std::uint64_t words = scan::follows(delimiters[i], delimiter_carry) & first_two;
+      const std::uint64_t quoted = quotes.find(single_quotes[i], double_quotes[i]);
+      kept[i] = scan::replace_in_block(chunk, i, words & ~quoted, done, replace);
     }
-  }
-
- private:
-  static constexpr cpu::ByteSet kDelimiters{is_delimiter};
-  static constexpr cpu::ByteSet kSingleQuote = cpu::bytes_in("'");
-  static constexpr cpu::ByteSet kDoubleQuote = cpu::bytes_in("\"");
-  static constexpr cpu::ByteSet kT = cpu::bytes_in("tT");
-  static constexpr cpu::ByteSet kR = cpu::bytes_in("rR");
-  static constexpr cpu::ByteSet kF = cpu::bytes_in("fF");
-  static constexpr cpu::ByteSet kA = cpu::bytes_in("aA");
-
-  [[nodiscard]] scan::Replacement replaced(std::size_t at) const {
-    const ByteView rest = sql_.subspan(at);
-    const Word &word = (rest.front() | 0x20) == 't' ? kTrue : kFalse;
-    if (!begins_with_word(rest, word)) return scan::replaced_by(rest.front(), at + 1);
-    return scan::replaced_by(word.replacement, at + word.length);
-  }
-
-  ByteView sql_;
-  QuoteFinder quotes_;
-  std::uint64_t delimiter_carry_ = 1;  // a word may begin at the start of the text
-  std::size_t done_ = 0;               // the end of the last word replaced
-};
-
-}  // namespace
-
-std::size_t replace_booleans(ByteView sql, ByteBuffer output) {
-  return scan::keep(sql, BooleanReplacer(sql), output);
+  };
+  return scan::keep(sql, choose, output);
 }
 
 }  // namespace kzv::sql

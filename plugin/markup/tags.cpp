@@ -2,16 +2,17 @@
 
 #include <cstring>
 
+#include "scan/chunk.h"
 #include "scan/find_byte.h"
-#include "scan/keep.h"
 
 namespace kzv::tags {
 namespace {
 
+constexpr cpu::ByteSet kOpening = cpu::bytes_in("<");
+constexpr cpu::ByteSet kClosing = cpu::bytes_in(">");
 constexpr cpu::ByteSet kBrackets = cpu::bytes_in("<>");
 
-// The count of brackets that are open. It may well be below zero, which is to say wrap around: only zero
-// counts.
+// The count of brackets that are open. It wraps around below zero: only zero counts.
 using Nesting = std::uint32_t;
 
 constexpr void count_bracket(bool opening, Nesting &nesting) { nesting += opening ? 1 : Nesting{0} - 1; }
@@ -20,13 +21,10 @@ constexpr void count_bracket(bool opening, Nesting &nesting) { nesting += openin
 // always, each bracket changes sides, and the whole block is decided at once:
 //
 //   block        x  <  b  r  >  y  <  p ...
-//   opening      .  1  .  .  .  .  1  .
-//   closing      .  .  .  .  1  .  .  .
 //   sides        .  1  1  1  .  .  1  1     prefix_xor of both, inverted if the block begins inside
 //   outside      1  .  .  .  .  1  .  .     neither on that side nor a bracket
 //
-// Otherwise some opening bracket is not on the side of the tags, or some closing one is: then brackets are
-// counted one by one.
+// An opening bracket off that side, or a closing one on it, shows nesting: then brackets are counted singly.
 std::uint64_t find_outside(std::uint64_t opening, std::uint64_t closing, Nesting &nesting) {
   std::uint64_t brackets = opening | closing;
   if (nesting <= 1) {
@@ -40,33 +38,22 @@ std::uint64_t find_outside(std::uint64_t opening, std::uint64_t closing, Nesting
   std::uint64_t left = scan::kAllBits;  // the bytes after the last bracket
   for (; brackets != 0; brackets = scan::without_lowest(brackets)) {
     const std::uint64_t bracket = scan::lowest_bit(brackets);
-    if (nesting == 0) outside |= left & (bracket - 1);
+    outside |= nesting == 0 ? left & (bracket - 1) : 0;
     count_bracket((opening & bracket) != 0, nesting);
     left = ~(bracket | (bracket - 1));
   }
   return nesting == 0 ? outside | left : outside;
 }
 
-// Finds the bytes of a chunk that are outside of tags and those that are inside; the others are brackets.
-void find_tags(const scan::Chunk &chunk, Nesting &nesting, scan::Masks &outside, scan::Masks &inside) {
-  static constexpr cpu::ByteSet kOpening = cpu::bytes_in("<");
-  static constexpr cpu::ByteSet kClosing = cpu::bytes_in(">");
-  chunk.find(kOpening, outside);
-  chunk.find(kClosing, inside);
-  for (std::size_t i = 0; i < chunk.blocks(); ++i) {
-    const std::uint64_t brackets = outside[i] | inside[i];
-    outside[i] = find_outside(outside[i], inside[i], nesting);
-    inside[i] = ~(outside[i] | brackets);
-  }
-}
-
 }  // namespace
 
 std::size_t remove(ByteView text, ByteBuffer output) {
   Nesting nesting = 0;
-  scan::Masks inside;
   const auto choose = [&](const scan::Chunk &chunk, scan::Masks &kept) {
-    find_tags(chunk, nesting, kept, inside);
+    scan::Masks closing;
+    chunk.find(kOpening, kept);
+    chunk.find(kClosing, closing);
+    for (std::size_t i = 0; i < chunk.blocks(); ++i) kept[i] = find_outside(kept[i], closing[i], nesting);
   };
   return scan::keep(text, choose, output);
 }
@@ -79,11 +66,16 @@ std::size_t remove(ByteView text, ByteBuffer output) {
 //   kept         1  .  1  1  .  1     x--y
 std::size_t replace(ByteView text, std::uint8_t instead, ByteBuffer output) {
   Nesting nesting = 0;
-  scan::Masks inside;
-  const auto choose = [&](scan::EditableChunk &chunk, scan::Masks &kept) {
-    find_tags(chunk, nesting, kept, inside);
+  const auto choose = [&](scan::Chunk &chunk, scan::Masks &kept) {
+    scan::Masks inside;
+    chunk.find(kOpening, kept);
+    chunk.find(kClosing, inside);
+    for (std::size_t i = 0; i < chunk.blocks(); ++i) {
+      const std::uint64_t outside = find_outside(kept[i], inside[i], nesting);
+      kept[i] = ~(kept[i] | inside[i]);
+      inside[i] = kept[i] & ~outside;
+    }
     chunk.fill(inside, instead);
-    for (std::size_t i = 0; i < chunk.blocks(); ++i) kept[i] |= inside[i];
   };
   return scan::keep(text, choose, output);
 }
@@ -110,12 +102,8 @@ bool TagScanner::next() {
 }
 
 std::size_t repeat(ByteView unit, ByteBuffer output) {
-  if (unit.size() == 1) {
-    std::memset(output.data(), unit.front(), output.size());
-  } else {
-    for (std::size_t at = 0; at < output.size(); at += unit.size()) {
-      std::memcpy(output.data() + at, unit.data(), unit.size());
-    }
+  for (std::size_t at = 0; at < output.size(); at += unit.size()) {
+    std::memcpy(output.data() + at, unit.data(), unit.size());
   }
   return output.size();
 }

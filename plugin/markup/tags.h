@@ -1,9 +1,6 @@
-// Text without its markup: without everything between "<" and the ">" that closes it, by counting alone.
-// Every
-// "<" counts up and every ">" counts down; a byte is outside of tags where the count is zero. So after a
-// stray
-// ">" the text is inside until a "<" makes up for it, and after an unclosed "<" all the rest is. The brackets
-// themselves are neither outside nor inside.
+// Text without its markup, by counting alone: "<" counts up, ">" counts down, and a byte is outside of tags
+// where the count is zero. So a stray ">" needs a "<" to make up for it, and an unclosed "<" takes all the
+// rest. The brackets themselves are neither outside nor inside.
 #pragma once
 
 #include "base/bytes.h"

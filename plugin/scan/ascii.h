@@ -5,8 +5,8 @@
 
 namespace kzv {
 
-// Whether no byte satisfies `wrong`. A run of bytes is tested without leaving the loop, which compilers turn
-// into vector code; runs are short enough that a wrong byte ends the search soon.
+// Whether no byte satisfies `wrong`. Compilers make vector code of the loop over a run, which has no exit;
+// runs are short enough that a wrong byte ends the search soon.
 template <typename Predicate>
 bool none_of_bytes(ByteView bytes, Predicate wrong) {
   constexpr std::size_t kRun = 256;

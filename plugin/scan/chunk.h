@@ -2,14 +2,16 @@
 #pragma once
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 #include "scan/masks.h"
 
 namespace kzv::scan {
 
-// One chunk, to be read. After its last block come two more bytes of the text (zeros after the end), so that
-// an escape can be followed across the end of a chunk.
+// One chunk. After its last block come two more bytes of the text (zeros after the end), so that an escape
+// can be followed across the end. Changes leave the text as it is: the first one copies the chunk to where
+// its output will be.
 //
 //   text of 1200 bytes    [ 16 blocks of 64 bytes ][ 2 blocks ][ tail of 48 bytes ]
 //                          chunk                    chunk       chunk: one block, 16 bytes of padding
@@ -17,11 +19,11 @@ class Chunk {
  public:
   static constexpr std::size_t kLookahead = 2;
 
-  // The chunk of `text` that begins at `start`, which is less than the text's size. A tail is copied, all
-  // else is read where it is.
-  Chunk(ByteView text, std::size_t start) : start_(start) {
+  // The chunk of `text` that begins at `start`, which is less than the text's size. `output` holds at least
+  // as many bytes as the text has from `start` on; a chunk that is only read needs none.
+  Chunk(ByteView text, std::size_t start, std::uint8_t *output = nullptr)
+      : start_(start), bytes_(text.data() + start), output_(output), copy_(output) {
     const std::size_t left = text.size() - start;
-    bytes_ = text.data() + start;
     blocks_ = left > kLookahead ? std::min((left - kLookahead) / cpu::kBlock, kChunkBlocks) : 0;
     size_ = blocks_ * cpu::kBlock;
     if (blocks_ == 0) load_tail(left);
@@ -44,6 +46,39 @@ class Chunk {
     return bit_if(set.contains(after[0])) | bit_if(set.contains(after[1])) << 1;
   }
 
+  // Adds `everywhere` to each byte and `there` to those of `where`, modulo 256.
+  void add(const Masks &where, std::uint8_t everywhere, std::uint8_t there) {
+    cpu::level().add(bytes_, blocks_, where.data(), everywhere, there, copy_);
+    move_to_copy();
+  }
+
+  // Writes `byte` over those of `where`.
+  void fill(const Masks &where, std::uint8_t byte) {
+    cpu::level().fill(bytes_, blocks_, where.data(), byte, copy_);
+    move_to_copy();
+  }
+
+  // Writes, over each byte of `where`, the number that the two hex digits after it make.
+  void decode_escapes(const Masks &where) {
+    cpu::level().decode_escapes(bytes_, blocks_, where.data(), copy_);
+    move_to_copy();
+  }
+
+  std::uint8_t *writable_block(std::size_t i) {
+    if (bytes_ != copy_) std::memcpy(copy_, bytes_, blocks_ * cpu::kBlock);
+    move_to_copy();
+    return copy_ + i * cpu::kBlock;
+  }
+
+  // Writes the bytes of `kept`, close together, to the output; returns their number. Padding is left out.
+  std::size_t write_kept(Masks &kept) {
+    drop_padding(kept);
+    std::uint8_t *const to = padding() > 0 ? copy_ : output_;
+    const std::size_t count = cpu::level().compact(bytes_, blocks_, kept.data(), to);
+    if (padding() > 0) std::memcpy(output_, to, count);
+    return count;
+  }
+
   // Writes the chunk with `introducer` and two hex digits in place of each byte of `escaped`. Returns the
   // number of bytes written; up to kWriteAfterEscaped more may be overwritten.
   std::size_t write_escaped(Masks &escaped, char introducer, std::uint8_t *output) const {
@@ -51,18 +86,9 @@ class Chunk {
     return cpu::level().write_escapes(bytes_, blocks_, escaped.data(), introducer, output) - padding();
   }
 
- protected:
-  [[nodiscard]] std::size_t padding() const { return blocks_ * cpu::kBlock - size_; }
-  void drop_padding(Masks &masks) const {
-    if (padding() > 0) masks[blocks_ - 1] &= bits_below(cpu::kBlock - padding());
-  }
-  [[nodiscard]] const std::uint8_t *bytes() const { return bytes_; }
-  void move_to(const std::uint8_t *bytes) { bytes_ = bytes; }
-  // The chunk's own memory if it is the tail, or null.
-  std::uint8_t *own_bytes() { return bytes_ == tail_.data() ? tail_.data() : nullptr; }
-
  private:
-  // The rest of the text, at most one block and the two bytes that no chunk before could look ahead to.
+  // The rest of the text, at most one block and the two bytes that no chunk before could look ahead to. It is
+  // changed where it is loaded, because padding might not fit into the output.
   void load_tail(std::size_t left) {
     size_ = left;
     blocks_ = left > cpu::kBlock ? 2 : 1;
@@ -71,13 +97,27 @@ class Chunk {
       cpu::level().load_partial(bytes_ + cpu::kBlock, left - cpu::kBlock, tail_.data() + cpu::kBlock);
     }
     std::memset(tail_.data() + blocks_ * cpu::kBlock, 0, kLookahead);
-    bytes_ = tail_.data();
+    bytes_ = copy_ = tail_.data();
+  }
+
+  void move_to_copy() {
+    if (bytes_ == copy_) return;
+    const std::size_t end = blocks_ * cpu::kBlock;
+    std::memcpy(copy_ + end, bytes_ + end, kLookahead);
+    bytes_ = copy_;
+  }
+
+  [[nodiscard]] std::size_t padding() const { return blocks_ * cpu::kBlock - size_; }
+  void drop_padding(Masks &masks) const {
+    if (padding() > 0) masks[blocks_ - 1] &= bits_below(cpu::kBlock - padding());
   }
 
   std::size_t start_;  // in the text
   std::size_t size_;
   std::size_t blocks_;
   const std::uint8_t *bytes_;
+  std::uint8_t *output_;
+  std::uint8_t *copy_;  // for changes: whole blocks and the lookahead
   std::array<std::uint8_t, 2 * cpu::kBlock + kLookahead> tail_;
 };
 
@@ -87,61 +127,20 @@ inline constexpr std::size_t kWriteAfterEscaped = 2 * cpu::kBlock;
 // What a chunk becomes at most if every byte is escaped.
 using EscapedChunk = std::array<std::uint8_t, 3 * kChunkBlocks * cpu::kBlock + kWriteAfterEscaped>;
 
-// A chunk whose bytes can be changed. The text itself stays as it is: the first change copies the chunk to
-// where its output will be.
-class EditableChunk : public Chunk {
- public:
-  // `output` holds at least as many bytes as the text has from `start` on.
-  EditableChunk(ByteView text, std::size_t start, std::uint8_t *output)
-      : Chunk(text, start), output_(output) {
-    // Padding might not fit into the output, so the tail is changed where it was loaded.
-    copy_ = own_bytes() != nullptr ? own_bytes() : output;
+// Has `choose(chunk, kept)` say for each chunk which bytes to keep; it may change them first. Padding is
+// never kept, whatever its bits. The output holds as many bytes as the input; returns the number written.
+template <typename Choose>
+std::size_t keep(ByteView input, Choose choose, ByteBuffer output) {
+  assert(output.size() >= input.size());
+  Masks kept;
+  std::size_t written = 0;
+  for (std::size_t at = 0; at < input.size();) {
+    Chunk chunk(input, at, output.data() + written);
+    choose(chunk, kept);
+    written += chunk.write_kept(kept);
+    at += chunk.size();
   }
-
-  // Adds `everywhere` to each byte and `there` to those of `where`, modulo 256.
-  void add(const Masks &where, std::uint8_t everywhere, std::uint8_t there) {
-    cpu::level().add(bytes(), blocks(), where.data(), everywhere, there, copy_);
-    now_in_copy();
-  }
-
-  // Writes `byte` over those of `where`.
-  void fill(const Masks &where, std::uint8_t byte) {
-    cpu::level().fill(bytes(), blocks(), where.data(), byte, copy_);
-    now_in_copy();
-  }
-
-  // Writes, over each byte of `where`, the number that the two hex digits after it make.
-  void decode_escapes(const Masks &where) {
-    cpu::level().decode_escapes(bytes(), blocks(), where.data(), copy_);
-    now_in_copy();
-  }
-
-  // A block, to be written to.
-  std::uint8_t *writable_block(std::size_t i) {
-    if (bytes() != copy_) std::memcpy(copy_, bytes(), blocks() * cpu::kBlock);
-    now_in_copy();
-    return copy_ + i * cpu::kBlock;
-  }
-
-  // Writes the bytes of `kept` to the output, close together, and returns their number. Padding is left out.
-  std::size_t write_kept(Masks &kept) {
-    drop_padding(kept);
-    std::uint8_t *const to = padding() > 0 ? copy_ : output_;
-    const std::size_t count = cpu::level().compact(bytes(), blocks(), kept.data(), to);
-    if (padding() > 0) std::memcpy(output_, to, count);
-    return count;
-  }
-
- private:
-  void now_in_copy() {
-    if (bytes() == copy_) return;
-    const std::size_t end = blocks() * cpu::kBlock;
-    std::memcpy(copy_ + end, bytes() + end, kLookahead);
-    move_to(copy_);
-  }
-
-  std::uint8_t *output_;
-  std::uint8_t *copy_;  // whole blocks and the lookahead
-};
+  return written;
+}
 
 }  // namespace kzv::scan

@@ -1,4 +1,4 @@
-// Finding the members of a set one after the other, for kernels that have a decision to make at each.
+// Finding the members of a set one after the other.
 #pragma once
 
 #include <algorithm>
@@ -29,15 +29,13 @@ class Cursor {
     const ByteView rest = text_.subspan(found_from_);
     const std::size_t blocks = std::min(rest.size() / cpu::kBlock, kChunkBlocks);
     cpu::level().find(rest.data(), blocks, set_, masks_.data());
-    if (blocks == 0) find_in_tail(rest);
+    if (blocks == 0) {
+      std::array<std::uint8_t, cpu::kBlock> tail;
+      cpu::level().load_partial(rest.data(), rest.size(), tail.data());
+      cpu::level().find(tail.data(), 1, set_, masks_.data());
+      masks_[0] &= bits_below(rest.size());
+    }
     found_to_ = found_from_ + std::max(blocks, std::size_t{1}) * cpu::kBlock;
-  }
-
-  void find_in_tail(ByteView tail) {
-    std::array<std::uint8_t, cpu::kBlock> block;
-    cpu::level().load_partial(tail.data(), tail.size(), block.data());
-    cpu::level().find(block.data(), 1, set_, masks_.data());
-    masks_[0] &= bits_below(tail.size());
   }
 
   ByteView text_;

@@ -1,15 +1,12 @@
 // Writing bytes as escapes, each an introducer and two hex digits: "%2F", "=3D".
 #pragma once
 
-#include <cassert>
-
 #include "base/hex_digits.h"
 #include "scan/chunk.h"
 
 namespace kzv::scan {
 
-// How one byte is written: as itself, as another byte, or as an escape. In four aligned bytes, so that one
-// load and one store write it.
+// How one byte is written: as itself, as another byte, or as an escape. One load and one store write it.
 struct alignas(4) WrittenByte {
   std::array<char, 3> text;
   std::uint8_t length;
@@ -18,9 +15,6 @@ static_assert(sizeof(WrittenByte) == 4);
 using WrittenBytes = std::array<WrittenByte, 256>;
 
 constexpr WrittenByte literal(std::size_t byte) { return {{static_cast<char>(byte), 0, 0}, 1}; }
-constexpr WrittenByte hex_escape(char introducer, std::size_t byte) {
-  return {{introducer, kHexPairs[byte][0], kHexPairs[byte][1]}, 3};
-}
 
 // How each byte is written, in two forms: a table for short texts, sets of bytes for long ones.
 struct EscapeRules {
@@ -32,8 +26,9 @@ struct EscapeRules {
         substituted([=](std::uint8_t byte) { return byte == from && from != to; }),
         difference(static_cast<std::uint8_t>(to - from)) {
     for (std::size_t byte = 0; byte < escapechars.size(); ++byte) {
+      const auto [high, low] = kHexPairs[byte];
       const bool escapes = escaped.contains(static_cast<std::uint8_t>(byte));
-      escapechars[byte] = escapes ? hex_escape(introducer, byte) : literal(byte);
+      escapechars[byte] = escapes ? WrittenByte{{introducer, high, low}, 3} : literal(byte);
     }
     escapechars[from] = literal(to);
   }
@@ -71,7 +66,7 @@ inline std::size_t write_escaped(ByteView input, const EscapeRules &rules, ByteB
   EscapedChunk escaped;
   std::size_t written = 0;
   for (std::size_t at = 0; at < input.size();) {
-    EditableChunk chunk(input, at, copy.data());
+    Chunk chunk(input, at, copy.data());
     chunk.find(rules.escaped, escapes);  // before a space becomes a "+" that is not to be escaped
     if (rules.substituted.range_count > 0) {
       chunk.find(rules.substituted, substitutes);

@@ -1,8 +1,6 @@
-// An introduction to this folder: text as bit masks.
-//
-// Most kernels are one idea: find the bytes that need work and leave the others alone. A text is read in
-// blocks of 64 bytes. What a kernel wants to know about the bytes of a block is a mask, a 64-bit number with
-// one bit for each byte, the lowest for the first. Pictures show the lowest bit at the left, below its byte:
+// Text as bit masks. Most kernels find the bytes that need work and leave the others alone: what a kernel
+// wants to know about a block of 64 bytes is a 64-bit number with one bit for each byte, the lowest for the
+// first. Pictures show the lowest bit at the left, below its byte:
 //
 //   block        a < b > c < i > d ...
 //   '<'          . 1 . . . 1 . . .          find: one mask for each set of bytes
@@ -10,14 +8,6 @@
 //   '<' or '>'   . 1 . 1 . 1 . 1 .          |
 //   after '<'    . . 1 . . . 1 . .          << 1: one byte further
 //   inside       . 1 1 . . 1 1 . .          prefix_xor of the brackets
-//
-// So a few operations on numbers decide about 64 bytes at once. Finding sets of bytes, and writing what was
-// decided, are the operations of cpu/level.h; this folder has what lies between them and the kernels.
-//
-//   chunk   up to 16 blocks in a row, whose masks are found in one call                       chunk.h
-//   tail    what is left of a text after its last whole block; it is read into a block filled up with zeros
-//   carry   what a block leaves to the next, for example that bit 63 of '<' is set: bit 0 of the next block
-//           then comes after a '<'
 #pragma once
 
 #include <array>

@@ -5,15 +5,12 @@
 
 namespace kzv::scan {
 
-// A chunk's bytes in a set, and the bytes that come one or two before them.
+// A chunk's bytes in a set, and the bytes that come one or two before them. For the set of hex digits:
 //
 //   block i     x = 4 1 x ... x =  | block i + 1    3 D x
-//   '='         . 1 . . .     . 1
 //   digit       . . 1 1 .     . .                   1 1 .
 //   ahead 1     . 1 1 . .     . 1      bit k: is byte k + 1 a digit? The last bit comes from the next block.
 //   ahead 2     1 1 . . .     1 1
-//   '=' & ahead 1 & ahead 2
-//               . 1 . . .     . 1
 class MasksAhead {
  public:
   MasksAhead(const Chunk &chunk, const cpu::ByteSet &set)

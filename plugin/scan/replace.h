@@ -1,7 +1,7 @@
 // Replacing spans of a text by one byte or by nothing, from left to right.
 #pragma once
 
-#include "scan/keep.h"
+#include "scan/chunk.h"
 
 namespace kzv::scan {
 
@@ -16,7 +16,7 @@ constexpr Replacement dropped(std::size_t end) { return {end, false, 0}; }
 
 // Replaces the spans that begin in one block of a chunk and returns the bytes to keep. A span may begin at
 // each byte of `starts`, except within the span before; `replace(position)` returns what becomes of it.
-// `done` is the end of the last span, which may lie in a later block. Here "\n" and "\\" become LF and "\":
+// `done` is the end of the last span, maybe in a later block. Here "\n" and "\\" become LF and "\":
 //
 //   block           a  \  n  b  \  \  n  c
 //   starts          .  1  .  .  1  1  .  .
@@ -24,7 +24,7 @@ constexpr Replacement dropped(std::size_t end) { return {end, false, 0}; }
 //   written            LF       \        (each over the first byte of its span)
 //   kept            1  1  .  1  1  .  1  1      a LF b \ n c
 template <typename Replace>
-std::uint64_t replace_in_block(EditableChunk &chunk, std::size_t i, std::uint64_t starts, std::size_t &done,
+std::uint64_t replace_in_block(Chunk &chunk, std::size_t i, std::uint64_t starts, std::size_t &done,
                                Replace replace) {
   const std::size_t base = chunk.block_start(i);
   std::uint64_t kept = done > base ? bits_from(done - base) : kAllBits;
@@ -51,7 +51,7 @@ template <typename Replace>
 std::size_t replace_spans(ByteView input, const cpu::ByteSet &set, Replace replace, ByteBuffer output) {
   Masks starts;
   std::size_t done = 0;
-  const auto choose = [&](EditableChunk &chunk, Masks &kept) {
+  const auto choose = [&](Chunk &chunk, Masks &kept) {
     chunk.find(set, starts);
     for (std::size_t i = 0; i < chunk.blocks(); ++i) {
       kept[i] = replace_in_block(chunk, i, starts[i], done, replace);

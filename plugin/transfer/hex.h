@@ -6,19 +6,15 @@
 
 namespace kzv::hex {
 
-// Bytes that `encode` writes.
+// Bytes that `encode` and `decode` write, and return.
 constexpr std::uint64_t encode_bound(std::size_t byte_count) { return std::uint64_t{byte_count} * 2; }
-
-// Bytes that `decode` writes.
 constexpr std::uint64_t decode_bound(std::size_t digit_count) { return digit_count / 2; }
 
-// Writes every byte as two upper-case digits, the high one first. Returns the number of digits written,
-// always twice the number of bytes.
+// Writes every byte as two upper-case digits, the high one first.
 std::size_t encode(ByteView input, ByteBuffer output);
 
 // Turns each pair of digits, of either case, into one byte. Nothing is skipped and nothing is an error: any
 // other byte, white space included, counts as the digit 0, and an odd last byte is left out.
-// Returns the number of bytes written, always half the input, rounded down.
 std::size_t decode(ByteView input, ByteBuffer output);
 
 }  // namespace kzv::hex

@@ -53,27 +53,19 @@ class Layout {
   }
 
   void write_groups(ByteView input, std::size_t digit, std::uint8_t *line) const {
-    std::uint8_t *to = line + shape_.linestart.size();
-    if (group_digits_ == 1) {
-      for (const std::size_t end = digit + groups_; digit < end; ++digit) {
+    if (group_digits_ == 2) {  // most dumps
+      const std::uint8_t *from = input.data() + digit / 2;
+      for_each_group(line, [&](std::uint8_t *to) { std::memcpy(to, &kHexPairs[*from++], sizeof(HexPair)); });
+    } else if (group_digits_ == 1) {
+      for_each_group(line, [&](std::uint8_t *to) {
         *to = static_cast<std::uint8_t>(kHexPairs[input[digit / 2]][digit % 2]);
-        to += stride_;
-      }
-      return;
-    }
-    if (group_digits_ == 2) {
-      // Most dumps have one byte in each group.
-      const ByteView bytes = input.subspan(digit / 2, groups_);
-      for (const std::uint8_t byte : bytes) {
-        std::memcpy(to, &kHexPairs[byte], sizeof(HexPair));
-        to += stride_;
-      }
-      return;
-    }
-    for (std::size_t group = 0; group < groups_; ++group) {
-      write_digits(input, digit, group_digits_, to);
-      digit += group_digits_;
-      to += stride_;
+        ++digit;
+      });
+    } else {
+      for_each_group(line, [&](std::uint8_t *to) {
+        write_digits(input, digit, group_digits_, to);
+        digit += group_digits_;
+      });
     }
   }
 
@@ -81,8 +73,7 @@ class Layout {
   void write_padded_groups(ByteView input, std::size_t digit, std::uint8_t *line) const {
     const ByteView filler = filler_of(shape_);
     std::size_t next_filler = 0;
-    std::uint8_t *to = line + shape_.linestart.size();
-    for (std::size_t group = 0; group < groups_; ++group) {
+    for_each_group(line, [&](std::uint8_t *to) {
       const std::size_t count = std::min(group_digits_, input.size() * 2 - digit);
       write_digits(input, digit, count, to);
       digit += count;
@@ -90,11 +81,17 @@ class Layout {
         to[i] = filler[next_filler];
         if (++next_filler == filler.size()) next_filler = 0;
       }
-      to += stride_;
-    }
+    });
   }
 
  private:
+  template <typename Write>
+  void for_each_group(std::uint8_t *line, Write write) const {
+    std::uint8_t *to = line + shape_.linestart.size();
+    const std::size_t stride = stride_;
+    for (std::size_t left = groups_; left > 0; --left, to += stride) write(to);
+  }
+
   const Shape &shape_;
   std::size_t group_digits_;
   std::size_t groups_;
@@ -129,8 +126,7 @@ std::size_t dump(ByteView input, const Shape &shape, ByteBuffer output) {
   const std::size_t line_digits = layout.line_digits();
   const std::size_t digits = input.size() * 2;
 
-  // The first line's frame is written part by part. The others begin as copies of the lines before, as many
-  // of them at once as make a copy worth its call.
+  // Frames after the first are copies of the lines before, as many at once as make a copy worth its call.
   constexpr std::size_t kCopied = 512;
   const std::size_t size = (digits + line_digits - 1) / line_digits * line_size;
   layout.write_frame(output.data());

@@ -1,8 +1,7 @@
 #include "transfer/quoted_printable.h"
 
-#include <array>
-#include <cassert>
 #include <cstring>
+#include <string_view>
 
 #include "scan/cursor.h"
 #include "scan/escape_writer.h"
@@ -18,48 +17,38 @@ constexpr bool is_text(std::uint8_t byte) {
 constexpr bool is_line_break(std::uint8_t byte) { return byte == '\r' || byte == '\n'; }
 constexpr bool is_white_space(std::uint8_t byte) { return byte == ' ' || byte == '\t'; }
 
-// The position after the line break at `at`: CR LF and LF CR are one break, CR CR and LF LF are two.
+// The position after the line break at `at`, which CR LF and LF CR are together.
 std::size_t after_line_break(ByteView input, std::size_t at) {
   const std::uint8_t other = input[at] == '\r' ? '\n' : '\r';
   return at + 1 < input.size() && input[at + 1] == other ? at + 2 : at + 1;
 }
 
-// Most lines fit into one copy of this fixed size, which needs no call. It may read past the end of a chunk's
-// escaped text.
+// Most lines fit into one copy of this size, which needs no call. It may read past a chunk's escaped text.
 constexpr std::size_t kLineCopy = cpu::kBlock + 16;
 static_assert(scan::kWriteAfterEscaped >= kLineCopy);
 
-// The encoder's output: a buffer, or only a count of its bytes.
+// The encoder's output. What does not fit into the buffer is counted, so that an empty one gives the size.
 class Writer {
  public:
   explicit Writer(ByteBuffer output) : output_(output) {}
   void append(const void *bytes, std::size_t byte_count) {
-    assert(byte_count <= output_.size() - size_);
-    std::memcpy(output_.data() + size_, bytes, byte_count);
+    if (size_ + byte_count <= output_.size()) std::memcpy(output_.data() + size_, bytes, byte_count);
     size_ += byte_count;
   }
   // `text` is a part of an EscapedChunk.
   void append_from_chunk(const std::uint8_t *text, std::size_t byte_count) {
-    if (byte_count > kLineCopy || output_.size() - size_ < kLineCopy) return append(text, byte_count);
+    if (byte_count > kLineCopy || size_ + kLineCopy > output_.size()) return append(text, byte_count);
     std::memcpy(output_.data() + size_, text, kLineCopy);
     size_ += byte_count;
   }
-  [[nodiscard]] std::size_t size() const { return size_; }
-
- private:
-  ByteBuffer output_;
-  std::size_t size_ = 0;
-};
-
-class Counter {
- public:
-  void append(const void *, std::size_t byte_count) { size_ += byte_count; }
-  void append_from_chunk(const std::uint8_t *, std::size_t byte_count) { size_ += byte_count; }
   [[nodiscard]] std::uint64_t size() const { return size_; }
 
  private:
+  ByteBuffer output_;
   std::uint64_t size_ = 0;
 };
+
+constexpr std::string_view kSoftBreak = "=\r\n";
 
 // How many of the first `limit` bytes of a text with escapes can be written without splitting an escape.
 std::size_t fitting(ByteView text, std::size_t limit) {
@@ -70,28 +59,22 @@ std::size_t fitting(ByteView text, std::size_t limit) {
 }
 
 // One encoding in progress: its output so far and the column in its last line.
-template <typename Output>
 class EncodeData {
  public:
-  EncodeData(std::int32_t line_length, Output output)
+  EncodeData(std::int32_t line_length, ByteBuffer output)
       : output_(output), capacity_(line_capacity(line_length)) {}
 
-  // Chunk by chunk in two steps: bytes become escapes, with line breaks left as they are, and then the
-  // escaped text is broken into lines.
-  auto encode(ByteView input) {
+  // Chunk by chunk, bytes become escapes, and then the escaped text is broken into lines.
+  std::uint64_t encode(ByteView input) {
     scan::EscapedChunk escaped;
     for (std::size_t at = 0; at < input.size();) {
       const scan::Chunk chunk(input, at);
       bool has_line_breaks = false;
       const ByteView text = ByteView(escaped).first(escape(chunk, escaped, has_line_breaks));
-      if (has_line_breaks) {
-        make_lines(text);
-      } else {
-        fill_lines(text);
-      }
+      has_line_breaks ? make_lines(text) : fill_lines(text);
       at += chunk.size();
     }
-    if (has_line_breaks_ && column_ > 0) output_soft_break();
+    if (has_line_breaks_ && column_ > 0) end_line(kSoftBreak);
     return output_.size();
   }
 
@@ -131,7 +114,7 @@ class EncodeData {
     while (!text.empty()) {
       std::size_t size = fitting(text, capacity_ > column_ ? capacity_ - column_ : 0);
       if (size == 0) {
-        output_soft_break();
+        end_line(kSoftBreak);
         // An escape that is wider than a line gets one of its own.
         size = std::max(fitting(text, capacity_), std::size_t{text.front() == '=' ? 3U : 1U});
       }
@@ -141,46 +124,38 @@ class EncodeData {
     }
   }
 
-  // CR LF and LF CR are one line break, CR CR and LF LF are two.
   void take_line_break(std::uint8_t byte) {
     has_line_breaks_ = true;
     const bool is_second = first_of_pair_ != 0 && first_of_pair_ != byte;
-    if (!is_second) output_line_break();
+    if (!is_second) end_line("\r\n");
     first_of_pair_ = is_second ? std::uint8_t{0} : byte;
   }
 
-  void output_line_break() {
-    static constexpr std::array<char, 2> line_break = {'\r', '\n'};
+  void end_line(std::string_view line_break) {
     output_.append(line_break.data(), line_break.size());
     column_ = 0;
   }
 
-  void output_soft_break() {
-    output_.append("=", 1);
-    output_line_break();
-  }
-
-  Output output_;
+  Writer output_;
   std::size_t capacity_;            // of a line
   std::size_t column_ = 0;          // at most the capacity or, if that is less than an escape, 3
   std::uint8_t first_of_pair_ = 0;  // the line break just written, which the next byte may complete
   bool has_line_breaks_ = false;
 };
 
-// The position after a soft line break, at `at` white space or the line break itself.
-std::size_t after_soft_break(ByteView input, std::size_t at) {
-  while (at < input.size() && !is_line_break(input[at])) ++at;
-  return at < input.size() ? after_line_break(input, at) : at;
+// The one caller of EncodeData, which is inlined here and keeps its state in registers.
+std::uint64_t encode_lines(ByteView input, std::int32_t line_length, ByteBuffer output) {
+  return EncodeData(line_length, output).encode(input);
 }
 
 }  // namespace
 
 std::uint64_t encoded_size(ByteView input, std::int32_t line_length) {
-  return EncodeData(line_length, Counter()).encode(input);
+  return encode_lines(input, line_length, {});
 }
 
 std::size_t encode(ByteView input, std::int32_t line_length, ByteBuffer output) {
-  return EncodeData(line_length, Writer(output)).encode(input);
+  return static_cast<std::size_t>(encode_lines(input, line_length, output));
 }
 
 namespace {
@@ -189,7 +164,7 @@ class Decoder {
  public:
   explicit Decoder(ByteView input) : input_(input) {}
 
-  void operator()(scan::EditableChunk &chunk, scan::Masks &kept) {
+  void operator()(scan::Chunk &chunk, scan::Masks &kept) {
     if (decode_regular(chunk, kept)) return;
     const auto replace = [this](std::size_t at) { return replaced(at); };
     scan::Masks starts;
@@ -215,16 +190,15 @@ class Decoder {
   //   kept           1  1  .  .  .  .  .  1  .  1  1     of an escape its first byte, of a pair the LF
   //
   // False, and nothing is decoded, if there is anything else: a lone CR, LF CR, a "=" that begins neither.
-  bool decode_regular(scan::EditableChunk &chunk, scan::Masks &kept) {
+  bool decode_regular(scan::Chunk &chunk, scan::Masks &kept) {
     const scan::MasksAhead equals(chunk, kEquals);
     const scan::MasksAhead returns(chunk, kReturn);
     const scan::MasksAhead feeds(chunk, kFeed);
     const scan::MasksAhead digits(chunk, kDigits);
     scan::Masks escapes;
     std::uint64_t any_escape = 0;
-    std::uint64_t taken_carry =
-        0;  // the next block's bytes that belong to an escape or soft line break of this
-    std::uint64_t pair_carry = 0;  // whether this block's last byte is the CR of a pair
+    std::uint64_t taken_carry = 0;  // the next block's bytes of this one's last escape or soft line break
+    std::uint64_t pair_carry = 0;   // whether this block's last byte is the CR of a pair
     for (std::size_t i = 0; i < chunk.blocks(); ++i) {
       const std::size_t base = chunk.block_start(i);
       const std::uint64_t left = done_ > base ? scan::bits_from(done_ - base) : scan::kAllBits;
@@ -253,7 +227,10 @@ class Decoder {
     if (input_.size() - at < 3) return scan::dropped(input_.size());  // too short for any byte
     const std::uint8_t high = input_[at + 1];
     const std::uint8_t low = input_[at + 2];
-    if (is_line_break(high) || is_white_space(high)) return scan::dropped(after_soft_break(input_, at + 1));
+    if (is_line_break(high) || is_white_space(high)) {  // a soft line break
+      while (++at < input_.size() && !is_line_break(input_[at])) continue;
+      return scan::dropped(at < input_.size() ? after_line_break(input_, at) : at);
+    }
     if (!is_hex_digit(high) || !is_hex_digit(low)) return scan::dropped(at + 3);
     return scan::replaced_by(static_cast<std::uint8_t>(kDigitValues[high] << 4 | kDigitValues[low]), at + 3);
   }

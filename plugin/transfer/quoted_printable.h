@@ -16,16 +16,15 @@ constexpr std::size_t line_capacity(std::int32_t line_length) {
   return static_cast<std::size_t>((line_length > 1 ? line_length : kDefaultLineLength) - 2);
 }
 
-// Bytes that `encode` writes at most for `byte_count` bytes of input, whatever they are. A byte becomes at
-// most three characters, so a line that is broken because it is full has at least capacity / 3 bytes of
-// input; with a capacity below 3, each byte may have a break of its own. The last break comes on top of that.
+// Bytes that `encode` writes at most. A byte becomes at most three characters, so a full line has at least
+// capacity / 3 bytes of input; with a capacity below 3, each byte may have a break of its own. The last break
+// comes on top of that.
 constexpr std::uint64_t encode_bound(std::size_t byte_count, std::int32_t line_length) {
   const std::uint64_t bytes_per_line = std::max(line_capacity(line_length) / 3, std::size_t{1});
   return std::uint64_t{byte_count} * 3 + byte_count / bytes_per_line * 3 + 3;
 }
 
-// Bytes that `encode` writes for exactly this input, for callers that cannot allocate `encode_bound`. Costs a
-// pass over the input.
+// Bytes that `encode` writes for this input, for callers that cannot allocate `encode_bound`: a pass over it.
 std::uint64_t encoded_size(ByteView input, std::int32_t line_length);
 
 // Writes printable characters, spaces and tabs as they are, every line break (CR LF, LF CR, CR or LF) as

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <utility>
 
+#include "scan/chunk.h"
 #include "scan/escape_writer.h"
-#include "scan/keep.h"
 
 namespace kzv::url {
 namespace {
@@ -44,7 +44,6 @@ namespace {
 // Which "%" of a block begin an escape: those that are not one of the two digits of an escape before.
 //
 //   block             %  4  %  %  2  0  a  %
-//   percent_signs     1  .  1  1  .  .  .  1
 //   escapes           1  .  .  1  .  .  .  1
 //   digits            .  1  1  .  1  1  .  .     and in the next block the first two bytes: the carry
 std::uint64_t find_escapes(std::uint64_t percent_signs, std::uint64_t &digits_carry) {
@@ -69,7 +68,7 @@ std::size_t decode(ByteView input, std::uint32_t options, ByteBuffer output) {
   static constexpr cpu::ByteSet kPlus = cpu::bytes_in("+");
   constexpr std::uint8_t kFromPlusToSpace = 256 + ' ' - '+';
   std::uint64_t digits_carry = 0;
-  const auto choose = [&](scan::EditableChunk &chunk, scan::Masks &kept) {
+  const auto choose = [&](scan::Chunk &chunk, scan::Masks &kept) {
     scan::Masks masks;
     if ((options & kSpaceIsPlus) != 0) {
       chunk.find(kPlus, masks);

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "scan/keep.h"
+#include "scan/chunk.h"
 
 namespace kzv::yenc {
 namespace {
@@ -10,9 +10,8 @@ namespace {
 constexpr std::uint8_t kOffset = 42;
 constexpr std::uint8_t kEscapedOffset = 64;  // on top of the other
 
-// Which "=" of a block escape the byte after them: in each run of them the first, third, fifth and so on, for
-// the others are escaped themselves. All runs are decided at once. Adding its first bit to a run carries
-// through the run and sets the bit after it, so that the run's own bits become zero:
+// Which "=" of a block escape the byte after them: in each run the first, third, fifth and so on, for the
+// others are escaped themselves. Adding a run's first bit carries through it, so that its own bits become 0:
 //
 //   block               a  =  =  b  =  c  =  =  =  d
 //   signs               .  1  1  .  1  .  1  1  1  .
@@ -51,7 +50,7 @@ bool ends_in_escape(ByteView input) {
 std::size_t decode(ByteView input, ByteBuffer output) {
   static constexpr cpu::ByteSet kSign = cpu::bytes_in("=");
   std::uint64_t carry = 0;
-  const auto choose = [&](scan::EditableChunk &chunk, scan::Masks &kept) {
+  const auto choose = [&](scan::Chunk &chunk, scan::Masks &kept) {
     scan::Masks signs;
     scan::Masks escaped;
     chunk.find(kSign, signs);
