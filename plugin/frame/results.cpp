@@ -32,7 +32,7 @@ HostString BuildUTF16(ByteView bytes) {
 HostString BuildUTF32(ByteView bytes) {
   const std::size_t unit_count = bytes.size() / sizeof(std::uint32_t);
   Buffer<512> narrowed;
-  if (!narrowed.allocate(std::uint64_t{unit_count} * sizeof(std::uint16_t))) return HostString();
+  if (!narrowed.allocate(std::uint64_t{unit_count} * sizeof(std::uint16_t))) return {};
   for (std::size_t i = 0; i < unit_count; ++i) {
     std::uint32_t unit = 0;
     std::memcpy(&unit, bytes.data() + i * sizeof unit, sizeof unit);
@@ -71,11 +71,11 @@ REALstringStruct *BuildOrRaise(HostString (*build)(ByteView, REALencoding), Byte
 
 // Without memory there is no message: an exception about that would need a message again.
 HostString BuildMessage(const char *message) {
-  if (message == nullptr) return HostString();
+  if (message == nullptr) return {};
   try {
     return Labelled({reinterpret_cast<const std::uint8_t *>(message), std::strlen(message)}, kEncodingASCII);
   } catch (const std::bad_alloc &) {
-    return HostString();
+    return {};
   }
 }
 
