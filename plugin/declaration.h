@@ -1,9 +1,10 @@
-// Checks the declaration of a function, as the host reads it, against the function's C++ type at compile
-// time. The address loses its type on the way to the host, so a mistake here would be a crash in the host's
-// process.
+// The table of the functions that the library registers. The declaration of each, as the host reads it, is
+// checked against the function's C++ type at compile time. The address loses its type on the way to the host,
+// so a mistake here would be a crash in the host's process.
 #pragma once
 
 #include <algorithm>
+#include <span>
 #include <string_view>
 #include <type_traits>
 
@@ -74,9 +75,12 @@ consteval const char *declares(const char *declaration) {
   return declaration;
 }
 
+// In the order of registration.
+extern const std::span<const REALmethodDefinition> globalMethods;
+
 }  // namespace kzv
 
-// A row of a table of methods: a function and its declaration.
+// A row of the table: a function and its declaration.
 #define KZV_METHOD(function, declaration)                                                           \
   {                                                                                                 \
     reinterpret_cast<void *>(&(function)), nullptr, kzv::declares<decltype(function)>(declaration), \

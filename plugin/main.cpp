@@ -4,8 +4,8 @@
 
 #include "abi.h"
 #include "cpu/level.h"
+#include "declaration.h"
 #include "frame/entry_points.h"
-#include "methods.h"
 
 namespace kzv {
 namespace {

@@ -1,5 +1,3 @@
-#include "methods.h"
-
 #include "declaration.h"
 #include "functions.h"
 

@@ -1,5 +1,3 @@
-#include "methods.h"
-
 #include <vector>
 
 #include "rivals.h"

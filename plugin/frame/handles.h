@@ -5,7 +5,6 @@
 
 namespace kzv {
 
-// A small block takes no allocation.
 using HandleMemory = Buffer<512>;
 using Handle = HandleMemory *;
 

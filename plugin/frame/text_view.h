@@ -22,8 +22,8 @@ class rbText {
   rbText &operator=(const rbText &) = delete;
 
   // US-ASCII and UTF-8, in bytes.
-  ByteView ascii() { return ascii_.converted ? ascii_.text : ConvertASCII(); }
-  ByteView utf8() { return utf8_.converted ? utf8_.text : ConvertUTF8(); }
+  ByteView ascii() { return ascii_.converted ? ascii_.text : ConvertNarrow(kEncodingASCII, ascii_); }
+  ByteView utf8() { return utf8_.converted ? utf8_.text : ConvertNarrow(kEncodingUTF8, utf8_); }
 
   // Whether there is UTF-8 text, be it empty: false when the host did not provide it.
   bool has_utf8() const { return utf8_.delivered; }
@@ -50,8 +50,6 @@ class rbText {
     HeapBuffer copy;    // with a terminator, where the host put none
   };
 
-  ByteView ConvertASCII() { return ConvertNarrow(kEncodingASCII, ascii_); }
-  ByteView ConvertUTF8() { return ConvertNarrow(kEncodingUTF8, utf8_); }
   ByteView ConvertNarrow(REALencoding encoding, Converted &view);
   CodeUnitView ConvertUTF16();
   void ConvertWChar();

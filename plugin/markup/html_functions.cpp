@@ -7,6 +7,7 @@
 #include "markup/entities.h"
 #include "markup/html.h"
 #include "markup/tags.h"
+#include "scan/find_byte.h"
 
 namespace kzv {
 namespace {
@@ -111,7 +112,7 @@ REALstringStruct *RemoveHTMLTagsWith(REALstringStruct *text, REALstringStruct *r
   Read<rbText>({text, replacement}, [&](rbText &page, rbText &substitute) {
     const ByteView bytes = page.utf8();
     kept.Create(std::uint64_t{bytes.size()} + 10);
-    AddWithoutTags(kept, bytes, tags::replacement_of(substitute.utf8()));
+    AddWithoutTags(kept, bytes, until_zero(substitute.utf8()));
   });
   return kept.Finish();
 }

@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "scan/chunk.h"
-#include "scan/find_byte.h"
 
 namespace kzv::tags {
 namespace {
@@ -107,7 +106,5 @@ std::size_t repeat(ByteView unit, ByteBuffer output) {
   }
   return output.size();
 }
-
-ByteView replacement_of(ByteView text) { return until_zero(text); }
 
 }  // namespace kzv::tags

@@ -38,7 +38,4 @@ class TagScanner {
 // Fills the output, whose size is a multiple of the unit's, with copies of the unit; returns its size.
 std::size_t repeat(ByteView unit, ByteBuffer output);
 
-// What is written in place of each byte inside: the text up to its first zero byte or its end.
-ByteView replacement_of(ByteView text);
-
 }  // namespace kzv::tags

@@ -1,5 +1,4 @@
-// Bytes as hexadecimal text and back (base 16 of RFC 4648, section 8): two digits for each byte, nothing
-// between them.
+// Bytes as hexadecimal text and back (base 16 of RFC 4648, section 8): two digits for each byte.
 #pragma once
 
 #include "base/bytes.h"

@@ -5,7 +5,6 @@
 #include "frame/results.h"
 #include "frame/string_builders.h"
 #include "frame/text_view.h"
-#include "methods.h"
 
 namespace kzv {
 namespace {

@@ -19,6 +19,7 @@
 #include "markup/tags.h"
 #include "support/kernels.h"
 #include "support/twins.h"
+#include "scan/find_byte.h"
 #include "transfer/hex.h"
 #include "transfer/mail_subject.h"
 #include "transfer/quoted_printable.h"
@@ -175,7 +176,7 @@ class Relations {
         "tags replaced by a byte");
     Area page(text);
     Area block(given);
-    const ByteView replacement = tags::replacement_of(block.bytes());
+    const ByteView replacement = until_zero(block.bytes());
     std::string result;
     for (tags::TagScanner scanner(page.bytes()); scanner.next();) {
       const auto repeat = [](ByteView unit, ByteBuffer out) { return tags::repeat(unit, out); };
