@@ -14,20 +14,14 @@ constexpr bool k64Bit = sizeof(void *) == 8;
 constexpr const char *kOurs = k64Bit ? "64-bit x86-64" : "32-bit x86";
 constexpr const char *kOther = k64Bit ? "32-bit x86" : "64-bit x86-64";
 
-// What can be read of a file without loading it, or why it cannot be read.
+// What can be read of a file, or why it cannot be read; with `File` PluginFile, why it cannot be loaded.
+template <typename File = host::ElfFile>
 std::string facts(const std::string &path) try {
+  const File opened(path);
   host::ElfFile file(path);
   file.check_complete();
   const bool plugin = file.exports("REALPluginMain");
   return file.architecture() + (plugin ? " plugin " : " library ") + file.note("kzvstrings").value_or("none");
-} catch (const host::LoadError &error) {
-  return error.what();
-}
-
-// Why a file cannot be loaded.
-std::string refusal(const std::string &path) try {
-  const host::PluginFile plugin(path);
-  return "none";
 } catch (const host::LoadError &error) {
   return error.what();
 }
@@ -57,26 +51,28 @@ TEST_F(PluginFile, ThatDoesNotFitIsNotLoaded) {
   std::string bytes = whole_;
   bytes.replace(bytes.find("REALPluginMain"), 14, "REALPluginNone");
   write(bytes);
-  EXPECT_NE(refusal(path_).find("it has no symbol REALPluginMain, so it is not a plugin ("),
+  EXPECT_NE(facts<host::PluginFile>(path_).find("it has no symbol REALPluginMain, so it is not a plugin ("),
             std::string::npos);
   bytes[5] = 2;  // the other byte order
   std::swap(bytes[18], bytes[19]);
   write(bytes);
   EXPECT_EQ(host::ElfFile(path_).architecture(), kOurs);
-  EXPECT_NE(refusal(path_).find("other byte order"), std::string::npos);
+  EXPECT_NE(facts<host::PluginFile>(path_).find("other byte order"), std::string::npos);
   bytes = whole_.substr(0, 64);
   bytes[4] = k64Bit ? 1 : 2;
   bytes[18] = k64Bit ? 3 : 62;  // x86 or x86-64
   write(bytes);
-  EXPECT_EQ(refusal(path_), "cannot load " + path_ + ": it is built for " + kOther + ", and this runner is " +
-                                kOurs + "; take the plugin built for " + kOurs);
+  EXPECT_EQ(facts<host::PluginFile>(path_), "cannot load " + path_ + ": it is built for " + kOther +
+                                                ", and this runner is " + kOurs +
+                                                "; take the plugin built for " + kOurs);
 }
 
 TEST_F(PluginFile, CutShortIsRefused) {
   for (std::size_t size = 0; size < whole_.size(); size += 1 + size / 7) {
     write(whole_.substr(0, size));
     const char *const why = size < 4 ? "not an ELF file" : "cut short";
-    EXPECT_NE(refusal(path_).find(why), std::string::npos) << size << ": " << refusal(path_);
+    EXPECT_NE(facts<host::PluginFile>(path_).find(why), std::string::npos)
+        << size << ": " << facts<host::PluginFile>(path_);
   }
 }
 
