@@ -28,7 +28,7 @@ std::string facts(const std::string &path) try {
 
 class PluginFile : public testing::Test {
  protected:
-  ~PluginFile() override { std::filesystem::remove(path_); }
+  void TearDown() override { std::filesystem::remove(path_); }
 
   // File systems write out at once what replaces the bytes of a file, which takes long.
   void write(std::string_view bytes) {
