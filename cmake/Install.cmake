@@ -14,7 +14,7 @@ install(TARGETS kzvstrings LIBRARY DESTINATION "\${plugin_folder}"
 # The layout of the folder is kept, because the files link to one another.
 set(documents ${CMAKE_INSTALL_DOCDIR}/docs)
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(FILES docs/functions.md docs/design.md docs/speed.svg DESTINATION ${documents})
+install(FILES docs/functions.md docs/design.md docs/measurements.md docs/speed.svg DESTINATION ${documents})
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} RENAME copyright)
 
 # All that has to be built before installation.

@@ -1,9 +1,7 @@
 // Runs command lines as a user at a shell would.
 #pragma once
 
-#include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -27,14 +25,11 @@ inline std::string contents(const std::filesystem::path &path) {
 
 // Runs a command with sh, without standard input unless it redirects that itself.
 inline Outcome shell(const std::string &command) {
-  std::string errors = (std::filesystem::temp_directory_path() / "kzv-test-XXXXXX").string();
-  close(mkstemp(errors.data()));
-  FILE *const pipe = popen(("exec </dev/null 2>'" + errors + "'\n" + command).c_str(), "r");
+  const auto errors = std::filesystem::temp_directory_path() / ("kzv-test-" + std::to_string(getpid()));
+  FILE *const pipe = popen(("exec </dev/null 2>'" + errors.string() + "'\n" + command).c_str(), "r");
   if (pipe == nullptr) throw std::runtime_error("cannot run " + command);
   Outcome outcome{};
-  std::array<char, 4096> chunk{};
-  for (std::size_t read = 0; (read = fread(chunk.data(), 1, chunk.size(), pipe)) > 0;)
-    outcome.out.append(chunk.data(), read);
+  for (int c = 0; (c = getc_unlocked(pipe)) != EOF;) outcome.out += static_cast<char>(c);
   const int status = pclose(pipe);
   outcome.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   outcome.err = contents(errors);
