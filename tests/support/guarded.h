@@ -19,12 +19,11 @@ namespace kzv {
 class Guarded {
  public:
   explicit Guarded(std::size_t size)
-      : size_(size),
-        mapped_(std::bit_ceil(std::max(size, static_cast<std::size_t>(getpagesize())))),
-        unused_(unused()[mapped_]) {
-    if (unused_.empty()) unused_.push_back(map_end());
-    end_ = unused_.back();
-    unused_.pop_back();
+      : size_(size), mapped_(std::bit_ceil(std::max(size, static_cast<std::size_t>(getpagesize())))) {
+    std::vector<std::uint8_t *> &ends = unused[mapped_];
+    if (ends.empty()) ends.push_back(map_end());
+    end_ = ends.back();
+    ends.pop_back();
     ASAN_POISON_MEMORY_REGION(end_ - mapped_, mapped_ - size);
   }
   explicit Guarded(std::string_view text) : Guarded(text.size()) { std::ranges::copy(text, data()); }
@@ -32,20 +31,16 @@ class Guarded {
   Guarded &operator=(const Guarded &) = delete;
   ~Guarded() {
     ASAN_UNPOISON_MEMORY_REGION(end_ - mapped_, mapped_);
-    unused_.push_back(end_);
+    unused[mapped_].push_back(end_);
   }
 
   std::uint8_t *data() { return end_ - size_; }
   std::span<std::uint8_t> bytes() { return {data(), size_}; }
 
  private:
-  using Ends = std::vector<std::uint8_t *>;
-
   // Mappings are used again, by size: to make one takes longer than most kernels do.
-  static std::map<std::size_t, Ends> &unused() {
-    thread_local std::map<std::size_t, Ends> ends;
-    return ends;
-  }
+  static inline thread_local std::map<std::size_t, std::vector<std::uint8_t *>> unused;
+
   [[nodiscard]] std::uint8_t *map_end() const {
     void *const start = mmap(nullptr, mapped_ + static_cast<std::size_t>(getpagesize()), PROT_NONE,
                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
@@ -55,7 +50,6 @@ class Guarded {
 
   std::size_t size_;
   std::size_t mapped_;
-  Ends &unused_;
   std::uint8_t *end_ = nullptr;
 };
 

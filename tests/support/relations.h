@@ -30,9 +30,6 @@ namespace kzv {
 // Where arguments come from.
 class Source {
  public:
-  Source() = default;
-  Source(const Source &) = delete;
-  Source &operator=(const Source &) = delete;
   virtual ~Source() = default;
 
   virtual std::int64_t number(std::int64_t least, std::int64_t greatest) = 0;
@@ -127,9 +124,16 @@ inline void subject(const std::string &text) {
   expect(run_kernel(text, size, encode) == word, "subject encode");
 }
 
+// An undefined byte of Windows-1252 has the code unit U+0000.
 inline void charset(const std::string &bytes, const std::u16string &text, bool windows) {
   const charsets::Charset &set = windows ? charsets::kCp1252 : charsets::kIso8859;
-  const std::u16string table = unit_of_byte(windows);
+  constexpr std::u16string_view kFrom80(
+      u"\u20AC\0\u201A\u0192\u201E\u2026\u2020\u2021\u02C6\u2030\u0160\u2039\u0152\0\u017D\0"
+      u"\0\u2018\u2019\u201C\u201D\u2022\u2013\u2014\u02DC\u2122\u0161\u203A\u0153\0\u017E\u0178",
+      32);
+  std::u16string table;
+  for (char16_t byte = 0; byte < 256; ++byte) table += byte;
+  if (windows) table.replace(0x80, 32, kFrom80);
   const auto decode = [&](ByteView from, ByteBuffer to) {
     return 2 * charsets::decode(from, set, {reinterpret_cast<std::uint16_t *>(to.data()), from.size()});
   };
@@ -139,9 +143,8 @@ inline void charset(const std::string &bytes, const std::u16string &text, bool w
   expect(run_kernel(bytes, bytes.size() * 2, decode) == bytes_of(units), "charset decode");
   for (const std::u16string &each : {units, text}) {
     std::string slowly;
-    for (const char16_t unit : each) {
+    for (const char16_t unit : each)
       if (const auto at = table.find(unit); at < table.size()) slowly += static_cast<char>(at);
-    }
     expect(run_kernel(bytes_of(each), each.size(), encode) == slowly, "charset encode");
   }
 }
@@ -163,7 +166,15 @@ inline void html(const std::u16string &text, bool keep_ascii, std::size_t bound)
     expect(progress.consumed > 0, "HTML encode goes on when one reference fits");
     rest.remove_prefix(progress.consumed);
   }
-  expect(encoded == slow_to_html(text, keep_ascii), "HTML encode");
+  std::string expected;
+  for (const char16_t unit : text) {
+    const auto *entity = std::ranges::find(html::escapecodes, unit, &html::Entity::code_point);
+    const bool known = entity != html::escapecodes.end();
+    const std::string name = known && unit != '\'' ? std::string(entity->name()) : "#" + std::to_string(unit);
+    const bool plain = unit < 0x80 && (keep_ascii || !known);
+    expected += plain ? std::string(1, static_cast<char>(unit)) : "&" + name + ";";
+  }
+  expect(encoded == expected, "HTML encode");
   expect(keep_ascii || decode(std::u16string(encoded.begin(), encoded.end())) == bytes_of(text),
          "HTML decode(encode(x)) == x");
   expect(decode(text) == bytes_of(slow_from_html(text)), "HTML decode");
@@ -179,7 +190,14 @@ inline void yenc(const std::string &text) {
 }
 
 inline void sql(const std::string &text) {
-  expect(run_kernel(text, text.size(), sql::decode_mysql) == slow_decode_mysql(text), "MySQL escapes");
+  std::string decoded;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool pair = text[i] == '\\' && i + 1 < text.size();
+    const std::size_t at = pair ? std::string_view(R"(0'"bnrtZ\%_)").find(text[++i]) : std::string::npos;
+    if (pair && at == std::string::npos) decoded += '\\';
+    decoded += at != std::string::npos ? "\0'\"\b\n\r\t\x1A\\%_"[at] : text[i];
+  }
+  expect(run_kernel(text, text.size(), sql::decode_mysql) == decoded, "MySQL escapes");
   expect(run_kernel(text, text.size(), sql::replace_booleans) == slow_replace_booleans(text), "SQL booleans");
 }
 
@@ -257,7 +275,6 @@ inline void distances(const std::u16string &first, const std::u16string &second)
   const double edit = edit_distance(a, b).value();
   expect(edit == slow_edit_distance(first, second), "edit distance");
   expect(edit == edit_distance(b, a).value(), "the edit distance is symmetric");
-  expect((edit == 0.0) == (first == second && !first.empty()), "equal texts alone have no edit distance");
   expect(jaro_winkler(a, b).value() == slow_jaro_winkler(first, second), "Jaro-Winkler distance");
 }
 

@@ -55,29 +55,6 @@ inline std::string slowly_unescaped(std::string_view text, char introducer, char
   return result;
 }
 
-// The code unit of each byte of ISO-8859-1 or Windows-1252; an undefined byte has U+0000.
-inline std::u16string unit_of_byte(bool windows) {
-  constexpr std::u16string_view kFrom80(
-      u"\u20AC\0\u201A\u0192\u201E\u2026\u2020\u2021\u02C6\u2030\u0160\u2039\u0152\0\u017D\0"
-      u"\0\u2018\u2019\u201C\u201D\u2022\u2013\u2014\u02DC\u2122\u0161\u203A\u0153\0\u017E\u0178",
-      32);
-  std::u16string units;
-  for (char16_t byte = 0; byte < 256; ++byte) units += byte;
-  return windows ? units.replace(0x80, 32, kFrom80) : units;
-}
-
-inline std::string slow_decode_mysql(std::string_view text) {
-  using std::string_literals::operator""s;
-  std::string result;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const bool pair = text[i] == '\\' && i + 1 < text.size();
-    const std::size_t at = pair ? R"(0'"bnrtZ\%_)"s.find(text[++i]) : std::string::npos;
-    if (pair && at == std::string::npos) result += '\\';
-    result += at != std::string::npos ? "\0'\"\b\n\r\t\x1A\\%_"[at] : text[i];
-  }
-  return result;
-}
-
 inline bool delimits(std::string_view text, std::size_t at) {
   return at >= text.size() || static_cast<signed char>(text[at]) <= ' ' ||
          std::string_view("(),;").find(text[at]) < 4;
@@ -157,19 +134,6 @@ inline std::string slow_dump(const std::string &input, const hex_dump::Shape &sh
     result += text(shape.lineend);
   }
   return result.substr(0, result.find('\0'));
-}
-
-// One unit at a time, each looked up from the start of the table.
-inline std::string slow_to_html(std::u16string_view text, bool keep_ascii) {
-  std::string result;
-  for (const char16_t unit : text) {
-    const auto *entity = std::ranges::find(html::escapecodes, unit, &html::Entity::code_point);
-    const bool known = entity != html::escapecodes.end();
-    const std::string name = known && unit != '\'' ? std::string(entity->name()) : "#" + std::to_string(unit);
-    const bool plain = unit < 0x80 && (keep_ascii || !known);
-    result += plain ? std::string(1, static_cast<char>(unit)) : "&" + name + ";";
-  }
-  return result;
 }
 
 // The character whose name or number comes between "&" and ";", or 0.
