@@ -21,7 +21,7 @@ TEST(Threads, MakeEveryFirstCallTogetherAndGoOn) {
     Plugin plugin(KZV_PLUGIN, version(host_version));
     std::barrier together(kThreads);
     std::atomic<int> calls = 0;
-    const auto work = [&](std::mt19937 random) {
+    const auto work = [&](std::mt19937_64 random) {
       for (const Sample &sample : samples()) {
         together.arrive_and_wait();
         EXPECT_EQ(sample.call(plugin), sample.expected) << sample.name;
@@ -35,7 +35,7 @@ TEST(Threads, MakeEveryFirstCallTogetherAndGoOn) {
     };
     std::vector<std::thread> threads;
     auto seeds = seeded_random();
-    for (std::size_t i = 0; i < kThreads; ++i) threads.emplace_back(work, std::mt19937(seeds()));
+    for (std::size_t i = 0; i < kThreads; ++i) threads.emplace_back(work, std::mt19937_64(seeds()));
     for (std::thread &thread : threads) thread.join();
     EXPECT_GT(calls.load(), 100);
     EXPECT_EQ(plugin.host.ledger.report(), "");

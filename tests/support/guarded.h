@@ -1,12 +1,13 @@
-// Bytes that end, to the byte, where memory that cannot be touched begins.
+// Bytes that end, to the byte, where memory that cannot be touched begins. The address sanitizer reports what
+// touches the bytes before them.
 #pragma once
 
 #include <algorithm>
 #include <bit>
 #include <cstdint>
-#include <cstring>
 #include <map>
 #include <new>
+#include <sanitizer/asan_interface.h>
 #include <span>
 #include <string_view>
 #include <sys/mman.h>
@@ -17,42 +18,38 @@ namespace kzv {
 
 class Guarded {
  public:
-  explicit Guarded(std::size_t size) : size_(size), unused_(unused_of(size)) {
-    if (unused_.empty()) unused_.push_back(map_end(size));
-    end_ = unused_.back();
-    unused_.pop_back();
+  explicit Guarded(std::size_t size)
+      : size_(size), mapped_(std::bit_ceil(std::max(size, static_cast<std::size_t>(getpagesize())))) {
+    std::vector<std::uint8_t *> &ends = unused[mapped_];
+    if (ends.empty()) ends.push_back(map_end());
+    end_ = ends.back();
+    ends.pop_back();
+    ASAN_POISON_MEMORY_REGION(end_ - mapped_, mapped_ - size);
   }
-  explicit Guarded(std::string_view text) : Guarded(text.size()) {
-    if (!text.empty()) std::memcpy(data(), text.data(), text.size());
-  }
+  explicit Guarded(std::string_view text) : Guarded(text.size()) { std::ranges::copy(text, data()); }
   Guarded(const Guarded &) = delete;
   Guarded &operator=(const Guarded &) = delete;
-  ~Guarded() { unused_.push_back(end_); }
+  ~Guarded() {
+    ASAN_UNPOISON_MEMORY_REGION(end_ - mapped_, mapped_);
+    unused[mapped_].push_back(end_);
+  }
 
   std::uint8_t *data() { return end_ - size_; }
   std::span<std::uint8_t> bytes() { return {data(), size_}; }
 
  private:
-  using Ends = std::vector<std::uint8_t *>;
+  // Mappings are used again, by size: to make one takes longer than most kernels do.
+  static inline thread_local std::map<std::size_t, std::vector<std::uint8_t *>> unused;
 
-  static std::size_t page() { return static_cast<std::size_t>(sysconf(_SC_PAGESIZE)); }
-  static std::size_t mapped(std::size_t size) { return std::max(page(), std::bit_ceil(size)); }
-
-  // Mappings are used again: to make one takes longer than most kernels do.
-  static Ends &unused_of(std::size_t size) {
-    thread_local std::map<std::size_t, Ends> unused;
-    return unused[mapped(size)];
-  }
-  static std::uint8_t *map_end(std::size_t size) {
-    void *const start =
-        mmap(nullptr, mapped(size) + page(), PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (start == MAP_FAILED || mprotect(start, mapped(size), PROT_READ | PROT_WRITE) != 0)
-      throw std::bad_alloc();
-    return static_cast<std::uint8_t *>(start) + mapped(size);
+  [[nodiscard]] std::uint8_t *map_end() const {
+    void *const start = mmap(nullptr, mapped_ + static_cast<std::size_t>(getpagesize()), PROT_NONE,
+                             MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (start == MAP_FAILED || mprotect(start, mapped_, PROT_READ | PROT_WRITE) != 0) throw std::bad_alloc();
+    return static_cast<std::uint8_t *>(start) + mapped_;
   }
 
   std::size_t size_;
-  Ends &unused_;
+  std::size_t mapped_;
   std::uint8_t *end_ = nullptr;
 };
 

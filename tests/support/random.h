@@ -7,12 +7,11 @@
 
 namespace kzv {
 
-template <typename Engine = std::mt19937>
-Engine seeded_random() {
+inline std::mt19937_64 seeded_random() {
   const char *const wanted = std::getenv("KZV_SEED");
   const unsigned long seed = wanted != nullptr ? std::strtoul(wanted, nullptr, 10) : 1;
   std::printf("KZV_SEED=%lu\n", seed);
-  return Engine(static_cast<typename Engine::result_type>(seed));
+  return std::mt19937_64(seed);
 }
 
 }  // namespace kzv

@@ -55,59 +55,6 @@ inline std::string slowly_unescaped(std::string_view text, char introducer, char
   return result;
 }
 
-namespace url {
-
-inline std::string slowly_encoded(std::string_view text, std::uint32_t options) {
-  constexpr std::string_view kKept = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789!*-._@";
-  const bool keeps_plus = options % 4 == 0 || options % 4 == 3;
-  return slowly_escaped(text, '%', options % 4 == 1 ? '+' : ' ',
-                        [=](char c) { return kKept.find(c) < kKept.size() || (c == '+' && keeps_plus); });
-}
-
-}  // namespace url
-
-namespace yenc {
-
-inline std::string slowly_decoded(std::string_view text) {
-  std::string result;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const int byte = text[i] != '=' ? text[i] : (++i < text.size() ? text[i] : 0) - 64;
-    result += static_cast<char>(byte - 42);
-  }
-  return result;
-}
-
-}  // namespace yenc
-
-namespace charsets {
-
-// The code unit of each byte of ISO-8859-1 or Windows-1252; an undefined byte has U+0000.
-inline std::u16string unit_of_byte(bool windows) {
-  constexpr std::u16string_view kFrom80(
-      u"\u20AC\0\u201A\u0192\u201E\u2026\u2020\u2021\u02C6\u2030\u0160\u2039\u0152\0\u017D\0"
-      u"\0\u2018\u2019\u201C\u201D\u2022\u2013\u2014\u02DC\u2122\u0161\u203A\u0153\0\u017E\u0178",
-      32);
-  std::u16string units;
-  for (char16_t byte = 0; byte < 256; ++byte) units += byte;
-  return windows ? units.replace(0x80, 32, kFrom80) : units;
-}
-
-}  // namespace charsets
-
-namespace sql {
-
-inline std::string slow_decode_mysql(std::string_view text) {
-  using std::string_literals::operator""s;
-  std::string result;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const bool pair = text[i] == '\\' && i + 1 < text.size();
-    const std::size_t at = pair ? R"(0'"bnrtZ\%_)"s.find(text[++i]) : std::string::npos;
-    if (pair && at == std::string::npos) result += '\\';
-    result += at != std::string::npos ? "\0'\"\b\n\r\t\x1A\\%_"[at] : text[i];
-  }
-  return result;
-}
-
 inline bool delimits(std::string_view text, std::size_t at) {
   return at >= text.size() || static_cast<signed char>(text[at]) <= ' ' ||
          std::string_view("(),;").find(text[at]) < 4;
@@ -129,12 +76,8 @@ inline std::string slow_replace_booleans(std::string_view text) {
   return result;
 }
 
-}  // namespace sql
-
-namespace quoted_printable {
-
 // The encoded text, and what decoding should make of it.
-inline std::pair<std::string, std::string> slowly_encoded(const std::string &text, std::int64_t limit) {
+inline std::pair<std::string, std::string> slow_printable(const std::string &text, std::int64_t limit) {
   const auto breaks = [](char c) { return c == '\r' || c == '\n'; };
   std::string out;
   std::string lines;
@@ -154,7 +97,7 @@ inline std::pair<std::string, std::string> slowly_encoded(const std::string &tex
 
 // RFC 2045, section 6.7: escapes, soft line breaks with all that comes before the line's end, and lines. An
 // "=" that begins neither goes, and two bytes with it.
-inline std::string slowly_decoded(std::string_view text) {
+inline std::string slow_from_printable(std::string_view text) {
   const auto is = [=](std::size_t at, std::string_view set) {
     return at < text.size() && set.find(text[at]) < set.size();
   };
@@ -174,12 +117,8 @@ inline std::string slowly_decoded(std::string_view text) {
   return result;
 }
 
-}  // namespace quoted_printable
-
-namespace hex_dump {
-
 // The whole padded text first, then a character at a time.
-inline std::string slowly_dumped(const std::string &input, const Shape &shape) {
+inline std::string slow_dump(const std::string &input, const hex_dump::Shape &shape) {
   const auto text = [](ByteView bytes) { return std::string(bytes.begin(), bytes.end()); };
   const auto hexlen = static_cast<std::size_t>(shape.hexlen);
   std::string hex;
@@ -197,29 +136,12 @@ inline std::string slowly_dumped(const std::string &input, const Shape &shape) {
   return result.substr(0, result.find('\0'));
 }
 
-}  // namespace hex_dump
-
-namespace html {
-
-// One unit at a time, each looked up from the start of the table.
-inline std::string slowly_encoded(std::u16string_view text, bool keep_ascii) {
-  std::string result;
-  for (const char16_t unit : text) {
-    const auto *entity = std::ranges::find(escapecodes, unit, &Entity::code_point);
-    const bool known = entity != escapecodes.end();
-    const std::string name = known && unit != '\'' ? std::string(entity->name()) : "#" + std::to_string(unit);
-    const bool plain = unit < 0x80 && (keep_ascii || !known);
-    result += plain ? std::string(1, static_cast<char>(unit)) : "&" + name + ";";
-  }
-  return result;
-}
-
 // The character whose name or number comes between "&" and ";", or 0.
 inline char32_t slowly_found(std::u16string_view name) {
   if (!name.starts_with(u'#')) {
     const auto *entity = std::ranges::find_if(
-        escapecodes, [=](const Entity &each) { return std::ranges::equal(each.name(), name); });
-    return entity == escapecodes.end() ? 0 : entity->code_point;
+        html::escapecodes, [=](const html::Entity &each) { return std::ranges::equal(each.name(), name); });
+    return entity == html::escapecodes.end() ? 0 : entity->code_point;
   }
   const int base = name.starts_with(u"#x") ? 16 : 10;
   const std::u16string_view rest = name.substr(base == 16 ? 2 : 1);
@@ -229,7 +151,7 @@ inline char32_t slowly_found(std::u16string_view name) {
   return static_cast<char32_t>(std::stoul("0" + std::string(digits.begin(), digits.end()), nullptr, base));
 }
 
-inline std::u16string slowly_decoded(std::u16string_view text) {
+inline std::u16string slow_from_html(std::u16string_view text) {
   std::u16string result;
   for (std::size_t at = 0; at < text.size(); ++at) {
     const std::u16string_view rest = text.substr(at + 1);
@@ -244,17 +166,11 @@ inline std::u16string slowly_decoded(std::u16string_view text) {
   return result;
 }
 
-}  // namespace html
-
-namespace distance {
-
-using Text = std::vector<std::uint32_t>;
-
-inline double slow_jaro_winkler(const Text &a, const Text &b) {
+inline double slow_jaro_winkler(std::u16string_view a, std::u16string_view b) {
   if (a.empty() || b.empty()) return a.size() == b.size() ? 0.0 : 1.0;
   const std::size_t w = std::max(std::max(a.size(), b.size()) / 2, std::size_t{1}) - 1;
   std::vector<bool> taken(b.size());
-  Text matched;
+  std::u16string matched;
   for (std::size_t i = 0; i < a.size(); ++i) {
     std::size_t j = i - std::min(i, w);
     while (j < std::min(i + w + 1, b.size()) && (taken[j] || a[i] != b[j])) ++j;
@@ -268,14 +184,14 @@ inline double slow_jaro_winkler(const Text &a, const Text &b) {
   const auto real = [](std::size_t n) { return static_cast<double>(n); };
   const double m = real(matched.size());
   const double jaro = ((m / real(a.size()) + m / real(b.size())) + (m - real(t / 2)) / m) / 3.0;
-  const auto end = a.begin() + std::min(std::ssize(a), std::ptrdiff_t{4});
-  const auto p = static_cast<double>(std::mismatch(a.begin(), end, b.begin(), b.end()).first - a.begin());
-  const volatile double boost = (1.0 - jaro) * (p * 0.1);
+  const std::u16string_view start = a.substr(0, 4);
+  const auto common = std::ranges::mismatch(start, b).in1 - start.begin();
+  const volatile double boost = (1.0 - jaro) * (static_cast<double>(common) * 0.1);
   return 1.0 - (jaro > 0.7 ? jaro + boost : jaro);
 }
 
 // The whole matrix, with the swap at the cost of the substitution.
-inline double slow_edit_distance(const Text &a, const Text &b) {
+inline double slow_edit_distance(std::u16string_view a, std::u16string_view b) {
   if (a.empty() || b.empty()) return 1.0;
   std::vector<std::vector<int>> cell(b.size() + 1, std::vector<int>(a.size() + 1));
   for (std::size_t i = 0; i <= a.size(); ++i) {
@@ -291,5 +207,4 @@ inline double slow_edit_distance(const Text &a, const Text &b) {
   return 1.0 / (static_cast<double>(std::min(a.size(), b.size())) / cell[b.size()][a.size()]);
 }
 
-}  // namespace distance
 }  // namespace kzv
