@@ -49,7 +49,7 @@ TEST(Unloading, LeavesNothingBehind) {
     ++look_ups;
     return Services::resolve(name);
   };
-  using Row = std::pair<std::optional<double>, int>;
+  using Row = std::pair<std::optional<double>, int>;  // versions of host and interface
   for (int i = 0; i < 50; ++i) {
     for (const auto &[host_version, interface_version] : {Row(2013.03, 12), Row(std::nullopt, 9)}) {
       const auto library = std::make_shared<Loaded>(KZV_PLUGIN, PluginFile::Instance::kShared);

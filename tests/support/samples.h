@@ -14,8 +14,8 @@ namespace kzv::host {
 using Value = std::variant<Text, Block, std::int32_t, double, bool>;
 std::ostream &operator<<(std::ostream &out, const Value &value);
 
-// How the texts among the arguments of a call become strings; each has a number of its own.
-using Place = std::function<String(const Text &, std::size_t)>;
+// How the texts among the arguments of a call become strings.
+using Place = std::function<String(const Text &)>;
 
 // One call, ready to be made on any plugin.
 struct Sample {
@@ -28,7 +28,7 @@ struct Sample {
   bool repeats;  // whether repeated arguments give the repeated result
 
   Value call(Plugin &plugin, std::size_t times = 1) const {
-    return make(plugin, times, [](const Text &text, std::size_t) { return owned(text); });
+    return make(plugin, times, [](const Text &text) { return owned(text); });
   }
   Value call(Plugin &plugin, const Place &place) const { return make(plugin, 1, place); }
 };
@@ -54,16 +54,15 @@ struct Expected {
 };
 template <typename Result>
 Expected<Result> either(Result known, std::vector<Value> unreadable) {
-  return {std::move(known), std::move(unreadable)};
+  return {known, std::move(unreadable)};
 }
 
 template <typename Result, typename... Values>
 Sample sample(const char *name, const Expected<Result> &expected, const Values &...values) {
   const auto make = [=](Plugin &plugin, std::size_t times, const Place &place) -> Value {
-    std::size_t index = 0;
     const auto argument = [&]<typename Argument>(const Argument &value) {
       if constexpr (std::is_same_v<Argument, Text>) {
-        return value.nil ? nullptr : place(repeated(value, times), index++);
+        return value.nil ? nullptr : place(repeated(value, times));
       } else {
         return repeated(value, times);
       }
