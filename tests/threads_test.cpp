@@ -16,7 +16,6 @@ namespace {
 
 TEST(Threads, MakeEveryFirstCallTogetherAndGoOn) {
   constexpr std::size_t kThreads = 8;
-  constexpr auto kTime = std::chrono::milliseconds(300);
   for (const double host_version : {2011.5, 2012.5, 2013.03}) {
     Plugin plugin(KZV_PLUGIN, version(host_version));
     std::barrier together(kThreads);
@@ -26,8 +25,8 @@ TEST(Threads, MakeEveryFirstCallTogetherAndGoOn) {
         together.arrive_and_wait();
         EXPECT_EQ(sample.call(plugin), sample.expected) << sample.name;
       }
-      for (const auto end = std::chrono::steady_clock::now() + kTime; std::chrono::steady_clock::now() < end;
-           ++calls) {
+      for (const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(300);
+           std::chrono::steady_clock::now() < end; ++calls) {
         const Sample &sample = samples()[random() % samples().size()];
         ASSERT_EQ(sample.call(plugin), sample.expected) << sample.name;
         ASSERT_EQ(plugin.call("RandomBytesStringKZV", 20, true).bytes.size(), 20U);
