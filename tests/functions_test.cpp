@@ -23,7 +23,7 @@ TEST(Functions, AreRegisteredInTheOrderOfTheSamples) {
   const Plugin plugin(KZV_PLUGIN);
   std::vector<Row> called;
   for (const Sample &sample : samples()) called.emplace_back(sample.name, sample.parameters);
-  called.erase(std::ranges::unique(called).begin(), called.end());
+  called.erase(std::unique(called.begin(), called.end()), called.end());
   std::vector<Row> registered;
   for (const auto &[declaration, function, flags] : plugin.host.methods()) {
     registered.emplace_back(declaration.substr(0, declaration.find('(')),
