@@ -32,12 +32,10 @@ using runner::Value;
 
 // Long enough for what does not fit on the stack or into a builder's first block.
 std::string bytes_from(Input &in) {
-  constexpr std::size_t kLongest = 1000;
-  const std::string piece = in.ConsumeRandomLengthString(kLongest);
+  const std::string piece = in.ConsumeRandomLengthString(1000);
   std::string bytes = piece;
-  for (int times = in.ConsumeIntegralInRange(-1000, 1000); times > 0 && bytes.size() < kLongest; --times) {
+  for (int times = in.ConsumeIntegralInRange(-1000, 1000); times > 0 && bytes.size() < 1000; --times)
     bytes += piece;
-  }
   return bytes;
 }
 
@@ -104,11 +102,8 @@ Settings settings_from(Input &in) {
 // of a call, and then throws when asked for, nobody can give back to it.
 void let_down(Input &in, Settings &settings) {
   const int choice = in.ConsumeIntegralInRange(0, 7);
-  if (choice == 0) return;
-  if (choice == 1) {
-    settings.silent_look_ups = in.ConsumeIntegralInRange(1, 20);
-    return;
-  }
+  if (choice == 1) settings.silent_look_ups = in.ConsumeIntegralInRange(1, 20);
+  if (choice < 2) return;
   const std::string service = choice == 2 ? "resolver" : choice < 5 ? "" : service_from(in);
   const auto kind = static_cast<Kind>(in.ConsumeIntegralInRange(0, static_cast<int>(Kind::kNoBytes)));
   settings.misbehaviour = {service, kind, in.ConsumeIntegralInRange(1, 24), in.ConsumeBool()};

@@ -27,10 +27,6 @@ struct Fault {
   std::function<bool(Host &, int k)> happened = [](Host &, int) { return false; };
 };
 
-Fault misbehaving(const char *what, const std::string &service, Kind kind, bool for_good) {
-  return {what, [=](Host &host, int k) { host.settings.misbehaviour = {service, kind, k, for_good}; }};
-}
-
 std::vector<Fault> faults() {
   std::vector<Fault> all;
   for (const bool for_good : {false, true}) {
@@ -39,39 +35,28 @@ std::vector<Fault> faults() {
           std::pair("throwing", Kind::kThrowOther), std::pair("refusing", Kind::kRefuse),
           std::pair("a length of -1", Kind::kNegativeLength),
           std::pair("a length of 2^31", Kind::kHugeLength), std::pair("no bytes", Kind::kNoBytes)}) {
-      all.push_back(misbehaving(what, "", kind, for_good));
+      all.push_back({what, [=, kind = kind](Host &host, int k) {
+                       host.settings.misbehaviour = {"", kind, k, for_good};
+                     }});
     }
     all.push_back({"no memory",
-                   [for_good](Host &, int k) {
-                     memory().calls_left = k;
-                     memory().for_good = for_good;
+                   [=](Host &, int k) {
+                     memory.calls_left = k;
+                     memory.for_good = for_good;
                    },
-                   false, [](Host &, int) { return memory().calls_left == 0; }});
+                   false, [](Host &, int) { return memory.calls_left == 0; }});
   }
   return all;
 }
 
 // Services that are not found at first, or whose look-up throws.
-std::vector<Fault> look_up_faults() {
-  return {misbehaving("a resolver that throws", "resolver", Kind::kThrowOther, false),
-          {"silence at first", [](Host &host, int k) { host.settings.silent_look_ups = k; }, true,
-           [](Host &host, int k) { return host.settings.silent_look_ups < k; }}};
-}
-
-// The samples, and a function whose results a program must prepare.
-std::vector<Sample> all_calls() {
-  std::vector<Sample> calls = samples();
-  std::string drawn;
-  std::srand(7);
-  for (int i = 0; i < 600; ++i) drawn += static_cast<char>(std::rand() & 0xFF);
-  Sample random = sample("RandomBytesStringKZV", raw(drawn), 600, false);
-  random.make = [make = random.make](Plugin &plugin, std::size_t times, const Place &place) {
-    std::srand(7);
-    return make(plugin, times, place);
-  };
-  calls.push_back(random);
-  return calls;
-}
+const Fault kLookUpFaults[] = {
+    {"a resolver that throws",
+     [](Host &host, int k) {
+       host.settings.misbehaviour = {"resolver", Kind::kThrowOther, k};
+     }},
+    {"silence at first", [](Host &host, int k) { host.settings.silent_look_ups = k; }, true,
+     [](Host &host, int k) { return host.settings.silent_look_ups < k; }}};
 
 // Whether a call may give `result` when a fault has happened: the known result, that of a call with an
 // unreadable argument, or nil.
@@ -100,21 +85,22 @@ class Faults : public testing::Test {
 
   // Makes one call while `fault` is at work; returns whether it came to it.
   bool call(Plugin &plugin, const Sample &sample, std::size_t times, const Fault &fault, int k) {
-    const std::size_t blocks_before = memory().blocks.size();
+    std::srand(7);  // for random bytes
+    const std::size_t blocks_before = memory.blocks.size();
     std::optional<Value> result;
     fault.start(plugin.host, k);
     const Endured endured = endure(
         plugin.host, [&] { result = sample.call(plugin, times); },
         [&] { return fault.happened(plugin.host, k); });
     plugin.host.settings.silent_look_ups = 0;
-    memory() = {.blocks = std::move(memory().blocks)};
+    memory = {.blocks = std::move(memory.blocks)};
 
     const auto where = testing::Message()
                        << sample.name << " at " << k << " of " << fault.what << ", host "
                        << plugin.host.settings.version.value_or(0) << ", texts times " << times << ": ";
     EXPECT_EQ(endured.broken, "") << where;
     EXPECT_TRUE(!endured.passed || endured.raised.empty()) << where;
-    EXPECT_EQ(memory().blocks.size(), blocks_before) << where;
+    EXPECT_EQ(memory.blocks.size(), blocks_before) << where;
     if (result && !endured.happened) {
       EXPECT_EQ(*result, repeated(sample.expected, times)) << where;
     } else if (result) {
@@ -128,11 +114,14 @@ class Faults : public testing::Test {
     return endured.happened;
   }
 
-  void call_while_everything_fails(Plugin &plugin, const Sample &sample) {
-    for (const Fault &fault : faults()) {
-      for (const std::size_t times : {1U, 200U}) {  // 200: often more than fits on the stack
-        if (times > 1 && !sample.repeats) continue;
-        for (int k = 1; call(plugin, sample, times, fault, k); ++k) ASSERT_LT(k, 100);
+  void call_with_every_fault(const char *file, const Settings &settings, const std::vector<Sample> &calls) {
+    Plugin plugin(file, settings);
+    for (const Sample &sample : calls) {
+      for (const Fault &fault : faults()) {
+        for (const std::size_t times : {1U, 200U}) {  // 200: often more than fits on the stack
+          if (times > 1 && !sample.repeats) continue;
+          for (int k = 1; call(plugin, sample, times, fault, k); ++k) ASSERT_LT(k, 100);
+        }
       }
     }
   }
@@ -142,15 +131,17 @@ class Faults : public testing::Test {
 };
 
 TEST_F(Faults, OfServicesAndMemoryEndInKnownAnswers) {
+  std::vector<Sample> calls = samples();
+  std::string drawn(600, '\0');
+  std::srand(7);
+  for (char &byte : drawn) byte = static_cast<char>(std::rand() & 0xFF);
+  calls.push_back(sample("RandomBytesStringKZV", raw(drawn), 600, false));
   for (const Settings &settings : kHosts) {
-    Plugin plugin(KZV_FAULTY, settings);
-    for (const Sample &sample : all_calls()) call_while_everything_fails(plugin, sample);
-    Plugin probe(KZV_PROBE, settings);
-    for (const Sample &sample : probe_samples()) call_while_everything_fails(probe, sample);
+    call_with_every_fault(KZV_FAULTY, settings, calls);
+    call_with_every_fault(KZV_PROBE, settings, probe_samples());
   }
   for (const Fault &fault : faults()) EXPECT_GT(met_[fault.what], 400) << fault.what;
 
-  // Those that report it when there is no memory, and when no block is made.
   constexpr char kNoText[] = "Failed to allocate memory for a string.";
   const std::set<Failure> without_memory = {
       {"EncodingToQuotedPrintableKZV", kNoText},
@@ -161,13 +152,33 @@ TEST_F(Faults, OfServicesAndMemoryEndInKnownAnswers) {
       {"LevenshteinDistanceKZV", "Failed to allocate 2566404 bytes of memory."},
   };
   EXPECT_EQ(raised_["no memory"], without_memory);
-  constexpr char kDecodeBlock[] = "_yDecodeMemoryKZV";
-  const std::set<Failure> without_block = {
-      {kDecodeBlock, "Failed to allocate a memoryblock with 2 bytes in size."},
-      {kDecodeBlock, "Failed to allocate a memoryblock with 5 bytes in size."},
-      {kDecodeBlock, "Failed to allocate a memoryblock with 1000 bytes in size."},
-  };
+  std::set<Failure> without_block;
+  for (const char *const bytes : {"2", "5", "1000"}) {
+    without_block.emplace("_yDecodeMemoryKZV",
+                          std::string("Failed to allocate a memoryblock with ") + bytes + " bytes in size.");
+  }
   EXPECT_EQ(raised_["refusing"], without_block);
+  // A host that runs out of memory gets an exception raised, where a result is made, instead of its own back.
+  std::set<Failure> &without_host_memory = raised_["throwing std::bad_alloc"];
+  EXPECT_TRUE(std::ranges::includes(without_host_memory, without_block));
+  for (const Failure &failure : without_host_memory) {
+    EXPECT_TRUE(failure.second == kNoText || without_block.contains(failure)) << failure.first;
+  }
+}
+
+TEST_F(Faults, OfMemoryForResultsDoNotPass) {
+  Plugin plugin(KZV_PLUGIN);
+  for (const char *const service :
+       {"REALBuildString", "REALSetStringEncoding", "REALConvertString", "newMemoryBlock"}) {
+    for (const Sample &sample : samples()) {
+      plugin.host.settings.misbehaviour = {service, Kind::kThrowBadAlloc};
+      // Only the two that convert their argument itself have nothing to catch it.
+      const bool converts = sample.name == "UnicodeStringKZV" || sample.name == "NativeStringKZV";
+      EXPECT_EQ(endure(plugin.host, [&] { sample.call(plugin); }).passed.has_value(),
+                converts && std::string_view(service) == "REALConvertString")
+          << sample.name << service;
+    }
+  }
 }
 
 TEST_F(Faults, OfLookUpsEndInKnownAnswers) {
@@ -175,7 +186,7 @@ TEST_F(Faults, OfLookUpsEndInKnownAnswers) {
   for (const Settings &settings :
        {kHosts[0], kHosts[3], kHosts[4], version(2013.03, {"PluginDisposeStringData"})}) {
     for (const Sample &sample : samples()) {
-      for (const Fault &fault : look_up_faults()) {
+      for (const Fault &fault : kLookUpFaults) {
         constexpr int kMostLookUps = 32;
         bool happened = false;
         for (int k = 1; k <= kMostLookUps; ++k) {
@@ -186,7 +197,7 @@ TEST_F(Faults, OfLookUpsEndInKnownAnswers) {
       }
     }
   }
-  for (const Fault &fault : look_up_faults()) EXPECT_GT(met_[fault.what], 400) << fault.what;
+  for (const Fault &fault : kLookUpFaults) EXPECT_GT(met_[fault.what], 400) << fault.what;
 }
 
 // A service that is missing from the start, or all of them.
@@ -210,3 +221,23 @@ TEST_F(Faults, OfMissingServicesEndInKnownAnswers) {
 
 }  // namespace
 }  // namespace kzv::host
+
+// What the plugins' allocator asks.
+extern "C" {
+
+__attribute__((visibility("default"))) bool kzv_refuses(std::size_t byte_count) {
+  kzv::Memory &now = kzv::memory;
+  ++now.requests;
+  now.last_request = byte_count;
+  const bool in_turn = now.calls_left > 0 && --now.calls_left == 0;
+  if (in_turn && now.for_good) now.refused_from = 0;
+  const bool refused = in_turn || byte_count >= now.refused_from;
+  if (refused) now.last_refused = byte_count;
+  return refused;
+}
+
+__attribute__((visibility("default"))) void kzv_moved(void *from, void *to) {
+  kzv::memory.blocks.erase(from);
+  if (to != nullptr) kzv::memory.blocks.insert(to);
+}
+}

@@ -21,32 +21,17 @@ const std::optional<double> kVersions[] = {std::nullopt, 2011.5, 2012.0, 2012.5,
 TEST(Functions, AreRegisteredInTheOrderOfTheSamples) {
   using Row = std::pair<std::string, std::size_t>;  // name and number of parameters
   const Plugin plugin(KZV_PLUGIN);
-  std::vector<Row> registered;
-  for (const Method &method : plugin.host.methods()) {
-    const std::string &declaration = method.declaration;
-    registered.emplace_back(declaration.substr(0, declaration.find('(')),
-                            std::ranges::count(declaration, ',') + 1);
-    EXPECT_EQ(method.flags, 4U);
-  }
   std::vector<Row> called;
   for (const Sample &sample : samples()) called.emplace_back(sample.name, sample.parameters);
-  called.erase(std::ranges::unique(called).begin(), called.end());
+  called.erase(std::unique(called.begin(), called.end()), called.end());
+  std::vector<Row> registered;
+  for (const auto &[declaration, function, flags] : plugin.host.methods()) {
+    registered.emplace_back(declaration.substr(0, declaration.find('(')),
+                            std::ranges::count(declaration, ',') + 1);
+    EXPECT_EQ(flags, 4U);
+  }
   EXPECT_EQ(registered, called);
   EXPECT_EQ(registered.size(), 47U);
-}
-
-TEST(Functions, GiveTheSameOnEveryHost) {
-  for (const auto &host_version : kVersions) {
-    for (const bool copying : {false, true}) {
-      Plugin plugin(KZV_PLUGIN, version(host_version));
-      if (copying) plugin.host.settings.withheld = {"PluginGetStringData"};
-      for (const Sample &sample : samples()) {
-        EXPECT_EQ(sample.call(plugin), sample.expected) << sample.name;
-        EXPECT_TRUE(plugin.host.take_raised().empty()) << sample.name;
-        ASSERT_EQ(plugin.host.ledger.report(), "") << sample.name;
-      }
-    }
-  }
 }
 
 // On the stack and beyond it: results that fill their memory to the last byte.
@@ -59,17 +44,12 @@ TEST(Functions, GiveResultsOfEverySize) {
   }
 }
 
-// Bytes without an encoding that are no ASCII are taken for Mac OS Roman.
-std::optional<std::string> in_encoding(const std::string &bytes, REALencoding from, REALencoding to) {
-  const auto read_as = [](REALencoding label) { return label == kEncodingBytes ? kEncodingMacRoman : label; };
-  return convert(bytes, read_as(from), read_as(to));
-}
-
 TEST(Functions, ReadTextInEveryEncodingAndBytesUnderEveryLabel) {
   int encoded = 0;
   for (const auto &host_version : kVersions) {
     Plugin plugin(KZV_PLUGIN, version(host_version));
     for (const Sample &sample : samples()) {
+      EXPECT_EQ(sample.call(plugin), sample.expected) << sample.name;
       const bool returns_argument = sample.expected == Value(raw("plain"));
       const bool compares_labels = sample.name == "StringIsHTMLreadyKZV" ||
                                    (sample.name == "StrCompCharactersKZV" && sample.expected != Value(0));
@@ -78,47 +58,35 @@ TEST(Functions, ReadTextInEveryEncodingAndBytesUnderEveryLabel) {
       for (const Encoding &encoding : encodings()) {
         // The host converts no string that has no encoding.
         if (is_conversion && encoding.number == kEncodingBytes) continue;
-        const Place place = [&](const Text &text, std::size_t) {
+        const Place place = [&](const Text &text) {
           if (!reads_text(sample)) return new_string(text.bytes, encoding.number);
-          const auto bytes = in_encoding(text.bytes, text.encoding, encoding.number);
-          if (in_encoding(*bytes, encoding.number, text.encoding) != text.bytes) return owned(text);
+          // Bytes without an encoding that are no ASCII are taken for Mac OS Roman.
+          const auto from = text.encoding == kEncodingBytes ? kEncodingMacRoman : text.encoding;
+          const auto to = encoding.number == kEncodingBytes ? kEncodingMacRoman : encoding.number;
+          const std::string bytes = *convert(text.bytes, from, to);
+          if (convert(bytes, to, from) != text.bytes) return owned(text);
           ++encoded;
-          return new_string(*bytes, encoding.number);
+          return new_string(bytes, encoding.number);
         };
         EXPECT_EQ(sample.call(plugin, place), sample.expected) << sample.name << " " << encoding.name;
       }
       if (!reads_text(sample) || !std::holds_alternative<Text>(sample.expected)) continue;
-      const Place unknown = [](const Text &text, std::size_t) { return new_string(text.bytes, 0x1234); };
+      const Place unknown = [](const Text &text) { return new_string(text.bytes, 0x1234); };
       EXPECT_EQ(sample.call(plugin, unknown), Value(kNil)) << sample.name;
     }
+    EXPECT_TRUE(plugin.host.take_raised().empty());
     EXPECT_EQ(plugin.host.ledger.report(), "");
   }
   EXPECT_GT(encoded, 1000);
-}
-
-TEST(Text, IsConvertedOrDeliveredAsTheVersionSays) {
-  const struct {
-    double version;
-    const char *name;
-    bool delivered;
-  } rows[] = {{2011.5, "RemoveHTMLTagsKZV", false},    {2012.0, "RemoveHTMLTagsKZV", true},
-              {2012.5, "EncodingToISO8859KZV", false}, {2013.0, "EncodingToISO8859KZV", true},
-              {2011.5, "DecodingFromHexKZV", false},   {2012.0, "DecodingFromHexKZV", true}};
-  for (const auto &row : rows) {
-    Plugin plugin(KZV_PLUGIN, version(row.version));
-    plugin.call(row.name, Text{"41", kEncodingISO8859_1});
-    EXPECT_EQ(plugin.host.times_asked_for("PluginGetStringData"), row.delivered ? 1 : 0) << row.version;
-    EXPECT_EQ(plugin.host.times_asked_for("REALConvertString"), row.delivered ? 0 : 1) << row.version;
-  }
 }
 
 TEST(Text, ThatNeedsNoEncodingComesBackAsTheSameObject) {
   using std::string_literals::operator""s;
   for (const auto &host_version : kVersions) {
     Plugin plugin(KZV_PLUGIN, version(host_version));
-    for (const Text &text : {utf16("Hello ~\x7F"), utf8(""), raw("plain"), utf8("a\0\x01"s)}) {
+    for (const Text &text : {utf16("Hello ~\x7F"), utf8(""), raw("plain"), utf8("a\0\1"s)}) {
       const String s = owned(text);
-      EXPECT_EQ(plugin.call_for_object("EncodeEmailSubjectKZV", s).get(), s.get());
+      EXPECT_EQ(plugin.call<String>("EncodeEmailSubjectKZV", s).get(), s.get());
     }
     EXPECT_EQ(plugin.call("EncodeEmailSubjectKZV", utf8("a\t\0\xC3"s)), ascii("=?utf-8?Q?a\t?="));
     EXPECT_EQ(plugin.host.ledger.report(), "");
@@ -140,13 +108,13 @@ TEST(Arguments, AreReadWithinTheirBounds) {
     Plugin plugin(KZV_PLUGIN, version(host_version));
     for (const Sample &sample : samples()) {
       for (std::size_t size = 0; size <= 70; ++size) {
-        const Place anywhere = [&](const Text &text, std::size_t) {
+        const Place anywhere = [&](const Text &text) {
           return new_string(window(text, size), text.encoding);
         };
         const Value expected = sample.call(plugin, anywhere);
         for (const std::string_view margin : {"&&"sv, "\0\0"sv}) {
           std::list<Guarded> areas;
-          const Place at_end = [&](const Text &text, std::size_t) {
+          const Place at_end = [&](const Text &text) {
             const std::string bytes = window(text, size);
             const std::size_t unit = text.encoding == kEncodingUTF16 ? 2 : 1;
             Guarded &area = areas.emplace_back(bytes + std::string(margin, 0, reads_text(sample) ? unit : 0));
@@ -164,15 +132,11 @@ TEST(Arguments, AreReadWithinTheirBounds) {
 TEST(RandomBytes, AreDrawnFromTheRuntimeLibraryInOrder) {
   Plugin plugin(KZV_PLUGIN);
   for (const bool printable : {false, true}) {
-    std::string expected;
+    std::string expected(1000, '\0');
     std::srand(7);
-    for (int i = 0; i < 1000; ++i) {
-      const int drawn = std::rand();
-      expected += static_cast<char>(printable ? 32 + drawn % 96 : drawn & 0xFF);
-    }
+    for (char &byte : expected) byte = static_cast<char>(printable ? 32 + std::rand() % 96 : std::rand());
     std::srand(7);
-    EXPECT_EQ(plugin.call("RandomBytesStringKZV", 1000, printable),
-              printable ? ascii(expected) : raw(expected));
+    EXPECT_EQ(plugin.call("RandomBytesStringKZV", 1000, printable).bytes, expected);
   }
 }
 
@@ -187,15 +151,13 @@ TEST(Booleans, AreReadFromTheirLowByte) {
 
 TEST(Numbers, HaveAPointUnderALocaleThatWritesAComma) {
   const std::string folder = testing::TempDir() + "kzv-locale-" + std::to_string(getpid());
-  ASSERT_EQ(shell("mkdir " + folder + " && localedef -i de_DE -f UTF-8 " + folder + "/de_DE.UTF-8").exit_code,
-            0);
+  shell("mkdir " + folder + " && localedef -i de_DE -f UTF-8 " + folder + "/de_DE.UTF-8");
   setenv("LOCPATH", folder.c_str(), 1);
   ASSERT_STREQ(setlocale(LC_ALL, "de_DE.UTF-8"), "de_DE.UTF-8");
   Plugin plugin(KZV_PLUGIN);
   EXPECT_EQ(plugin.call("StrKZV", 1.5), ascii("1.5"));
   EXPECT_EQ(plugin.call("ScientificStrKZV", 1.5, 3), ascii("1.500e+00"));
-  EXPECT_STREQ(setlocale(LC_ALL, nullptr), "de_DE.UTF-8");
-  EXPECT_STREQ(localeconv()->decimal_point, ",");
+  EXPECT_STREQ(localeconv()->decimal_point, ",");  // still
   setlocale(LC_ALL, "C");
   unsetenv("LOCPATH");
   std::filesystem::remove_all(folder);

@@ -16,7 +16,6 @@ namespace {
 
 TEST(Threads, MakeEveryFirstCallTogetherAndGoOn) {
   constexpr std::size_t kThreads = 8;
-  constexpr auto kTime = std::chrono::milliseconds(300);
   for (const double host_version : {2011.5, 2012.5, 2013.03}) {
     Plugin plugin(KZV_PLUGIN, version(host_version));
     std::barrier together(kThreads);
@@ -26,8 +25,8 @@ TEST(Threads, MakeEveryFirstCallTogetherAndGoOn) {
         together.arrive_and_wait();
         EXPECT_EQ(sample.call(plugin), sample.expected) << sample.name;
       }
-      for (const auto end = std::chrono::steady_clock::now() + kTime; std::chrono::steady_clock::now() < end;
-           ++calls) {
+      for (const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(300);
+           std::chrono::steady_clock::now() < end; ++calls) {
         const Sample &sample = samples()[random() % samples().size()];
         ASSERT_EQ(sample.call(plugin), sample.expected) << sample.name;
         ASSERT_EQ(plugin.call("RandomBytesStringKZV", 20, true).bytes.size(), 20U);
@@ -49,7 +48,7 @@ TEST(Unloading, LeavesNothingBehind) {
     ++look_ups;
     return Services::resolve(name);
   };
-  using Row = std::pair<std::optional<double>, int>;
+  using Row = std::pair<std::optional<double>, int>;  // versions of host and interface
   for (int i = 0; i < 50; ++i) {
     for (const auto &[host_version, interface_version] : {Row(2013.03, 12), Row(std::nullopt, 9)}) {
       const auto library = std::make_shared<Loaded>(KZV_PLUGIN, PluginFile::Instance::kShared);

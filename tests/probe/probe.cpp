@@ -1,7 +1,6 @@
 // A plugin that registers the frame's own tools, so that tests reach them as a host reaches any function.
 #include "cpu/level.h"
 #include "declaration.h"
-#include "frame/byte_view.h"
 #include "frame/results.h"
 #include "frame/string_builders.h"
 #include "frame/text_view.h"
@@ -28,13 +27,8 @@ KZV_CALLED_BY_HOST std::int32_t UnitAfter(REALstringStruct *s, std::int32_t bits
   return narrow.data()[narrow.size()];
 }
 
-KZV_CALLED_BY_HOST std::int32_t SizeOf(REALmemoryBlockStruct *block) {
-  const rbData view(block);
-  return static_cast<std::int32_t>(view.bytes().size());
-}
-
-KZV_CALLED_BY_HOST std::int32_t Raise(REALboolean with_message) {
-  RaiseException(kOutOfMemory, IsTrue(with_message) ? "It is full." : nullptr);
+KZV_CALLED_BY_HOST std::int32_t Raise(REALboolean) {
+  RaiseException(kOutOfMemory, "It is full.");
   return 0;
 }
 
@@ -64,8 +58,7 @@ KZV_CALLED_BY_HOST std::int32_t LevelsAbove(REALboolean) {
 const REALmethodDefinition kMethods[] = {
     KZV_METHOD(Build, "Build(address as double, length as double, encoding as integer) as string"),
     KZV_METHOD(UnitAfter, "UnitAfter(s as string, bitsPerUnit as integer) as integer"),
-    KZV_METHOD(SizeOf, "SizeOf(block as memoryblock) as integer"),
-    KZV_METHOD(Raise, "Raise(withMessage as boolean) as integer"),
+    KZV_METHOD(Raise, "Raise(unused as boolean) as integer"),
     KZV_METHOD(AddName, "AddName(capacity as integer, address as double, length as double) as string"),
     KZV_METHOD(AddUnits, "AddUnits(capacity as integer, count as integer) as string"),
     KZV_METHOD(LevelsAbove, "LevelsAbove(unused as boolean) as integer"),

@@ -8,9 +8,10 @@
 
 namespace kzv {
 
+// Not for tests in which several threads call.
 struct Memory {
   int calls_left = 0;                   // the request that brings this to 0 is refused; 0: none
-  bool for_good = false;                // so are all behind it
+  bool for_good = false;                // so are all after it
   std::size_t refused_from = SIZE_MAX;  // requests of so many bytes and more are refused, too
 
   int requests = 0;
@@ -18,8 +19,6 @@ struct Memory {
   std::size_t last_refused = 0;  // bytes; 0 if nothing was
   std::set<void *> blocks;       // what the plugins hold
 };
-
-// Not for tests in which several threads call.
-Memory &memory();
+inline Memory memory;
 
 }  // namespace kzv

@@ -1,17 +1,14 @@
 // What must hold whatever a host does wrong while the library is at work:
 //
-//   - Everything that was taken is given back.
+//   - Everything that was taken is released.
 //   - At most one exception is raised, of a class that programs expect, and none without a reason.
 //   - An exception that passes is one that the host threw. What the host threw passes; std::bad_alloc may be
 //     raised instead.
 #pragma once
 
 #include <functional>
-#include <new>
 #include <optional>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "host.h"
 
@@ -24,8 +21,7 @@ struct Endured {
   std::string broken;  // which of the rules are, in words
 };
 
-// Has the library do something on a host as it is, after which the host is healthy. Other reasons for what
-// goes wrong, such as services that the host does not have, are the caller's to know.
+// Acts on a host as it is, after which the host is healthy. `otherwise`: whether something else went wrong.
 template <typename Action>
 Endured endure(
     Host &host, Action action, const std::function<bool()> &otherwise = [] { return false; }) {
@@ -55,10 +51,9 @@ Endured endure(
   }
   expect(!endured.passed || threw(*endured.passed), "what passes is what the host threw");
   expect(endured.passed || !threw(Kind::kThrowOther), "what the host threw passes");
-  const auto &withheld = host.settings.withheld;
-  const bool can_raise =
-      !withheld.contains("PluginNewInstance") && !withheld.contains("RuntimeRaiseException") &&
-      !(withheld.contains("OutOfMemoryException") && withheld.contains("RuntimeException"));
+  const auto without = [&](const char *service) { return host.settings.withheld.contains(service); };
+  const bool can_raise = !without("PluginNewInstance") && !without("RuntimeRaiseException") &&
+                         !(without("OutOfMemoryException") && without("RuntimeException"));
   expect(endured.passed || !endured.raised.empty() || !threw(Kind::kThrowBadAlloc) || !can_raise,
          "missing memory is reported");
   return endured;

@@ -53,27 +53,18 @@ inline Text raw(std::string bytes) { return {std::move(bytes), kEncodingBytes}; 
 inline String owned(const Text &text) { return text.nil ? nullptr : new_string(text.bytes, text.encoding); }
 inline MemoryBlock owned(const Block &block) { return block.nil ? nullptr : new_memory_block(block.bytes); }
 inline REALboolean owned(bool boolean) { return ToREALboolean(boolean); }
-template <typename Other>
-const Other &owned(const Other &value) {
-  return value;
-}
+inline const auto &owned(const auto &value) { return value; }
 
 inline REALstringStruct *passed(const String &s) { return s.get(); }
 inline REALmemoryBlockStruct *passed(const MemoryBlock &block) { return block.get(); }
-template <typename Plain>
-Plain passed(const Plain &value) {
-  return value;
-}
+inline auto passed(const auto &value) { return value; }
 template <typename Value>
 using Crossing = decltype(passed(owned(std::declval<const Value &>())));
 
 inline Text returned(const String &s) { return s ? Text{std::string(s->bytes()), s->encoding} : kNil; }
 inline Block returned(const MemoryBlock &block) { return block ? Block{block->bytes} : kNoBlock; }
 inline bool returned(REALboolean boolean) { return IsTrue(boolean); }
-template <typename Plain>
-Plain returned(Plain value) {
-  return value;
-}
+inline auto returned(auto number) { return number; }
 
 using Names = std::set<std::string, std::less<>>;
 
@@ -93,18 +84,16 @@ class Plugin {
     host.start(library_->as_new(), resolver);
   }
 
-  // Calls a function with values of any kind, or strings that are the caller's own.
+  // Calls a function with values of any kind, or strings that are the caller's own. A result that is a String
+  // is the very object that the host got.
   template <typename Result = Text, typename... Values>
   Result call(std::string_view name, const Values &...values) {
     auto *const function = address<Crossing<Result>(Crossing<Values>...)>(name, sizeof...(Values));
-    return returned(host.call(function, passed(owned(values))...));
-  }
-
-  // The same; the result is the very object that the host got.
-  template <typename... Values>
-  String call_for_object(std::string_view name, const Values &...values) {
-    auto *const function = address<REALstringStruct *(Crossing<Values>...)>(name, sizeof...(Values));
-    return host.call(function, passed(owned(values))...);
+    if constexpr (std::is_same_v<Result, String>) {
+      return host.call(function, passed(owned(values))...);
+    } else {
+      return returned(host.call(function, passed(owned(values))...));
+    }
   }
 
   Host host;

@@ -14,8 +14,8 @@ namespace kzv::host {
 using Value = std::variant<Text, Block, std::int32_t, double, bool>;
 std::ostream &operator<<(std::ostream &out, const Value &value);
 
-// How the texts among the arguments of a call become strings; each has a number of its own.
-using Place = std::function<String(const Text &, std::size_t)>;
+// How the texts among the arguments of a call become strings.
+using Place = std::function<String(const Text &)>;
 
 // One call, ready to be made on any plugin.
 struct Sample {
@@ -24,11 +24,16 @@ struct Sample {
   // Makes it with every text and block repeated `times`, and the texts placed.
   std::function<Value(Plugin &, std::size_t times, const Place &)> make;
   Value expected;
-  std::vector<Value> unreadable;
-  bool repeats;  // whether repeated arguments give the repeated result
+  std::vector<Value> unreadable;  // results, besides nil, while arguments or their labels cannot be read
+  bool repeats;                   // whether repeated arguments give the repeated result
+
+  Sample when_unreadable(std::vector<Value> results) && {
+    unreadable = std::move(results);
+    return std::move(*this);
+  }
 
   Value call(Plugin &plugin, std::size_t times = 1) const {
-    return make(plugin, times, [](const Text &text, std::size_t) { return owned(text); });
+    return make(plugin, times, [](const Text &text) { return owned(text); });
   }
   Value call(Plugin &plugin, const Place &place) const { return make(plugin, 1, place); }
 };
@@ -46,24 +51,12 @@ inline Value repeated(const Value &value, std::size_t times) {
   return std::visit([=](const auto &known) -> Value { return repeated(known, times); }, value);
 }
 
-// A known result, and those that there are, besides nil, while arguments or their labels cannot be read.
-template <typename Result>
-struct Expected {
-  Result known;
-  std::vector<Value> unreadable;
-};
-template <typename Result>
-Expected<Result> either(Result known, std::vector<Value> unreadable) {
-  return {std::move(known), std::move(unreadable)};
-}
-
 template <typename Result, typename... Values>
-Sample sample(const char *name, const Expected<Result> &expected, const Values &...values) {
+Sample sample(const char *name, const Result &expected, const Values &...values) {
   const auto make = [=](Plugin &plugin, std::size_t times, const Place &place) -> Value {
-    std::size_t index = 0;
     const auto argument = [&]<typename Argument>(const Argument &value) {
       if constexpr (std::is_same_v<Argument, Text>) {
-        return value.nil ? nullptr : place(repeated(value, times), index++);
+        return value.nil ? nullptr : place(repeated(value, times));
       } else {
         return repeated(value, times);
       }
@@ -71,11 +64,7 @@ Sample sample(const char *name, const Expected<Result> &expected, const Values &
     return plugin.call<Result>(name, argument(values)...);
   };
   constexpr bool kHasTexts = ((std::is_same_v<Values, Text> || std::is_same_v<Values, Block>) || ...);
-  return {name, sizeof...(Values), make, expected.known, expected.unreadable, kHasTexts};
-}
-template <typename Result, typename... Values>
-Sample sample(const char *name, const Result &known, const Values &...values) {
-  return sample(name, Expected<Result>{known, {}}, values...);
+  return {name, sizeof...(Values), make, expected, {}, kHasTexts};
 }
 // One whose repeated arguments give something else.
 template <typename... Parts>
