@@ -27,7 +27,7 @@ TEST(Threads, MakeEveryFirstCallTogetherAndGoOn) {
       }
       for (const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(300);
            std::chrono::steady_clock::now() < end; ++calls) {
-        const Sample &sample = samples()[random() % samples().size()];
+        const Sample &sample = samples()[static_cast<std::size_t>(random() % samples().size())];
         ASSERT_EQ(sample.call(plugin), sample.expected) << sample.name;
         ASSERT_EQ(plugin.call("RandomBytesStringKZV", 20, true).bytes.size(), 20U);
       }
