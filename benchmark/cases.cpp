@@ -32,7 +32,7 @@ const std::vector<std::size_t> kSizes = {24, 1024, 65536, 1048576};
 const std::vector<std::size_t> kLetterCounts = {24, 1000, 16000};
 const std::vector<std::size_t> kNumber = {sizeof(double)};
 
-// Kinds of one text, drawn from pieces or made otherwise, with further arguments behind it.
+// Kinds of one text, drawn from pieces or made otherwise, with further arguments after it.
 Kind made(const char *name, REALencoding encoding, const std::function<std::string(std::size_t)> &make,
           const Arguments &further = {}, std::vector<std::string> unfit = {}) {
   const auto arguments = [=](std::size_t size) {
@@ -49,7 +49,7 @@ Kind of(const char *name, REALencoding encoding, const Pieces &pieces, const Arg
       name, encoding, [pieces](std::size_t size) { return drawn(pieces, size); }, further, std::move(unfit));
 }
 
-// A text whose byte at `at(size)` is another.
+// Makes a drawn text and replaces its byte at `at(size)`.
 auto with_byte(const Pieces &pieces, char byte, std::size_t (*at)(std::size_t size)) {
   return [=](std::size_t size) {
     std::string text = drawn(pieces, size);
@@ -119,7 +119,7 @@ Kind differing(const char *name, std::size_t (*at)(std::size_t size)) {
   });
 }
 
-// Texts alike; texts of other letters altogether; the same text twice.
+// A text and an edited copy of it; two texts without a common letter; the same text twice.
 std::vector<Kind> distance_kinds() {
   const auto words = [](std::size_t size) { return drawn(kWords, size); };
   return {pair(
@@ -189,7 +189,7 @@ std::string decoded(GMimeContentEncoding encoding, const std::string &text) {
   return bytes;
 }
 
-// GMime's own decoder loses what stands behind padding in base64, and takes each word's letters to be whole.
+// GMime's own decoder loses what follows padding in base64, and expects whole characters in each word.
 std::string decoded_word(std::string payload, bool base64) {
   std::ranges::replace(payload, '_', ' ');
   return decoded(base64 ? GMIME_CONTENT_ENCODING_BASE64 : GMIME_CONTENT_ENCODING_QUOTEDPRINTABLE, payload);
@@ -257,7 +257,7 @@ std::size_t concat(const KernelInput &in, ByteBuffer out) {
   return static_cast<std::size_t>(next - out.data());
 }
 
-// A result that is no text, kept from being optimised away.
+// Stores a result that is a number, so that the compiler cannot leave out its computation.
 template <typename Number>
 std::size_t number_out(Number number, ByteBuffer out) {
   std::memcpy(out.data(), &number, sizeof number);
@@ -272,12 +272,12 @@ std::size_t ascii_test(const KernelInput &in, ByteBuffer out) {
   return number_out(classification::is_ascii(in.texts[0], in.integers[0]), out);
 }
 
-template <std::size_t kRoom>
-std::span<char, kRoom> text_room(ByteBuffer out) {
-  return std::span<char, kRoom>(reinterpret_cast<char *>(out.data()), kRoom);
+template <std::size_t kSize>
+std::span<char, kSize> chars_of(ByteBuffer out) {
+  return std::span<char, kSize>(reinterpret_cast<char *>(out.data()), kSize);
 }
 
-// The rivals do the job that our function is named after, without the ending, and sizes are bytes.
+// By default, rivals are found by the function's name without "KZV", and sizes are kSizes, in bytes.
 Function row(const char *name, const std::string &declaration, Prepare prepare, Kernel kernel,
              std::vector<Kind> kinds, Comparable comparable = nullptr) {
   const std::size_t begin = declaration.starts_with('_') ? 1 : 0;
@@ -486,7 +486,7 @@ std::vector<Function> make_functions() {
       in_sizes(kNumber, row(
                             "number", "StrKZV(d as double) as string", prepare<S, double>,
                             [](const KernelInput &in, ByteBuffer out) {
-                              return numbers::fixed(in.real, text_room<numbers::kFixedBound>(out));
+                              return numbers::fixed(in.real, chars_of<numbers::kFixedBound>(out));
                             },
                             number_kinds({}))),
       in_sizes(kNumber, row(
@@ -494,7 +494,7 @@ std::vector<Function> make_functions() {
                             prepare<S, double, I>,
                             [](const KernelInput &in, ByteBuffer out) {
                               return numbers::scientific(in.real, in.integers[0],
-                                                         text_room<numbers::kScientificBound>(out));
+                                                         chars_of<numbers::kScientificBound>(out));
                             },
                             number_kinds({6}))),
       row("concatenation",

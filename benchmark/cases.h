@@ -31,7 +31,7 @@ struct Kind {
   std::vector<std::string> unfit_rivals = {};  // those whose result differs by definition
 };
 
-// What of two results has to agree; null: all.
+// Reduces a result to what must be equal in ours and a rival's; null: all of it.
 using Comparable = std::string (*)(const std::string &);
 
 struct Function {
@@ -43,8 +43,8 @@ struct Function {
   std::vector<std::size_t> sizes;
   std::vector<Kind> kinds;
   Comparable comparable;
-  // The encoding in which ours reads text: it is stored so, as rivals' arguments are in theirs, for the
-  // host's conversions are not what is measured. 0: as the kind has it.
+  // The encoding in which our function reads text; 0: that of the kind. Arguments are stored in it, and those
+  // of rivals in theirs, so that no conversion of the host is measured.
   REALencoding reads = 0;
 };
 

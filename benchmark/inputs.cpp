@@ -20,7 +20,7 @@ const Pieces kRussian = {"\u0440\u0435\u043a\u0430 ",
                          "\u0133 ",
                          "za\u017cal\u0119 "};
 
-// These are made of those above, so they stand in the same file: only there are those made first.
+// Initialised after the lists above, which only the same source file guarantees.
 const Pieces kLines = kWords + Pieces{"\r\n", "out\r\n"};
 
 const Pieces kQuoted = kWords + kWords + Pieces{"out=20\r\n", "=C3=A9t=C3=A9", "end.\r\n", "and=\r\n"};

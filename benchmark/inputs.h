@@ -22,7 +22,7 @@ std::string edited(std::string text);
 // One piece list after the other.
 Pieces operator+(Pieces a, const Pieces &b);
 
-// Words and what stands between them. `kWords` and `kMarkup` are ASCII, the others UTF-8.
+// Words, and what separates words. `kWords` and `kMarkup` are ASCII, the others UTF-8.
 extern const Pieces kWords;
 extern const Pieces kMarkup;
 extern const Pieces kFrench;   // letters of ISO-8859-1 and with names in HTML

@@ -61,7 +61,7 @@ void print(const std::vector<Row> &rows) {
   }
 }
 
-// What the other file comes to, in which a ratio below 1 is a loss of ours.
+// Sums up the comparison with the other file. A ratio below 1 means that ours is slower.
 void print_comparison(std::vector<Row> rows) {
   std::string lacking;
   for (const Row &row : rows) {

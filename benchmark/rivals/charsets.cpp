@@ -15,7 +15,7 @@ constexpr char kLatin1[] = "ISO-8859-1";
 constexpr char kWestern[] = "WINDOWS-1252";
 
 // A letter of an 8-bit set takes up to 3 bytes of UTF-8.
-std::size_t room_for(std::string_view text) { return text.size() * 3; }
+std::size_t bound_of(std::string_view text) { return text.size() * 3; }
 
 REALstringStruct *QtToLatin1(REALstringStruct *s) {
   return FromUtf8(s, kEncodingBytes, [](std::string_view text) {
@@ -37,11 +37,11 @@ std::string by_icu(std::string_view text) {
   };
   thread_local UConverter *const from = open(kFrom);
   thread_local UConverter *const to = open(kTo);
-  return written(room_for(text), [text](char *out) {
+  return written(bound_of(text), [text](char *out) {
     UErrorCode error = U_ZERO_ERROR;
     char *end = out;
     const char *in = text.data();
-    ucnv_convertEx(to, from, &end, out + room_for(text), &in, in + text.size(), nullptr, nullptr, nullptr,
+    ucnv_convertEx(to, from, &end, out + bound_of(text), &in, in + text.size(), nullptr, nullptr, nullptr,
                    nullptr, true, true, &error);
     return end - out;
   });
@@ -50,11 +50,11 @@ std::string by_icu(std::string_view text) {
 template <const char *kFrom, const char *kTo>
 std::string by_iconv(std::string_view text) {
   thread_local iconv_t converter = iconv_open(kTo, kFrom);
-  return written(room_for(text), [text](char *out) {
+  return written(bound_of(text), [text](char *out) {
     char *end = out;
     char *in = const_cast<char *>(text.data());
     std::size_t in_left = text.size();
-    std::size_t out_left = room_for(text);
+    std::size_t out_left = bound_of(text);
     iconv(converter, &in, &in_left, &end, &out_left);
     return end - out;
   });

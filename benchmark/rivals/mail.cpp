@@ -59,14 +59,14 @@ void add_escape(std::string &text, char c) {
 
 bool is_break(char c) { return c == '\r' || c == '\n'; }
 
-// Behind the line break at `at`: CR LF, LF CR, CR or LF.
-std::size_t behind_break(std::string_view text, std::size_t at) {
+// The position after the line break at `at`: CR LF, LF CR, CR or LF.
+std::size_t after_break(std::string_view text, std::size_t at) {
   return at + 1 < text.size() && is_break(text[at + 1]) && text[at + 1] != text[at] ? at + 2 : at + 1;
 }
 
 REALstringStruct *LoopEncode(REALstringStruct *s, std::int32_t line_length) {
   return FromBytes(s, kEncodingASCII, [=](std::string_view text) {
-    const auto room = static_cast<std::size_t>(line_length - 2);
+    const auto capacity = static_cast<std::size_t>(line_length - 2);
     std::string encoded;
     encoded.reserve(text.size() * 3);
     std::size_t column = 0;
@@ -75,7 +75,7 @@ REALstringStruct *LoopEncode(REALstringStruct *s, std::int32_t line_length) {
       const char c = text[at];
       if (is_break(c)) {
         encoded += "\r\n";
-        at = behind_break(text, at);
+        at = after_break(text, at);
         column = 0;
         lines = true;
         continue;
@@ -85,7 +85,7 @@ REALstringStruct *LoopEncode(REALstringStruct *s, std::int32_t line_length) {
       const bool white = c == ' ' || c == '\t';
       const bool plain = white ? !at_end : c > ' ' && c <= '~' && c != '=';
       const std::size_t width = plain ? 1 : 3;
-      if (column + width > room) {
+      if (column + width > capacity) {
         encoded += "=\r\n";
         column = 0;
       }
@@ -115,14 +115,14 @@ REALstringStruct *LoopDecode(REALstringStruct *s) {
       const char c = text[at];
       if (is_break(c)) {
         decoded.push_back('\n');
-        at = behind_break(text, at);
+        at = after_break(text, at);
       } else if (c != '=') {
         decoded.push_back(c);
         ++at;
       } else if (at + 1 < text.size() &&
                  (is_break(text[at + 1]) || text[at + 1] == ' ' || text[at + 1] == '\t')) {
         while (at < text.size() && !is_break(text[at])) ++at;
-        if (at < text.size()) at = behind_break(text, at);
+        if (at < text.size()) at = after_break(text, at);
       } else {
         const int high = at + 2 < text.size() ? digit_of(text[at + 1]) : -1;
         const int low = at + 2 < text.size() ? digit_of(text[at + 2]) : -1;
@@ -134,7 +134,7 @@ REALstringStruct *LoopDecode(REALstringStruct *s) {
   });
 }
 
-// A text that needs no encoding goes back as it is, with a reference of its own.
+// A text that needs no encoding is returned as it is, with a reference of its own.
 template <typename Encode>
 REALstringStruct *Subject(REALstringStruct *s, Encode encode) {
   bool needed = false;

@@ -55,8 +55,8 @@ REALstringStruct *EncodeToHtml(REALstringStruct *s, Encode encode) {
 }
 
 REALstringStruct *HtmlEncode(REALstringStruct *s, std::int32_t) {
-  return EncodeToHtml(s, [](unsigned char *out, int *room, const unsigned char *in, int *length) {
-    htmlEncodeEntities(out, room, in, length, '"');
+  return EncodeToHtml(s, [](unsigned char *out, int *capacity, const unsigned char *in, int *length) {
+    htmlEncodeEntities(out, capacity, in, length, '"');
   });
 }
 
@@ -75,13 +75,13 @@ REALstringStruct *IcuEncodeLetters(REALstringStruct *s, std::int32_t) {
     return converter;
   }();
   return FromUtf8(s, kEncodingASCII, [](std::string_view text) {
-    const std::size_t room = text.size() * 8 + 16;
-    return written(room, [=](char *out) {
+    const std::size_t capacity = text.size() * 8 + 16;
+    return written(capacity, [=](char *out) {
       UErrorCode error = U_ZERO_ERROR;
       char *end = out;
       const char *in = text.data();
-      ucnv_convertEx(ascii, utf8, &end, out + room, &in, in + text.size(), nullptr, nullptr, nullptr, nullptr,
-                     UBool{1}, UBool{1}, &error);
+      ucnv_convertEx(ascii, utf8, &end, out + capacity, &in, in + text.size(), nullptr, nullptr, nullptr,
+                     nullptr, UBool{1}, UBool{1}, &error);
       return end - out;
     });
   });
@@ -127,7 +127,7 @@ REALstringStruct *HtmlDecode(REALstringStruct *s) {
   });
 }
 
-// In nesting of brackets, as the depth of "<" over ">".
+// Counts the depth of nested brackets: only text at depth 0 is kept.
 std::string without_tags(std::string_view page, std::string_view replacement) {
   std::string kept;
   kept.reserve(page.size());

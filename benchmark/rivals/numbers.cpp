@@ -28,7 +28,7 @@ REALstringStruct *QtStr(double d) {
   return Built({text.data(), static_cast<std::size_t>(text.size())});
 }
 
-// The C library knows no shortest text: it is tried for.
+// The C library has no format for the shortest text, so the digits are increased until it reads back as `d`.
 REALstringStruct *GlibcStr(double d) {
   std::array<char, 64> text{};
   int length = 0;

@@ -56,7 +56,7 @@ inline const unsigned char *unsigned_chars(std::string_view text) {
   return reinterpret_cast<const unsigned char *>(text.data());
 }
 
-// Makes a string of what `convert` makes of the argument's bytes.
+// Converts the argument's bytes and makes a string of the result.
 template <typename Convert>
 REALstringStruct *FromBytes(REALstringStruct *s, REALencoding encoding, Convert convert) {
   const rbData argument(s);
@@ -64,7 +64,7 @@ REALstringStruct *FromBytes(REALstringStruct *s, REALencoding encoding, Convert 
   return REALBuildUnicodeString(result.data(), static_cast<std::int64_t>(result.size()), encoding);
 }
 
-// The same for the argument as UTF-8 text, which the host has a zero byte follow.
+// The same with the argument as UTF-8 text, after which the host puts a zero byte.
 template <typename Convert>
 REALstringStruct *FromUtf8(REALstringStruct *s, REALencoding encoding, Convert convert) {
   rbText argument(s);
@@ -72,10 +72,10 @@ REALstringStruct *FromUtf8(REALstringStruct *s, REALencoding encoding, Convert c
   return REALBuildUnicodeString(result.data(), static_cast<std::int64_t>(result.size()), encoding);
 }
 
-// Text of at most `room` bytes, which `write(out) -> bytes written` provides.
+// Text of at most `capacity` bytes, which `write(out) -> bytes written` provides.
 template <typename Write>
-std::string written(std::size_t room, Write write) {
-  std::string text(room, '\0');
+std::string written(std::size_t capacity, Write write) {
+  std::string text(capacity, '\0');
   text.resize(static_cast<std::size_t>(write(text.data())));
   return text;
 }

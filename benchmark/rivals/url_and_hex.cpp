@@ -1,6 +1,6 @@
-// URLs: libcurl escapes ! * + @ and keeps ~, GLib and Qt are told to keep ! * + @ but keep ~ as well, Poco is
-// told what to escape. The inputs hold none of these five.
-// Hex: Qt and Abseil write digits in lower case.
+// URLs: libcurl escapes ! * + @ and keeps ~; GLib and Qt are set to keep ! * + @ but keep ~ as well; Poco
+// gets a list of what to escape. The inputs hold none of these five. Hex: Qt and Abseil write digits in lower
+// case.
 #include <Poco/HexBinaryDecoder.h>
 #include <Poco/HexBinaryEncoder.h>
 #include <Poco/URI.h>
@@ -118,20 +118,20 @@ REALstringStruct *AbseilFromHex(REALstringStruct *s) {
 
 REALstringStruct *OpensslToHex(REALstringStruct *s) {
   return FromBytes(s, kEncodingASCII, [](std::string_view text) {
-    const std::size_t room = text.size() * 2 + 1;
-    return written(room, [=](char *out) {
-      OPENSSL_buf2hexstr_ex(out, room, nullptr, unsigned_chars(text), text.size(), '\0');
-      return room - 1;
+    const std::size_t capacity = text.size() * 2 + 1;
+    return written(capacity, [=](char *out) {
+      OPENSSL_buf2hexstr_ex(out, capacity, nullptr, unsigned_chars(text), text.size(), '\0');
+      return capacity - 1;
     });
   });
 }
 
 REALstringStruct *OpensslFromHex(REALstringStruct *s) {
   return FromUtf8(s, kEncodingBytes, [](std::string_view text) {
-    const std::size_t room = text.size() / 2;
-    return written(room, [=](char *out) {
-      OPENSSL_hexstr2buf_ex(reinterpret_cast<unsigned char *>(out), room, nullptr, text.data(), '\0');
-      return room;
+    const std::size_t capacity = text.size() / 2;
+    return written(capacity, [=](char *out) {
+      OPENSSL_hexstr2buf_ex(reinterpret_cast<unsigned char *>(out), capacity, nullptr, text.data(), '\0');
+      return capacity;
     });
   });
 }

@@ -31,7 +31,6 @@ class Buffer {
     return provide(byte_count, [](std::size_t size) { return std::malloc(size); });
   }
 
-  // The same, filled with zeros.
   [[nodiscard]] bool allocate_zeroed(std::uint64_t byte_count) {
     if (byte_count <= kInline) std::fill_n(inline_.begin(), byte_count, std::uint8_t{0});
     return provide(byte_count, [](std::size_t size) { return std::calloc(size, 1); });

@@ -125,12 +125,12 @@ std::size_t count_filtered(ByteView text, ByteView needle) {
   std::size_t total = 0;
   std::uint64_t wasted = 0;  // in 64 bits: a long needle can waste more than memory has bytes
   std::size_t next = 0;      // the first position that no match covers
-  for (std::size_t group = 0, size = 0; group < positions; group = std::max(group + size, next)) {
-    size = find_candidates(text, needle, group, masks);
-    for (std::size_t block = group; block < group + size; block += cpu::kBlock) {
-      for (std::uint64_t left = masks[(block - group) / cpu::kBlock]; left != 0;
-           left = scan::without_lowest(left)) {
-        const std::size_t at = block + scan::lowest_position(left);
+  for (std::size_t chunk = 0, size = 0; chunk < positions; chunk = std::max(chunk + size, next)) {
+    size = find_candidates(text, needle, chunk, masks);
+    for (std::size_t block = chunk; block < chunk + size; block += cpu::kBlock) {
+      for (std::uint64_t remaining = masks[(block - chunk) / cpu::kBlock]; remaining != 0;
+           remaining = scan::without_lowest(remaining)) {
+        const std::size_t at = block + scan::lowest_position(remaining);
         if (at < next) continue;
         if (((load_word(text.subspan(at)) ^ head) & first_bytes(head_size)) != 0) {
           wasted += head_size;

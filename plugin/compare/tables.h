@@ -1,4 +1,4 @@
-// Zero-filled tables for one call, all in one block of memory.
+// Zero-filled tables for one call, all in one buffer.
 #pragma once
 
 #include <cstddef>

@@ -17,7 +17,8 @@ class rbData {
 
   ByteView bytes() const { return bytes_; }
 
-  // Whether there are bytes, be it none of them: false for null and for bytes that the host does not provide.
+  // Whether there are bytes, even if their number is 0: false for null and for bytes that the host does not
+  // provide.
   bool present() const { return present_; }
 
   // Releases what the view holds: its bytes may be gone then. What the host throws here passes on.

@@ -58,7 +58,7 @@ inline constinit EntryPoint<void(const REALmethodDefinition *)> REALRegisterMeth
 inline constinit EntryPoint<REALboolean()> REALinRuntime("REALinRuntime");
 
 // The services that release something. Looking one up calls the host, which may throw: so each is looked up
-// before there is anything to release.
+// before anything is taken; before REALConvertString its callers have locked or built a string.
 inline constinit EntryPoint<void(REALstringStruct *)> REALUnlockString("REALUnlockString");
 inline constinit EntryPoint<void(REALobjectStruct *)> REALUnlockObject("REALUnlockObject");
 

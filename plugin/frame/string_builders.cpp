@@ -7,7 +7,7 @@
 namespace kzv {
 namespace {
 
-// A builder that grows has as much left for the appends to come.
+// What a builder that grows provides beyond the append, for those to come.
 constexpr std::int64_t kSpare = 4096;
 
 }  // namespace
@@ -19,11 +19,11 @@ void StringBuilder::Create(std::uint64_t byte_count) {
 }
 
 bool StringBuilder::Reserve(std::int64_t more, std::int64_t spare) {
-  constexpr std::int64_t kLargestBlock = 0x7FFFFFF0;
+  constexpr std::int64_t kMaxCapacity = 0x7FFFFFF0;
   if (handle == nullptr) return false;
   const std::int64_t need = length + more;
   if (need <= capacity) return true;
-  if (need + spare <= kLargestBlock) {
+  if (need + spare <= kMaxCapacity) {
     SetHandleSize(handle, static_cast<std::int32_t>(need + spare));
     capacity = GetHandleSize(handle);
     if (need <= capacity) return true;

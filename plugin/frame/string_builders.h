@@ -11,18 +11,17 @@
 
 namespace kzv {
 
-// What both builders share: a block and how much of it is filled.
+// What both builders share: a buffer and how much of it is filled.
 class StringBuilder {
  public:
-  // Provides the first block, once. Without memory for it, or for more than 2,147,483,647 bytes, the builder
-  // is one that was dropped.
+  // Provides the buffer, once. Without memory, or for over 2,147,483,647 bytes, the builder counts as
+  // dropped.
   void Create(std::uint64_t byte_count);
 
-  // Whether there was no memory for the first block or for an append.
+  // Whether there was no memory for the buffer or for an append.
   [[nodiscard]] bool dropped() const { return handle == nullptr; }
 
-  // Has `kernel(output) -> elements written` append in the capacity that is left; nothing happens without a
-  // block.
+  // Has `kernel(output) -> elements written` append in the capacity left; does nothing when dropped.
   template <typename Element = std::uint8_t, typename Kernel>
   void AddInPlace(Kernel kernel) {
     if (handle == nullptr) return;
@@ -61,7 +60,6 @@ class AsciiStringHandle : public StringBuilder {
   friend void AddBinary(AsciiStringHandle &builder, const void *bytes, std::int32_t count);
 };
 
-// UTF-16 output.
 class UnicodeStringHandle : public StringBuilder {
  public:
   UnicodeStringHandle() : StringBuilder(kEncodingUTF16) {}

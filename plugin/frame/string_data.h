@@ -8,14 +8,13 @@ namespace kzv {
 
 void REALDisposeStringData(REALstringData *record);
 
-// Owns such bytes.
 class StringData {
  public:
   // Takes the bytes of `s` in `encoding` (kEncodingBytes: as stored), once in the life of the object; false
   // when the host does not provide them.
   [[nodiscard]] bool take(REALstringStruct *s, REALencoding encoding);
 
-  // What the host fills in is not trusted: a null pointer or a length below 1 is no text.
+  // What the host fills in is not trusted: a null pointer or a length below 1 means an empty text.
   [[nodiscard]] ByteView bytes() const {
     if (record_.data == nullptr || record_.length <= 0) return {};
     return {record_.data, static_cast<std::size_t>(record_.length)};

@@ -15,8 +15,7 @@ constexpr std::uint32_t EmptyBufferUInt32[1] = {};
 constexpr double kFirstVersionWithNarrowRecords = 2012.0;
 constexpr double kFirstVersionWithUTF16Records = 2013.0;
 
-// Makes sure that a zero unit follows the text, by a copy if need be; without memory for one the text is
-// empty.
+// Makes sure that a zero unit follows the text, by a copy if need be; if that fails the text is empty.
 bool Terminate(std::size_t unit_size, ByteView &text, HeapBuffer &copy) {
   constexpr std::uint64_t kTerminator = 4;
   if (text.empty()) return true;

@@ -25,7 +25,7 @@ class rbText {
   ByteView ascii() { return ascii_.converted ? ascii_.text : ConvertNarrow(kEncodingASCII, ascii_); }
   ByteView utf8() { return utf8_.converted ? utf8_.text : ConvertNarrow(kEncodingUTF8, utf8_); }
 
-  // Whether there is UTF-8 text, be it empty: false when the host did not provide it.
+  // Whether there is UTF-8 text, even if empty: false when the host did not provide it.
   bool has_utf8() const { return utf8_.delivered; }
 
   // UTF-16 without a byte-order mark at its start, in units that may be at odd addresses.
@@ -35,8 +35,7 @@ class rbText {
   const std::uint32_t *GetWChar();
   std::size_t LengthWChar();
 
-  // Releases what the view holds of the host's: its text may be gone then. What the host throws here passes
-  // on.
+  // Releases what the view holds: its text may be gone then. What the host throws here passes on.
   void release();
 
  private:

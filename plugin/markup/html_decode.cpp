@@ -12,7 +12,7 @@
 namespace kzv::html {
 namespace {
 
-// A reference of a text: its length with "&" and ";", and its character, which may be above U+FFFF. The
+// A reference in a text: its length with "&" and ";", and its character, which may be above U+FFFF. The
 // length is never less than the code units that the character becomes.
 struct Reference {
   std::size_t length;

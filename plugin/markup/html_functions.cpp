@@ -12,7 +12,7 @@
 namespace kzv {
 namespace {
 
-// For a unit whose longest form does not fit into the block: appended on its own, it makes the builder grow.
+// For a unit whose longest form does not fit into the buffer: appended on its own, it makes the builder grow.
 void AddReference(AsciiStringHandle &page, CodeUnit unit, bool keep_ascii) {
   const html::Entity *const entity = html::entity_of(unit.value);
   if (entity != nullptr && unit.value >= 0x80) {
@@ -37,7 +37,6 @@ void AddPage(AsciiStringHandle &page, CodeUnitView text, bool keep_ascii) {
   }
 }
 
-// Appends `unit` as often as `times` says.
 void AddRepeated(AsciiStringHandle &page, ByteView unit, std::size_t times) {
   page.AddInPlace([&](ByteBuffer output) {
     const std::size_t fitting = std::min(times, output.size() / unit.size());
@@ -64,7 +63,7 @@ void AddWithoutTags(AsciiStringHandle &page, ByteView text, ByteView instead) {
   }
 }
 
-// Bytes of the HTML builders' first block: for a short text no more than it can need.
+// Bytes that the HTML builders begin with: for a short text no more than it can need.
 std::uint64_t PageCapacity(CodeUnitView text) {
   return std::min(std::uint64_t{text.size()} * 2 + 4096, html::encode_bound(text.size()));
 }

@@ -81,24 +81,24 @@ class QuoteFinder {
     return quoted;
   }
 
-  // Quotes of the other kind count as text, so each is looked at in turn; `left` are the bytes after the
-  // last:
+  // Quotes of the other kind count as text, so each is looked at in turn; `remaining` are the bytes
+  // after the last:
   //
   //   block           '  "  '  a  "  '  "  b
   //   quoted          .  1  1  .  .  1  1  .
   std::uint64_t find_both_kinds(std::uint64_t single_quotes, std::uint64_t double_quotes) {
     std::uint64_t quoted = 0;
-    for (std::uint64_t left = scan::kAllBits;;) {
+    for (std::uint64_t remaining = scan::kAllBits;;) {
       if (open_quote_ == 0) {
-        const std::uint64_t quotes = (single_quotes | double_quotes) & left;
+        const std::uint64_t quotes = (single_quotes | double_quotes) & remaining;
         if (quotes == 0) return quoted;
         open_quote_ = (single_quotes & scan::lowest_bit(quotes)) != 0 ? '\'' : '"';
-        left = ~scan::up_to_lowest(quotes);
+        remaining = ~scan::up_to_lowest(quotes);
       }
-      const std::uint64_t closing = (open_quote_ == '"' ? double_quotes : single_quotes) & left;
-      if (closing == 0) return quoted | left;
-      quoted |= left & scan::up_to_lowest(closing);
-      left = ~scan::up_to_lowest(closing);
+      const std::uint64_t closing = (open_quote_ == '"' ? double_quotes : single_quotes) & remaining;
+      if (closing == 0) return quoted | remaining;
+      quoted |= remaining & scan::up_to_lowest(closing);
+      remaining = ~scan::up_to_lowest(closing);
       open_quote_ = 0;
     }
   }

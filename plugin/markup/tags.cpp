@@ -19,29 +19,29 @@ constexpr void count_bracket(bool opening, Nesting &nesting) { nesting += openin
 // The bytes of a block that are outside of tags; `nesting` is the carry. Where tags are not nested, as nearly
 // always, each bracket changes sides, and the whole block is decided at once:
 //
-//   block        x  <  b  r  >  y  <  p ...
-//   sides        .  1  1  1  .  .  1  1     prefix_xor of both, inverted if the block begins inside
-//   outside      1  .  .  .  .  1  .  .     neither on that side nor a bracket
+//   block                x  <  b  r  >  y  <  p ...
+//   inside_or_opening    .  1  1  1  .  .  1  1     prefix_xor of the brackets, inverted after an open tag
+//   outside              1  .  .  .  .  1  .  .     neither of these nor a bracket
 //
-// An opening bracket off that side, or a closing one on it, shows nesting: then brackets are counted singly.
+// An opening bracket with a 0 there, or a closing one with a 1, shows nesting: then brackets are counted.
 std::uint64_t find_outside(std::uint64_t opening, std::uint64_t closing, Nesting &nesting) {
   std::uint64_t brackets = opening | closing;
   if (nesting <= 1) {
-    const std::uint64_t sides = scan::prefix_xor(brackets) ^ (0 - std::uint64_t{nesting});
-    if ((opening & ~sides) == 0 && (closing & sides) == 0) {
-      nesting = static_cast<Nesting>(sides >> 63);
-      return ~(sides | brackets);
+    const std::uint64_t inside_or_opening = scan::prefix_xor(brackets) ^ (0 - std::uint64_t{nesting});
+    if ((opening & ~inside_or_opening) == 0 && (closing & inside_or_opening) == 0) {
+      nesting = static_cast<Nesting>(inside_or_opening >> 63);
+      return ~(inside_or_opening | brackets);
     }
   }
   std::uint64_t outside = 0;
-  std::uint64_t left = scan::kAllBits;  // the bytes after the last bracket
+  std::uint64_t remaining = scan::kAllBits;  // the bytes after the last bracket
   for (; brackets != 0; brackets = scan::without_lowest(brackets)) {
     const std::uint64_t bracket = scan::lowest_bit(brackets);
-    outside |= nesting == 0 ? left & (bracket - 1) : 0;
+    outside |= nesting == 0 ? remaining & (bracket - 1) : 0;
     count_bracket((opening & bracket) != 0, nesting);
-    left = ~(bracket | (bracket - 1));
+    remaining = ~(bracket | (bracket - 1));
   }
-  return nesting == 0 ? outside | left : outside;
+  return nesting == 0 ? outside | remaining : outside;
 }
 
 }  // namespace
@@ -49,10 +49,11 @@ std::uint64_t find_outside(std::uint64_t opening, std::uint64_t closing, Nesting
 std::size_t remove(ByteView text, ByteBuffer output) {
   Nesting nesting = 0;
   const auto choose = [&](const scan::Chunk &chunk, scan::Masks &kept) {
+    scan::Masks opening;
     scan::Masks closing;
-    chunk.find(kOpening, kept);
+    chunk.find(kOpening, opening);
     chunk.find(kClosing, closing);
-    for (std::size_t i = 0; i < chunk.blocks(); ++i) kept[i] = find_outside(kept[i], closing[i], nesting);
+    for (std::size_t i = 0; i < chunk.blocks(); ++i) kept[i] = find_outside(opening[i], closing[i], nesting);
   };
   return scan::keep(text, choose, output);
 }
@@ -66,12 +67,14 @@ std::size_t remove(ByteView text, ByteBuffer output) {
 std::size_t replace(ByteView text, std::uint8_t instead, ByteBuffer output) {
   Nesting nesting = 0;
   const auto choose = [&](scan::Chunk &chunk, scan::Masks &kept) {
+    scan::Masks opening;
+    scan::Masks closing;
     scan::Masks inside;
-    chunk.find(kOpening, kept);
-    chunk.find(kClosing, inside);
+    chunk.find(kOpening, opening);
+    chunk.find(kClosing, closing);
     for (std::size_t i = 0; i < chunk.blocks(); ++i) {
-      const std::uint64_t outside = find_outside(kept[i], inside[i], nesting);
-      kept[i] = ~(kept[i] | inside[i]);
+      const std::uint64_t outside = find_outside(opening[i], closing[i], nesting);
+      kept[i] = ~(opening[i] | closing[i]);
       inside[i] = kept[i] & ~outside;
     }
     chunk.fill(inside, instead);

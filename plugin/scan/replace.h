@@ -28,19 +28,19 @@ std::uint64_t replace_in_block(Chunk &chunk, std::size_t i, std::uint64_t starts
                                Replace replace) {
   const std::size_t base = chunk.block_start(i);
   std::uint64_t kept = done > base ? bits_from(done - base) : kAllBits;
-  std::uint64_t left = kept & starts;
-  if (left == 0) return kept;
+  std::uint64_t remaining = kept & starts;
+  if (remaining == 0) return kept;
   std::uint8_t *const block = chunk.writable_block(i);
-  while (left != 0) {
-    const unsigned start = lowest_position(left);
+  while (remaining != 0) {
+    const unsigned start = lowest_position(remaining);
     const Replacement replacement = replace(base + start);
     done = replacement.end;
     block[start] = replacement.byte;
     const std::uint64_t span = bits_below(done - base) & bits_from(start);
     kept &= ~span | bit_if(replacement.kept) << start;
     // Only a start within this span makes the search for the next wait for the span's end.
-    left = without_lowest(left);
-    if ((left & span) != 0) left &= ~span;
+    remaining = without_lowest(remaining);
+    if ((remaining & span) != 0) remaining &= ~span;
   }
   return kept;
 }

@@ -71,7 +71,11 @@ class EncodeData {
       const scan::Chunk chunk(input, at);
       bool has_line_breaks = false;
       const ByteView text = ByteView(escaped).first(escape(chunk, escaped, has_line_breaks));
-      has_line_breaks ? make_lines(text) : fill_lines(text);
+      if (has_line_breaks) {
+        make_lines(text);
+      } else {
+        fill_lines(text);
+      }
       at += chunk.size();
     }
     if (has_line_breaks_ && column_ > 0) end_line(kSoftBreak);
@@ -201,17 +205,17 @@ class Decoder {
     std::uint64_t pair_carry = 0;   // whether this block's last byte is the CR of a pair
     for (std::size_t i = 0; i < chunk.blocks(); ++i) {
       const std::size_t base = chunk.block_start(i);
-      const std::uint64_t left = done_ > base ? scan::bits_from(done_ - base) : scan::kAllBits;
-      const std::uint64_t signs = equals[i] & left;
+      const std::uint64_t remaining = done_ > base ? scan::bits_from(done_ - base) : scan::kAllBits;
+      const std::uint64_t signs = equals[i] & remaining;
       escapes[i] = signs & digits.ahead(i, 1) & digits.ahead(i, 2);
       const std::uint64_t soft_breaks = signs & returns.ahead(i, 1) & feeds.ahead(i, 2);
-      const std::uint64_t pairs = returns[i] & left & feeds.ahead(i, 1);
+      const std::uint64_t pairs = returns[i] & remaining & feeds.ahead(i, 1);
       const std::uint64_t pair_ends = scan::follows(pairs, pair_carry);
       const std::uint64_t of_three = escapes[i] | soft_breaks;
-      const std::uint64_t feed_return = feeds[i] & left & ~pair_ends & returns.ahead(i, 1);
-      const std::uint64_t irregular = (signs & ~of_three) | (returns[i] & left & ~pairs) | feed_return;
+      const std::uint64_t feed_return = feeds[i] & remaining & ~pair_ends & returns.ahead(i, 1);
+      const std::uint64_t irregular = (signs & ~of_three) | (returns[i] & remaining & ~pairs) | feed_return;
       if (irregular != 0) return false;
-      kept[i] = left & ~(of_three << 1 | of_three << 2 | soft_breaks | pairs | taken_carry);
+      kept[i] = remaining & ~(of_three << 1 | of_three << 2 | soft_breaks | pairs | taken_carry);
       taken_carry = of_three >> 63 | of_three >> 62;
       any_escape |= escapes[i];
     }
@@ -224,7 +228,7 @@ class Decoder {
 
   [[nodiscard]] scan::Replacement replaced(std::size_t at) const {
     if (input_[at] != '=') return scan::replaced_by('\n', after_line_break(input_, at));
-    if (input_.size() - at < 3) return scan::dropped(input_.size());  // too short for any byte
+    if (input_.size() - at < 3) return scan::dropped(input_.size());  // fewer than two bytes follow
     const std::uint8_t high = input_[at + 1];
     const std::uint8_t low = input_[at + 2];
     if (is_line_break(high) || is_white_space(high)) {  // a soft line break

@@ -50,11 +50,11 @@ std::uint64_t find_escapes(std::uint64_t percent_signs, std::uint64_t &digits_ca
   std::uint64_t escapes = percent_signs & ~digits_carry;
   const bool any_is_digit = (escapes & (escapes << 1 | escapes << 2)) != 0;
   if (any_is_digit) {
-    std::uint64_t left = std::exchange(escapes, 0);
-    while (left != 0) {
-      const std::uint64_t first = scan::lowest_bit(left);
+    std::uint64_t remaining = std::exchange(escapes, 0);
+    while (remaining != 0) {
+      const std::uint64_t first = scan::lowest_bit(remaining);
       escapes |= first;
-      left &= ~(first | first << 1 | first << 2);
+      remaining &= ~(first | first << 1 | first << 2);
     }
   }
   digits_carry = escapes >> 63 | escapes >> 62;

@@ -19,8 +19,8 @@ constexpr std::uint8_t kEscapedOffset = 64;  // on top of the other
 //   odd places          .  1  .  1  .  1  .  1  .  1
 //   signs + starts at odd places
 //                       .  .  .  1  1  .  1  1  1  .
-//   odd_runs            .  1  1  .  .  .  .  .  .  .     the runs that start at odd places,
-//   escapes             .  1  .  .  1  .  1  .  1  .     of which the odd places escape; of the rest the even
+//   odd_runs            .  1  1  .  .  .  .  .  .  .     the runs that start at odd places
+//   escapes             .  1  .  .  1  .  1  .  1  .     odd places of these runs, even ones of the others
 //
 // `carry` is whether the last byte of the block before escapes the first of this one.
 std::uint64_t find_escapes(std::uint64_t signs, std::uint64_t &carry) {
