@@ -43,32 +43,13 @@ struct Membership {
            shifted % 32 <= first + (random >> 24 & 15);
   }
 };
-template <size_t... kSet>
-constexpr std::array<cpu::ByteSet, sizeof...(kSet)> sets_of(std::index_sequence<kSet...>) {
-  return {cpu::ByteSet(Membership{kSet})...};
+constexpr auto kSets = []<size_t... kSet>(std::index_sequence<kSet...>) {
+  return std::array{cpu::ByteSet(Membership{kSet})...};
 }
-constexpr auto kSets = sets_of(std::make_index_sequence<64>());
+(std::make_index_sequence<64>());
 
 class Operations : public testing::Test {
  protected:
-  // Calls `body(round)` with every number of blocks up to 17 and other random arguments each time.
-  template <typename Body>
-  void for_rounds(Body body) {
-    for (size_t round = 0; round < 65 * 17 && !HasFailure(); ++round) {
-      blocks = round % 17 + 1;
-      size = blocks * kBlock;
-      one = static_cast<std::uint8_t>(random());
-      other = static_cast<std::uint8_t>(random());
-      for (std::uint64_t &mask : where) {
-        const std::uint64_t half = random();
-        mask = std::array{~std::uint64_t{0}, half | random() | random(), half, half & random()}[below(4)];
-      }
-      const std::string few = "09AFafGg/:@`" + byte(one) + byte(other);
-      for (char &to : text) to = round % 2 == 0 ? static_cast<char>(random()) : few[below(few.size())];
-      body(round);
-    }
-  }
-
   size_t below(size_t limit) { return static_cast<size_t>(random() % limit); }
 
   // The arguments at byte, unit or mask bit k.
@@ -78,105 +59,96 @@ class Operations : public testing::Test {
   bool marked(size_t k) const { return (where[k / kBlock] >> k % kBlock & 1) != 0; }
   static std::string byte(int value) { return {static_cast<char>(value)}; }
 
-  // Expects `operation(from, to)`, which may read `read` bytes of the text and write `bound` and returns how
+  // Expects `operation(in, out)`, which may read `read` bytes of the text and write `bound` and returns how
   // many of those count, to write `piece(k)` for each k below `count`.
   template <typename Operation, typename Piece>
-  void expect(size_t read, size_t bound, Operation operation, size_t count, Piece piece,
+  void expect(const char *name, size_t read, size_t bound, Operation operation, size_t count, Piece piece,
               bool in_place = false) {
     std::string expected;
     for (size_t k = 0; k < count; ++k) expected += piece(k);
-    const auto run = [&](auto in, auto out) {
-      std::ranges::fill(out, 0xEE);
-      if (in_place) std::ranges::copy(in, out.begin());
-      return operation(in_place ? out.data() : in.data(), out.data());
+    const auto run = [&](auto input, auto output) {
+      std::ranges::fill(output, 0xEE);
+      if (in_place) std::ranges::copy(input, output.begin());
+      return operation(in_place ? output.data() : input.data(), output.data());
     };
-    EXPECT_EQ(run_kernel(std::string_view(text).substr(0, read), bound, run), expected) << in_place;
+    EXPECT_EQ(run_kernel(std::string_view(text).substr(0, read), bound, run), expected) << name << in_place;
   }
   template <typename Operation, typename Piece>
-  void expect_both(size_t read, Operation operation, Piece piece) {
-    expect(read, size, operation, size, piece);
-    expect(read, read, operation, size, piece, true);
+  void expect_both(const char *name, size_t read, Operation operation, Piece piece) {
+    expect(name, read, size, operation, size, piece);
+    expect(name, read, read, operation, size, piece, true);
   }
   template <typename Holds>
-  void expect_masks(Holds holds) {
-    for (size_t k = 0; k < size; ++k) ASSERT_EQ(found[k / kBlock] >> k % kBlock & 1, holds(k) ? 1U : 0U) << k;
+  void expect_masks(const char *name, Holds holds) {
+    for (size_t k = 0; k < size; ++k)
+      ASSERT_EQ(found[k / kBlock] >> k % kBlock & 1, holds(k) ? 1U : 0U) << name << k;
   }
 
   std::mt19937_64 random = seeded_random();
-  const cpu::Level &level = cpu::level();
-  size_t blocks = 0;
   size_t size = 0;
-  std::uint8_t one = 0;
-  std::uint8_t other = 0;
   std::array<std::uint64_t, 17> where{};
   std::array<std::uint64_t, 17> found{};
   std::string text = std::string(2 * 17 * kBlock + 300, 0);
 };
 
-TEST_F(Operations, OnTails) {
-  for_rounds([&](size_t round) {
+// With every number of blocks up to 17, every tail of a block, and other random arguments each time.
+TEST_F(Operations, FollowTheirDefinitions) {
+  const cpu::Level &level = cpu::level();
+  const std::uint64_t *const bits = where.data();
+  for (size_t round = 0; round < 65 * 17 && !HasFailure(); ++round) {
+    const size_t blocks = round % 17 + 1;
     const size_t tail = round % (kBlock + 1);
-    const auto load = [&](auto *from, auto *to) { return level.load_partial(from, tail, to), kBlock; };
-    expect(tail, kBlock, load, kBlock, [&](auto k) { return byte(k < tail ? at(k) : 0); });
     const size_t count = round % 200;
-    const auto to_hex = [&](auto *from, auto *to) { return level.to_hex(from, count, to), 2 * count; };
-    expect(count, 2 * count, to_hex, count, [&](auto k) { return hex_at(k); });
-    const auto from_hex = [&](auto *from, auto *to) { return level.from_hex(from, count, to), count; };
-    expect(2 * count, count, from_hex, count, [&](auto k) { return byte(number_at(2 * k)); });
-  });
-}
-
-TEST_F(Operations, ThatFind) {
-  for_rounds([&](size_t round) {
+    const size_t distance = below(300);
     const Membership belongs{round % kSets.size()};
     const cpu::ByteSet &set = kSets[belongs.set];
+    size = blocks * kBlock;
+    const auto one = static_cast<std::uint8_t>(random());
+    const auto other = static_cast<std::uint8_t>(random());
+    for (std::uint64_t &mask : where) {
+      const std::uint64_t half = random();
+      mask = std::array{~std::uint64_t{0}, half | random() | random(), half, half & random()}[below(4)];
+    }
+    const std::string few = "09AFafGg/:@`" + byte(one) + byte(other);
+    for (char &to : text) to = round % 2 == 0 ? static_cast<char>(random()) : few[below(few.size())];
+
+    const auto load = [&](auto in, auto out) { return level.load_partial(in, tail, out), kBlock; };
+    expect("load_partial", tail, kBlock, load, kBlock, [&](auto k) { return byte(k < tail ? at(k) : 0); });
+    const auto to_hex = [&](auto in, auto out) { return level.to_hex(in, count, out), 2 * count; };
+    expect("to_hex", count, 2 * count, to_hex, count, [&](auto k) { return hex_at(k); });
+    const auto from_hex = [&](auto in, auto out) { return level.from_hex(in, count, out), count; };
+    expect("from_hex", 2 * count, count, from_hex, count, [&](auto k) { return byte(number_at(2 * k)); });
+
     Guarded from(std::string_view(text).substr(0, size));
     level.find(from.data(), blocks, set, found.data());
-    expect_masks([&](auto k) { return belongs(at(k)); });
-    for (const std::uint8_t each : from.bytes()) ASSERT_EQ(set.contains(each), belongs(each));
-
-    const size_t distance = below(300);
+    expect_masks("find", [&](auto k) { return belongs(at(k)); });
+    expect_masks("contains", [&](auto k) { return set.contains(at(k)); });
     Guarded longer(std::string_view(text).substr(0, size + distance));
     level.find_pair(longer.data(), blocks, one, other, distance, found.data());
-    expect_masks([&](auto k) { return at(k) == one && at(k + distance) == other; });
-  });
-}
+    expect_masks("find_pair", [&](auto k) { return at(k) == one && at(k + distance) == other; });
 
-TEST_F(Operations, ThatWriteInPlaceOrElsewhere) {
-  for_rounds([&](size_t) {
-    const std::uint64_t *const bits = where.data();
-    const auto compact = [&](auto *from, auto *to) { return level.compact(from, blocks, bits, to); };
-    expect_both(size, compact, [&](auto k) { return marked(k) ? byte(at(k)) : ""; });
-    const auto add = [&](auto *from, auto *to) {
-      return level.add(from, blocks, bits, one, other, to), size;
-    };
-    expect_both(size, add, [&](auto k) { return byte(at(k) + one + (marked(k) ? other : 0)); });
-    const auto fill = [&](auto *from, auto *to) { return level.fill(from, blocks, bits, one, to), size; };
-    expect_both(size, fill, [&](auto k) { return byte(marked(k) ? one : at(k)); });
-    const auto decode = [&](auto *from, auto *to) {
-      return level.decode_escapes(from, blocks, bits, to), size;
-    };
-    expect_both(size + 2, decode, [&](auto k) { return byte(marked(k) ? number_at(k + 1) : at(k)); });
-  });
-}
+    const auto compact = [&](auto in, auto out) { return level.compact(in, blocks, bits, out); };
+    expect_both("compact", size, compact, [&](auto k) { return marked(k) ? byte(at(k)) : ""; });
+    const auto add = [&](auto in, auto out) { return level.add(in, blocks, bits, one, other, out), size; };
+    expect_both("add", size, add, [&](auto k) { return byte(at(k) + one + (marked(k) ? other : 0)); });
+    const auto fill = [&](auto in, auto out) { return level.fill(in, blocks, bits, one, out), size; };
+    expect_both("fill", size, fill, [&](auto k) { return byte(marked(k) ? one : at(k)); });
+    const auto decode = [&](auto in, auto out) { return level.decode_escapes(in, blocks, bits, out), size; };
+    expect_both("decode_escapes", size + 2, decode,
+                [&](auto k) { return byte(marked(k) ? number_at(k + 1) : at(k)); });
 
-TEST_F(Operations, ThatWriteElsewhere) {
-  for_rounds([&](size_t round) {
     size_t bound = size + kBlock;
     for (size_t k = 0; k < size; ++k) bound += marked(k) ? 2 : 0U;
-    const auto escape = [&](auto *from, auto *to) {
-      return level.write_escapes(from, blocks, where.data(), '=', to);
-    };
-    expect(size, bound, escape, size, [&](auto k) { return marked(k) ? '=' + hex_at(k) : byte(at(k)); });
-
+    const auto escape = [&](auto in, auto out) { return level.write_escapes(in, blocks, bits, '=', out); };
+    expect("write_escapes", size, bound, escape, size,
+           [&](auto k) { return marked(k) ? '=' + hex_at(k) : byte(at(k)); });
     const auto limit = static_cast<std::uint16_t>(round % 3 == 0 ? one : one << 8 | other);
-    const auto narrow = [&](auto *from, auto *to) {
-      level.narrow(reinterpret_cast<const CodeUnit *>(from), blocks, limit, to, found.data());
-      return size;
+    const auto narrow = [&](auto in, auto out) {
+      return level.narrow(reinterpret_cast<const CodeUnit *>(in), blocks, limit, out, found.data()), size;
     };
-    expect(2 * size + round % 2, size, narrow, size, [&](auto k) { return byte(at(2 * k)); });
-    expect_masks([&](auto k) { return (at(2 * k) | at(2 * k + 1) << 8) >= limit; });
-  });
+    expect("narrow", 2 * size + round % 2, size, narrow, size, [&](auto k) { return byte(at(2 * k)); });
+    expect_masks("narrow", [&](auto k) { return (at(2 * k) | at(2 * k + 1) << 8) >= limit; });
+  }
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <regex>
 
 #include "support/runner.h"
 
@@ -50,10 +51,8 @@ TEST(Reference, ExamplesPrintTheirOutput) {
 
 // The examples before README.md's first section call the runner by the command that builds it.
 TEST(Readme, ExamplesPrintTheirOutput) {
-  std::string front = "## README\n### README\n" + contents(KZV_SOURCE "/README.md");
-  const std::string command = "$ ./run ";
-  for (std::size_t at = 0; (at = front.find(command, at)) != std::string::npos;)
-    front.replace(at, command.size(), "$ kzv ");
+  const std::string front = std::regex_replace("## README\n### README\n" + contents(KZV_SOURCE "/README.md"),
+                                               std::regex(R"(\$ \./run )"), "$$ kzv ");
   const std::vector<Group> groups = parse_reference(front);
   const std::vector<Example> &examples = groups.at(0).sections.at(0).examples;
   EXPECT_GE(examples.size(), 5U);

@@ -34,19 +34,16 @@ class RandomSource : public Source {
     const std::int64_t spread = std::array{0, 1, 2, 16, 300}[size(0, 4)];
     std::array<std::string_view, 3> pieces;
     for (std::string_view &piece : pieces) piece = kPieces[size(0, std::size(kPieces) - 1)];
-    std::string text;
-    if (spread == 0) {
-      text.assign(length + 2, 'a');
-      const std::size_t seam = flag() ? 64 : 1024;
-      for (auto left = size(1, 6); left > 0; --left) {
-        const std::size_t at = std::max(seam * size(0, length / seam), std::size_t{2}) + size(0, 4) - 2;
-        if (at <= length) text.replace(at, pieces[left % 3].size(), pieces[left % 3]);
-      }
+    std::string text(spread == 0 ? length + 2 : 0, 'a');
+    const std::size_t seam = flag() ? 64 : 1024;
+    for (auto left = spread == 0 ? size(1, 6) : 0; left > 0; --left) {
+      const std::size_t at = std::max(seam * size(0, length / seam), std::size_t{2}) + size(0, 4) - 2;
+      if (at <= length) text.replace(at, pieces[left % 3].size(), pieces[left % 3]);
     }
     while (text.size() < length) {
       const std::size_t k = number(1, spread) == 1 ? size(0, 3) : 4;
-      text +=
-          k < 3 ? std::string(pieces[k]) : std::string(1, k == 3 ? static_cast<char>(number(0, 255)) : 'a');
+      if (k < 3) text += pieces[k];
+      if (k >= 3) text += k == 3 ? static_cast<char>(byte()) : 'a';
     }
     return text.substr(0, length);
   }
@@ -57,9 +54,8 @@ class RandomSource : public Source {
 
 TEST(Relations, HoldForRandomTexts) {
   RandomSource source;
-  for (int round = 0; round < 3000; ++round) {
+  for (int round = 0; round < 3000; ++round)
     for (const auto draw : relations::kAll) draw(source);
-  }
 }
 
 TEST(Relations, HoldForEveryByteAndCodeUnit) {
@@ -133,11 +129,10 @@ TEST(Relations, HoldForReferences) {
       u"&#xg;&#x00041;&#000065;&#x12345;&#0;&#x0;&#-65;&#6-5;&#65-;&#x-41;&#x4-;"
       u"&lt\0;&\0lt;&\u0161mp;&am\u0170;&#\u0136;&amp\u013B;"s;  // right in the low byte only
   for (const html::Entity &entity : html::escapecodes) {
-    const std::string_view name = entity.name();
-    for (int flips = 0; flips < 1 << name.size(); ++flips) {
+    for (int flips = 0; flips < 1 << entity.name().size(); ++flips) {
       text += u'&';
-      for (std::size_t i = 0; i < name.size(); ++i)
-        text += static_cast<char16_t>(name[i] ^ (flips >> i & 1) << 5);
+      for (int i = 0; const char c : entity.name())
+        text += static_cast<char16_t>(c ^ (flips >> i++ & 1) << 5);
       text += u';';
     }
   }
@@ -150,34 +145,24 @@ TEST(Relations, HoldForReferences) {
 // All 65,536 sequences of 16 pieces of two kinds, or of 8 of four, which end a block, lie across its end or
 // begin the next one, after whatever may be carried into them.
 TEST(Relations, HoldForEverySequenceOfPieces) {
-  struct Row {
-    void (*relation)(const std::string &);
-    std::vector<std::string_view> pieces;
-    std::vector<std::string_view> carries;
-  };
-  const auto rows = std::to_array<Row>({
+  using Texts = std::vector<std::string_view>;
+  using Text = const std::string &;
+  const std::tuple<void (*)(Text), Texts, Texts> rows[] = {
       {relations::yenc, {"=", "a"}, {"", "=", "=="}},
-      {[](const std::string &text) { relations::url(text, 1); }, {"%", "4"}, {"", "%", "%4"}},
-      {[](const std::string &text) { relations::tags(text, "[]", '*'); },
-       {"<", "a", ">", "bc"},
-       {"", "<", "<<", ">"}},
+      {[](Text text) { relations::url(text, 1); }, {"%", "4"}, {"", "%", "%4"}},
+      {[](Text text) { relations::tags(text, "[]", '*'); }, {"<", "a", ">", "bc"}, {"", "<", "<<", ">"}},
       {relations::sql, {"'", " true ", "\"", "a"}, {"", "'", "\"", " "}},
-      {[](const std::string &text) { relations::printable(text, 72); },
-       {"=", "\r", "\n", "4"},
-       {"", "=", "=4", "\r"}},
-  });
-  for (const Row &row : rows) {
-    const std::size_t kinds = row.pieces.size();
-    for (unsigned sequence = 0; sequence < 0x10000; ++sequence) {
+      {[](Text text) { relations::printable(text, 72); }, {"=", "\r", "\n", "4"}, {"", "=", "=4", "\r"}},
+  };
+  for (const auto &[relation, kinds, carries] : rows) {
+    for (std::size_t sequence = 0x10000; sequence < 0x20000; ++sequence) {
       std::string pieces;
-      for (std::size_t rest = sequence + 0x10000; rest > 1; rest /= kinds) pieces += row.pieces[rest % kinds];
-      for (const std::string_view carry : row.carries) {
-        for (const std::size_t at : {64 - pieces.size(), 64 - pieces.size() / 2, std::size_t{64}}) {
-          if (at < 64 && !carry.empty()) continue;
-          row.relation(std::string(at - carry.size(), 'a').append(carry).append(pieces) + "a true " +
-                       std::string(60, 'a'));
-        }
-      }
+      for (std::size_t rest = sequence; rest > 1; rest /= kinds.size()) pieces += kinds[rest % kinds.size()];
+      const std::string after = pieces + "a true " + std::string(60, 'a');
+      for (const std::size_t at : {64 - pieces.size(), 64 - pieces.size() / 2})
+        relation(std::string(at, 'a') + after);
+      for (const std::string_view carry : carries)
+        relation(std::string(64 - carry.size(), 'a').append(carry) + after);
     }
   }
 }

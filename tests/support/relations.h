@@ -6,7 +6,6 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
-#include <limits>
 
 #include "compare/bitwise.h"
 #include "compare/distance.h"
@@ -45,17 +44,15 @@ class Source {
   }
   // Any number, or as often one of a few.
   std::int32_t number_or(std::int32_t least, std::int32_t greatest) {
-    using Limits = std::numeric_limits<std::int32_t>;
-    return static_cast<std::int32_t>(flag() ? number(Limits::min(), Limits::max()) : number(least, greatest));
+    return static_cast<std::int32_t>(flag() ? number(INT32_MIN, INT32_MAX) : number(least, greatest));
   }
   // Bytes as code units: one a unit, or two.
   std::u16string units(std::size_t longest) {
     const std::string bytes = text(longest);
     const std::size_t width = flag() ? 2 : 1;
     std::u16string units(bytes.size() / width, u'\0');
-    for (std::size_t i = 0; i < units.size() * width; ++i) {
+    for (std::size_t i = 0; i < units.size() * width; ++i)
       units[i / width] |= static_cast<char16_t>(static_cast<std::uint8_t>(bytes[i]) << i % width * 8);
-    }
     return units;
   }
   std::string copies(const std::string &piece, std::size_t most) {
@@ -76,8 +73,8 @@ inline CodeUnitView units_of(ByteView bytes) {
 namespace relations {
 
 inline void url(const std::string &text, std::uint32_t options) {
-  const auto encode = [=](ByteView from, ByteBuffer to) { return url::encode(from, options, to); };
-  const auto decode = [=](ByteView from, ByteBuffer to) { return url::decode(from, options, to); };
+  const auto encode = [=](auto from, auto to) { return url::encode(from, options, to); };
+  const auto decode = [=](auto from, auto to) { return url::decode(from, options, to); };
   const std::string encoded = run_kernel(text, url::encode_bound(text.size()), encode);
   constexpr std::string_view kKept = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789!*-._@";
   const bool keeps_plus = options % 4 == 0 || options % 4 == 3;
@@ -204,21 +201,17 @@ inline void sql(const std::string &text) {
 
 inline void tags(const std::string &text, const std::string &given, std::uint8_t byte) {
   const std::string shown = given.substr(0, given.find('\0'));
-  const auto replace = [=](ByteView from, ByteBuffer to) { return tags::replace(from, byte, to); };
+  const auto replace = [=](auto from, auto to) { return tags::replace(from, byte, to); };
   expect(run_kernel(text, text.size(), tags::remove) == slow_tags_replaced(text, ""), "tags removed");
-  expect(run_kernel(text, text.size(), replace) ==
-             slow_tags_replaced(text, std::string(1, static_cast<char>(byte))),
-         "tags replaced by a byte");
+  const std::string replaced = slow_tags_replaced(text, std::string(1, static_cast<char>(byte)));
+  expect(run_kernel(text, text.size(), replace) == replaced, "tags replaced by a byte");
   Guarded page(text);
-  Guarded block(given);
-  const ByteView replacement = until_zero(block.bytes());
   std::string result;
   for (tags::TagScanner scanner(page.bytes()); scanner.next();) {
-    const auto repeat = [](ByteView unit, ByteBuffer out) { return tags::repeat(unit, out); };
     result += text_of(scanner.kept());
-    if (!shown.empty()) result += run_kernel(shown, shown.size() * scanner.dropped(), repeat);
+    if (!shown.empty()) result += run_kernel(shown, shown.size() * scanner.dropped(), tags::repeat);
   }
-  expect(text_of(replacement) == shown, "a replacement ends before a zero");
+  expect(text_of(until_zero(Guarded(given).bytes())) == shown, "a replacement ends before a zero");
   expect(result == slow_tags_replaced(text, shown), "tags replaced");
 }
 
@@ -233,12 +226,10 @@ inline void classification(const std::string &text, std::int32_t mode, std::uint
   expect(is_ascii(area.bytes(), mode) == (!text.empty() && mode >= 0 && mode < 3 && ascii[mode]), "modes");
   const bool special = text.find_first_of(std::string_view("\"&'<>\0", 6)) < text.size();
   expect(html::is_html_ready(area.bytes()) == (ascii[0] && !special), "ready for HTML");
-  const auto replace = [=](ByteView from, ByteBuffer to) {
-    return replace_non_printable(from, replacement, to);
-  };
+  const auto replace = [=](auto from, auto to) { return replace_non_printable(from, replacement, to); };
   std::string printed = text;
-  for (char &c : printed)
-    c = c >= 32 && static_cast<std::uint8_t>(c) < 128 ? c : static_cast<char>(replacement);
+  std::ranges::replace_if(
+      printed, [](std::uint8_t byte) { return byte < 32 || byte > 127; }, replacement);
   expect(run_kernel(text, text.size(), replace) == printed, "other than printable bytes replaced");
 }
 
@@ -262,8 +253,8 @@ inline void order(const std::string &text, const std::string &needle) {
   expect(ordering::compare(a.bytes(), b.bytes()) == sign, "compare");
   expect(ordering::compare(b.bytes(), a.bytes()) == -sign, "compare is antisymmetric");
   std::int32_t count = 0;
-  std::size_t at = needle.empty() ? std::string::npos : text.find(needle);
-  for (; at < text.size(); at = text.find(needle, at + needle.size())) ++count;
+  for (std::size_t at = 0; !needle.empty() && (at = text.find(needle, at)) < text.size(); at += needle.size())
+    ++count;
   expect(ordering::count(a.bytes(), b.bytes()) == count, "count");
 }
 
@@ -297,9 +288,8 @@ inline void bitwise(const std::string &data, const std::string &mask, std::int32
   expect(combined([&](auto in, auto out) { return and_bytes(in, m, out); }) == expected[0], "AND");
   expect(combined([&](auto in, auto out) { return or_bytes(in, m, out); }) == expected[1], "OR");
   expect(combined([&](auto in, auto out) { return xor_bytes(in, m, start, out); }) == expected[2], "XOR");
-  expect(
-      combined([&](auto in, auto out) { return xor_bytes_and_positions(in, m, start, out); }) == expected[3],
-      "XOR with positions");
+  const auto with_positions = [&](auto in, auto out) { return xor_bytes_and_positions(in, m, start, out); };
+  expect(combined(with_positions) == expected[3], "XOR with positions");
 }
 
 // What is read back, and the formatted print; beyond 1200 digits that does not change.
@@ -368,9 +358,8 @@ inline constexpr void (*kAll[])(Source &) = {
     draw_distances,
     [](Source &in) { bitwise(in.text(), in.text(in.flag() ? 70 : 520), in.number_or(-9, 9)); },
     [](Source &in) {
-      using Limits = std::numeric_limits<std::int64_t>;
       for (int i = 0; i < 50; ++i)
-        numbers(std::bit_cast<double>(in.number(Limits::min(), Limits::max())), in.number_or(-1, 500));
+        numbers(std::bit_cast<double>(in.number(INT64_MIN, INT64_MAX)), in.number_or(-1, 500));
     }};
 
 }  // namespace relations

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "markup/entities.h"
+#include "support/kernels.h"
 #include "transfer/hex_dump.h"
 
 namespace kzv {
@@ -119,19 +120,16 @@ inline std::string slow_from_printable(std::string_view text) {
 
 // The whole padded text first, then a character at a time.
 inline std::string slow_dump(const std::string &input, const hex_dump::Shape &shape) {
-  const auto text = [](ByteView bytes) { return std::string(bytes.begin(), bytes.end()); };
   const auto hexlen = static_cast<std::size_t>(shape.hexlen);
   std::string hex;
   std::string result;
   for (const char c : input) hex += hex_pair(c);
   for (int i = 0; i < shape.hexlen * shape.linelen; ++i)
-    hex += shape.filler.empty() ? "0" : text(shape.filler);
-  for (std::size_t at = 0; at < input.size() * 2;) {
-    result += text(shape.linestart);
-    for (int group = 0; group < shape.linelen; ++group, at += hexlen) {
-      result += (group > 0 ? text(shape.spacer) : "") + hex.substr(at, hexlen);
-    }
-    result += text(shape.lineend);
+    hex += shape.filler.empty() ? "0" : text_of(shape.filler);
+  for (std::size_t at = 0; at < input.size() * 2; result += text_of(shape.lineend)) {
+    result += text_of(shape.linestart);
+    for (int group = 0; group < shape.linelen; ++group, at += hexlen)
+      result.append(group > 0 ? text_of(shape.spacer) : "").append(hex, at, hexlen);
   }
   return result.substr(0, result.find('\0'));
 }
@@ -158,9 +156,8 @@ inline std::u16string slow_from_html(std::u16string_view text) {
     const std::u16string_view name = rest.substr(0, rest.substr(0, 9).find(u';'));
     const char32_t found = text[at] == '&' && name.size() < 9 ? slowly_found(name) : 0;
     if (found >= 0x10000) result += static_cast<char16_t>(0xD800 + (found - 0x10000) / 0x400);
-    result += static_cast<char16_t>(found >= 0x10000 ? 0xDC00 + found % 0x400
-                                    : found != 0     ? found
-                                                     : text[at]);
+    const char32_t last = found >= 0x10000 ? 0xDC00 + found % 0x400 : found;
+    result += found != 0 ? static_cast<char16_t>(last) : text[at];
     at += found != 0 ? name.size() + 1 : 0;
   }
   return result;
