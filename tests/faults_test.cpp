@@ -104,7 +104,7 @@ class Faults : public testing::Test {
     if (result && !endured.happened) {
       EXPECT_EQ(*result, repeated(sample.expected, times)) << where;
     } else if (result) {
-      EXPECT_TRUE(is_known(sample, times, fault, *result)) << where << *result;
+      EXPECT_TRUE(is_known(sample, times, fault, *result)) << where << testing::PrintToString(*result);
     }
     if (endured.happened) ++met_[fault.what];
     for (const RaisedException &raised : endured.raised) {
@@ -132,10 +132,12 @@ class Faults : public testing::Test {
 
 TEST_F(Faults, OfServicesAndMemoryEndInKnownAnswers) {
   std::vector<Sample> calls = samples();
-  std::string drawn(600, '\0');
-  std::srand(7);
-  for (char &byte : drawn) byte = static_cast<char>(std::rand() & 0xFF);
-  calls.push_back(sample("RandomBytesStringKZV", raw(drawn), 600, false));
+  for (const bool printable : {false, true}) {
+    std::string drawn(600, '\0');
+    std::srand(7);
+    for (char &byte : drawn) byte = static_cast<char>(printable ? 32 + std::rand() % 96 : std::rand());
+    calls.push_back(sample("RandomBytesStringKZV", printable ? ascii(drawn) : raw(drawn), 600, printable));
+  }
   for (const Settings &settings : kHosts) {
     call_with_every_fault(KZV_FAULTY, settings, calls);
     call_with_every_fault(KZV_PROBE, settings, probe_samples());

@@ -75,13 +75,12 @@ inline Settings version(std::optional<double> version, Names withheld = {}) {
 
 class Plugin {
  public:
-  explicit Plugin(const char *file, Settings settings = {}, REALresolver resolver = Services::resolve)
-      : Plugin(std::make_shared<Loaded>(file), std::move(settings), resolver) {}
+  explicit Plugin(const char *file, Settings settings = {})
+      : Plugin(std::make_shared<Loaded>(file), std::move(settings)) {}
   // The library as new.
-  explicit Plugin(std::shared_ptr<Loaded> library, Settings settings = {},
-                  REALresolver resolver = Services::resolve)
+  explicit Plugin(std::shared_ptr<Loaded> library, Settings settings = {})
       : host(std::move(settings)), library_(std::move(library)) {
-    host.start(library_->as_new(), resolver);
+    host.start(library_->as_new());
   }
 
   // Calls a function with values of any kind, or strings that are the caller's own. A result that is a String
