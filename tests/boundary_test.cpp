@@ -50,11 +50,9 @@ TEST(Loading, SeedsTheRandomGeneratorInABuiltApplicationOnly) {
     std::srand(static_cast<unsigned>(seed));
     return std::rand();
   };
-  const auto first_after = [](bool in_runtime, Names withheld) {
-    Settings settings = version(2013.03, std::move(withheld));
-    settings.in_runtime = in_runtime;
+  const auto first_after = [](bool in_runtime, const Names &withheld) {
     std::srand(1);
-    const Plugin plugin(KZV_PLUGIN, settings);
+    const Plugin plugin(KZV_PLUGIN, {.in_runtime = in_runtime, .withheld = withheld});
     return std::rand();
   };
   EXPECT_EQ(first_after(false, {}), first_of(1));

@@ -24,22 +24,14 @@ struct Text {
 
   bool operator==(const Text &) const = default;
 };
-struct Block {
-  std::string bytes;
-  bool nil = false;
-
-  bool operator==(const Block &) const = default;
-};
+struct Block : Text {};
 inline const Text kNil{"", 0, true};
-inline const Block kNoBlock{"", true};
+inline const Block kNoBlock{kNil};
 
 inline std::ostream &operator<<(std::ostream &out, const Text &text) {
   if (text.nil) return out << "nil";
   return out << testing::PrintToString(text.bytes) << " in encoding 0x" << std::hex << text.encoding
              << std::dec;
-}
-inline std::ostream &operator<<(std::ostream &out, const Block &block) {
-  return out << "block " << (block.nil ? "nil" : testing::PrintToString(block.bytes));
 }
 
 inline Text utf8(std::string bytes) { return {std::move(bytes), kEncodingUTF8}; }
