@@ -100,8 +100,6 @@ TEST(Loading, RegistersWhatItCanWhenTheHostIsLate) {
 TEST(Arguments, AreReadDirectlyOrDeliveredOrConverted) {
   using Row = std::tuple<Settings, const char *, Names>;  // host, function, and the services that it asks for
   const Settings copying = version(2013.01, {"PluginGetStringData"});
-  const char *const services[] = {"PluginGetStringData", "REALLockString", "StringGetCString",
-                                  "REALConvertString"};
   for (const auto &[settings, function, asked] :
        {Row(version(2013.0), "EncodingToURLKZV", {"REALLockString"}),
         Row(version(2013.01), "EncodingToURLKZV", {"PluginGetStringData"}),
@@ -114,7 +112,8 @@ TEST(Arguments, AreReadDirectlyOrDeliveredOrConverted) {
         Row(version(2012.0), "DecodingFromHexKZV", {"PluginGetStringData", "REALLockString"})}) {
     Plugin plugin(KZV_PLUGIN, settings);
     plugin.call(function, Text{"41", kEncodingISO8859_1});
-    for (const char *const service : services)
+    for (const char *const service :
+         {"PluginGetStringData", "REALLockString", "StringGetCString", "REALConvertString"})
       EXPECT_EQ(plugin.host.times_asked_for(service), asked.count(service)) << function << service;
   }
 }
@@ -256,11 +255,10 @@ TEST(Exceptions, PassWhileTheHostUnwinds) {
     Plugin plugin(KZV_PLUGIN, version(host_version));
     plugin.host.settings.misbehaviour = {service, Kind::kThrowOther};
     Endured endured;
-    const auto call = [&](Plugin *) {
-      endured = endure(plugin.host, [&] { plugin.call("EncodingToURLKZV", utf8("a b")); });
-    };
     EXPECT_ANY_THROW({
-      const std::shared_ptr<Plugin> at_the_end(&plugin, call);
+      const std::shared_ptr<void> at_the_end(nullptr, [&](void *) {
+        endured = endure(plugin.host, [&] { plugin.call("EncodingToURLKZV", utf8("a b")); });
+      });
       throw std::runtime_error("the host's own");
     });
     EXPECT_EQ(endured.passed, Kind::kThrowOther) << service;
