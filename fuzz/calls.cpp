@@ -60,15 +60,13 @@ Value value_from(Input &in, const Parameter &parameter) {
   return is_string ? Value(new_string(bytes, encoding)) : Value(new_memory_block(bytes));
 }
 
-// In words that differ where values do.
+// In bytes that differ where values of one type do.
 struct Shown {
   std::string operator()(const String &s) const {
     return s ? std::to_string(s->encoding) + " " + std::string(s->bytes()) : "nil";
   }
   std::string operator()(const MemoryBlock &block) const { return block ? "block " + block->bytes : "nil"; }
-  std::string operator()(std::int32_t integer) const { return std::to_string(integer); }
-  std::string operator()(double number) const { return std::to_string(std::bit_cast<std::uint64_t>(number)); }
-  std::string operator()(bool boolean) const { return boolean ? "true" : "false"; }
+  std::string operator()(auto plain) const { return {reinterpret_cast<const char *>(&plain), sizeof plain}; }
 };
 
 std::string shown(const std::vector<Value> &values) {
@@ -85,10 +83,8 @@ std::string service_from(Input &in) {
 // A host that may be old, unwilling to tell its version, or without some of its services.
 Settings settings_from(Input &in) {
   Settings settings;
-  for (const double until : {2011.5, 2012.0, 2012.5, 2013.0, 2013.01}) {
-    if (in.ConsumeBool()) settings.version = until;
-  }
-  if (in.ConsumeIntegralInRange(0, 15) == 15) settings.version.reset();
+  settings.version = in.PickValueInArray<std::optional<double>>(
+      {2013.03, 2013.01, 2013.0, 2012.5, 2012.0, 2011.5, std::nullopt});
   settings.in_runtime = in.ConsumeBool();
   for (int count = in.ConsumeIntegralInRange(-8, 3); count > 0; --count)
     settings.withheld.insert(service_from(in));

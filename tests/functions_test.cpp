@@ -129,17 +129,6 @@ TEST(Arguments, AreReadWithinTheirBounds) {
   }
 }
 
-TEST(RandomBytes, AreDrawnFromTheRuntimeLibraryInOrder) {
-  Plugin plugin(KZV_PLUGIN);
-  for (const bool printable : {false, true}) {
-    std::string expected(1000, '\0');
-    std::srand(7);
-    for (char &byte : expected) byte = static_cast<char>(printable ? 32 + std::rand() % 96 : std::rand());
-    std::srand(7);
-    EXPECT_EQ(plugin.call("RandomBytesStringKZV", 1000, printable).bytes, expected);
-  }
-}
-
 // Any bit of the low byte makes a boolean true, those above none.
 TEST(Booleans, AreReadFromTheirLowByte) {
   Plugin plugin(KZV_PLUGIN);

@@ -1,11 +1,10 @@
 // Only row 0 compiles: in every other the declaration is wrong about the function. A test compiles each.
+#include <type_traits>
+
 #include "declaration.h"
 
-#if ROW != 8
-double Function(REALstringStruct *, std::int32_t, REALboolean, REALmemoryBlockStruct *);
-#else
-long double Function(REALstringStruct *, std::int32_t, REALboolean, REALmemoryBlockStruct *);
-#endif
+using Result = std::conditional_t<ROW == 8, long double, double>;
+Result Function(REALstringStruct *, std::int32_t, REALboolean, REALmemoryBlockStruct *);
 
 constexpr const char *kDeclarations[] = {
     "F(s as string, i as integer = 0, b as boolean=false,m as memoryblock) as double",

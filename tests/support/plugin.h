@@ -24,22 +24,14 @@ struct Text {
 
   bool operator==(const Text &) const = default;
 };
-struct Block {
-  std::string bytes;
-  bool nil = false;
-
-  bool operator==(const Block &) const = default;
-};
+struct Block : Text {};
 inline const Text kNil{"", 0, true};
-inline const Block kNoBlock{"", true};
+inline const Block kNoBlock{kNil};
 
 inline std::ostream &operator<<(std::ostream &out, const Text &text) {
   if (text.nil) return out << "nil";
   return out << testing::PrintToString(text.bytes) << " in encoding 0x" << std::hex << text.encoding
              << std::dec;
-}
-inline std::ostream &operator<<(std::ostream &out, const Block &block) {
-  return out << "block " << (block.nil ? "nil" : testing::PrintToString(block.bytes));
 }
 
 inline Text utf8(std::string bytes) { return {std::move(bytes), kEncodingUTF8}; }
@@ -75,13 +67,12 @@ inline Settings version(std::optional<double> version, Names withheld = {}) {
 
 class Plugin {
  public:
-  explicit Plugin(const char *file, Settings settings = {}, REALresolver resolver = Services::resolve)
-      : Plugin(std::make_shared<Loaded>(file), std::move(settings), resolver) {}
+  explicit Plugin(const char *file, Settings settings = {})
+      : Plugin(std::make_shared<Loaded>(file), std::move(settings)) {}
   // The library as new.
-  explicit Plugin(std::shared_ptr<Loaded> library, Settings settings = {},
-                  REALresolver resolver = Services::resolve)
+  explicit Plugin(std::shared_ptr<Loaded> library, Settings settings = {})
       : host(std::move(settings)), library_(std::move(library)) {
-    host.start(library_->as_new(), resolver);
+    host.start(library_->as_new());
   }
 
   // Calls a function with values of any kind, or strings that are the caller's own. A result that is a String

@@ -7,11 +7,6 @@ namespace kzv::host {
 
 using std::string_literals::operator""s;
 
-std::ostream &operator<<(std::ostream &out, const Value &value) {
-  std::visit([&](const auto &known) { out << known; }, value);
-  return out;
-}
-
 std::string repeated(std::string_view bytes, std::size_t times) {
   std::string all;
   for (std::size_t i = 0; i < times; ++i) all += bytes;
@@ -93,7 +88,6 @@ const std::vector<Sample> &samples() {
       sample("StringIsHTMLreadyKZV", true, ascii("Hello")),
       sample("StringIsHTMLreadyKZV", false, raw("Hello")).when_unreadable({true}),
       sample("StringIsHTMLreadyKZV", true, kNil),
-      sample("StringIsHTMLreadyKZV", true, utf8("Hello")),
       sample("StringIsHTMLreadyKZV", false, Text{"Hello", kEncodingISO8859_1}).when_unreadable({true}),
       sample("StringANDKZV", raw("\xC0\xA0"), raw("\xC3\xA9"), raw("\xF0")).when_unreadable({ascii("\0\0"s)}),
       sample("StringORKZV", ascii("abcd"), utf8("abcd"), utf8("")),
@@ -105,10 +99,8 @@ const std::vector<Sample> &samples() {
       sample("NativeStringKZV", utf8("café"), utf16("café")),
       sample("DecodingFromMySQLKZV", raw("It's \xE9\n"), raw("It\\'s \xE9\\n")),
       sample("EncodingToHTMLKZV", ascii("&lt;"), utf8("<"), 2),
-      sample("EncodingToHTMLKZV", ascii("<"), utf8("<"), 3),
       sample("EncodingToHTMLKZV", ascii("&lt;caf&eacute;&gt; &#128;"), utf16("<café> \u0080"), 0),
       sample("EncodingToHTMLKZV", ascii("<caf&eacute;>"), utf8("<café>"), -1),
-      sample("EncodingToHTMLKZV", ascii("&thetasym;"), utf8("\u03D1"), 1),
       single("EncodingToHTMLKZV", ascii("a&#65279;"), utf16("\uFEFFa\uFEFF"), 0),
       single("EncodingToHTMLKZV", ascii("a"), utf16("\uFEFF\uFFFEa"), 0),
       single("EncodingToHTMLKZV", ascii("a"), utf16("\uFFFE\uFEFFa"), 0),
@@ -150,7 +142,6 @@ const std::vector<Sample> &samples() {
       sample("RemoveHTMLTagsKZV", utf8("Hé"), utf16("<p>H<b>é</b></p>")),
       single("RemoveHTMLTagsWithKZV", utf8("a--c"), utf8("a<é>c"), utf8("-\0x"s))
           .when_unreadable({utf8("ac")}),
-      // A page that outgrows its first block several times.
       single("RemoveHTMLTagsWithKZV", utf8(repeated("[][][]b", 9000)), utf8(repeated("<aaa>b", 9000)),
              utf8("[]"))
           .when_unreadable({utf8(repeated("b", 9000))}),
@@ -178,7 +169,6 @@ const std::vector<Sample> &probe_samples() {
                   static_cast<std::int32_t>(from.encoding));
   };
   static const std::vector<Sample> all = {
-      // Bytes below 0x80 become ASCII under three labels.
       built(ascii("abc"), raw("abc")),
       built(ascii("abc"), {"abc", kEncodingMacRoman}),
       built(ascii("abc"), {"abc", kEncodingWindows1252}),

@@ -12,7 +12,6 @@
 namespace kzv::host {
 
 using Value = std::variant<Text, Block, std::int32_t, double, bool>;
-std::ostream &operator<<(std::ostream &out, const Value &value);
 
 // How the texts among the arguments of a call become strings.
 using Place = std::function<String(const Text &)>;
@@ -39,14 +38,11 @@ struct Sample {
 };
 
 std::string repeated(std::string_view bytes, std::size_t times);
-inline Text repeated(const Text &text, std::size_t times) {
-  return {repeated(text.bytes, times), text.encoding, text.nil};
-}
-inline Block repeated(const Block &block, std::size_t times) {
-  return {repeated(block.bytes, times), block.nil};
-}
 template <typename Plain>
-requires std::is_arithmetic_v<Plain> Plain repeated(Plain value, std::size_t) { return value; }
+requires(!std::is_convertible_v<Plain, std::string_view>) Plain repeated(Plain value, std::size_t times) {
+  if constexpr (requires { value.bytes; }) value.bytes = repeated(value.bytes, times);
+  return value;
+}
 inline Value repeated(const Value &value, std::size_t times) {
   return std::visit([=](const auto &known) -> Value { return repeated(known, times); }, value);
 }
