@@ -1,5 +1,6 @@
 // All registered functions: with hosts of every generation, texts in every encoding and arguments at the
 // edges of memory.
+#include <algorithm>
 #include <clocale>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -30,7 +31,7 @@ TEST(Functions, AreRegisteredInTheOrderOfTheSamples) {
   }
   std::vector<Row> called;
   for (const Sample &sample : samples()) called.emplace_back(sample.name, sample.parameters);
-  called.erase(std::ranges::unique(called).begin(), called.end());
+  called.erase(std::unique(called.begin(), called.end()), called.end());
   EXPECT_EQ(registered, called);
   EXPECT_EQ(registered.size(), 47U);
 }

@@ -34,7 +34,8 @@ std::vector<Value> some_of(std::string_view bytes) {
     for (std::size_t i = 0; i < bytes.size(); ++i) {
       if ((chosen >> i & 1) != 0) some += bytes[i];
     }
-    const bool is_ascii = std::ranges::all_of(some, [](char byte) { return byte >= 0; });
+    const bool is_ascii =
+        std::ranges::all_of(some, [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
     all.emplace_back(is_ascii ? ascii(some) : raw(some));
   }
   return all;
@@ -151,6 +152,8 @@ const std::vector<Sample> &samples() {
       sample("IsASCIIStringKZV", either(true, {false}), utf8("\t")),
       sample("IsASCIIStringKZV", false, utf8("é")),
       sample("IsASCIIStringKZV", either(true, {false}), utf8("é"), 2),
+      sample("IsASCIIStringKZV", false, utf8("a"), 3),
+      sample("IsASCIIStringKZV", false, utf8("a"), 256),
       sample("RemoveHTMLTagsKZV", utf8("Hé"), utf16("<p>H<b>é</b></p>")),
       single("RemoveHTMLTagsWithKZV", either(utf8("a--c"), {utf8("ac")}), utf8("a<é>c"), utf8("-\0x"s)),
       single("RemoveHTMLTagsWithKZV", either(utf8(replaced), {utf8(untagged)}), utf8(tags), utf8("[]")),
