@@ -1,7 +1,5 @@
 // Several threads, and a library that comes and goes.
-#include <atomic>
 #include <barrier>
-#include <chrono>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <memory>
@@ -16,18 +14,16 @@ namespace {
 
 TEST(Threads, MakeEveryFirstCallTogetherAndGoOn) {
   constexpr std::size_t kThreads = 8;
-  constexpr auto kTime = std::chrono::milliseconds(300);
+  constexpr int kCalls = 50;
   for (const double host_version : {2011.5, 2012.5, 2013.03}) {
     Plugin plugin(KZV_PLUGIN, version(host_version));
     std::barrier together(kThreads);
-    std::atomic<int> calls = 0;
     const auto work = [&](std::mt19937 random) {
       for (const Sample &sample : samples()) {
         together.arrive_and_wait();
         EXPECT_EQ(sample.call(plugin), sample.expected) << sample.name;
       }
-      for (const auto end = std::chrono::steady_clock::now() + kTime; std::chrono::steady_clock::now() < end;
-           ++calls) {
+      for (int i = 0; i < kCalls; ++i) {
         const Sample &sample = samples()[random() % samples().size()];
         ASSERT_EQ(sample.call(plugin), sample.expected) << sample.name;
         ASSERT_EQ(plugin.call("RandomBytesStringKZV", 20, true).bytes.size(), 20U);
@@ -37,7 +33,6 @@ TEST(Threads, MakeEveryFirstCallTogetherAndGoOn) {
     auto seeds = seeded_random();
     for (std::size_t i = 0; i < kThreads; ++i) threads.emplace_back(work, std::mt19937(seeds()));
     for (std::thread &thread : threads) thread.join();
-    EXPECT_GT(calls.load(), 100);
     EXPECT_EQ(plugin.host.ledger.report(), "");
   }
 }

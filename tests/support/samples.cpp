@@ -129,6 +129,7 @@ const std::vector<Sample> &samples() {
       sample("DecodingFromHTMLKZV", utf8("<\u03D1\U00010000&amp"), ascii("&lt;&thetasym;&#65536;&amp;amp")),
       sample("EncodingToURLKZV", ascii("a%20b+"), utf8("a b+")),
       sample("EncodingToURLKZV", ascii("a+b%2B"), utf8("a b+"), 1),
+      sample("EncodingToURLKZV", ascii("a%20b%2B"), utf8("a b+"), 2),
       sample("DecodingFromURLKZV", raw("\xC3\xA9+"), utf8("%C3%A9+")),
       sample("DecodingFromURLKZV", ascii("a b"), utf8("a+b"), 3),
       single("EncodingToQuotedPrintableKZV", ascii("a=20\r\nb=\r\n"), utf8("a \nb"), 72),
