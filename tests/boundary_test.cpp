@@ -236,10 +236,20 @@ TEST(MemoryBlocks, AreReadAndMadeAsFarAsTheHostIsAble) {
 
 TEST(MemoryBlocks, OfImpossibleSizesAreEmpty) {
   Plugin probe(KZV_PROBE);
-  EXPECT_EQ(probe.call<std::int32_t>("SizeOf", Block{"abc"}), 3);
+  EXPECT_EQ(probe.call<Block>("CopyBlock", Block{"abc"}), Block{"abc"});
   for (const auto kind : {Kind::kNegativeLength, Kind::kHugeLength, Kind::kNoBytes}) {
     probe.host.settings.misbehaviour = {"", kind};
-    EXPECT_EQ(probe.call<std::int32_t>("SizeOf", Block{"abc"}), 0);
+    EXPECT_EQ(probe.call<Block>("CopyBlock", Block{"abc"}), Block{""});
+  }
+}
+
+TEST(MemoryBlocks, AreMadeOnceTheyCanBeReleased) {
+  for (int k = 1; k <= 3; ++k) {
+    Plugin probe(KZV_PROBE);
+    probe.host.settings.misbehaviour = {"resolver", Kind::kThrowOther, k};
+    const Endured endured = endure(probe.host, [&] { probe.call<Block>("CopyBlock", kNoBlock); });
+    EXPECT_TRUE(endured.passed) << k;
+    EXPECT_EQ(endured.broken, "") << k;
   }
 }
 

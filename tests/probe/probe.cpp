@@ -30,9 +30,9 @@ KZV_CALLED_BY_HOST std::int32_t UnitAfter(REALstringStruct *s, std::int32_t bits
   return narrow.data()[narrow.size()];
 }
 
-KZV_CALLED_BY_HOST std::int32_t SizeOf(REALmemoryBlockStruct *block) {
+KZV_CALLED_BY_HOST REALmemoryBlockStruct *CopyBlock(REALmemoryBlockStruct *block) {
   const rbData view(block);
-  return static_cast<std::int32_t>(view.bytes().size());
+  return BuildMemoryBlock(view.bytes());
 }
 
 KZV_CALLED_BY_HOST std::int32_t Raise(REALboolean with_message) {
@@ -72,7 +72,7 @@ KZV_CALLED_BY_HOST std::int32_t LevelsAbove(REALboolean) {
 const REALmethodDefinition kMethods[] = {
     METHOD(Build, "Build(address as double, length as double, encoding as integer) as string"),
     METHOD(UnitAfter, "UnitAfter(s as string, bitsPerUnit as integer) as integer"),
-    METHOD(SizeOf, "SizeOf(block as memoryblock) as integer"),
+    METHOD(CopyBlock, "CopyBlock(block as memoryblock) as memoryblock"),
     METHOD(Raise, "Raise(withMessage as boolean) as integer"),
     METHOD(AddName, "AddName(capacity as integer, address as double, length as double) as string"),
     METHOD(AddUnits, "AddUnits(capacity as integer, count as integer) as string"),
