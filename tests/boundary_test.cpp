@@ -193,6 +193,16 @@ TEST(MemoryBlocks, AreMadeWithAndWithoutLocks) {
   }
 }
 
+TEST(MemoryBlocks, AreMadeOnceTheyCanBeReleased) {
+  for (int k = 1; k <= 3; ++k) {
+    Plugin probe(KZV_PROBE);
+    probe.host.settings.misbehaviour = {"resolver", Kind::kThrowOther, k};
+    const Endured endured = endure(probe.host, [&] { probe.call<Block>("CopyBlock", kNoBlock); });
+    EXPECT_TRUE(endured.passed) << k;
+    EXPECT_EQ(endured.broken, "") << k;
+  }
+}
+
 TEST(MemoryBlocks, AreLockedBeforeTheyAreLookedInto) {
   for (const char *const service : {"memoryBlockGetSize", "memoryBlockGetPtr"}) {
     Plugin plugin(KZV_PLUGIN);

@@ -1,5 +1,6 @@
 // All registered functions: with hosts of every generation, texts in every encoding and arguments at the
 // edges of memory.
+#include <algorithm>
 #include <clocale>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -31,7 +32,6 @@ TEST(Functions, AreRegisteredInTheOrderOfTheSamples) {
     EXPECT_EQ(flags, 4U);
   }
   EXPECT_EQ(registered, called);
-  EXPECT_EQ(registered.size(), 47U);
 }
 
 // On the stack and beyond it: results that fill their memory to the last byte.

@@ -165,7 +165,7 @@ TEST_F(Limits, OfAMatrixAreIn64Bits) {
   EXPECT_EQ(only_message(), "Failed to allocate 160001600004 bytes of memory.");
 }
 
-TEST_F(Limits, OfBuildersDecideHowTheyGrow) {
+TEST_F(Limits, OfWhatIsThereDecideWhatIsAskedFor) {
   Plugin probe(KZV_PROBE);
   memory.last_request = 0;
   EXPECT_EQ(probe.call("AddName", 0, address_of("amp"), 3.0), ascii("&amp;"));
@@ -177,6 +177,8 @@ TEST_F(Limits, OfBuildersDecideHowTheyGrow) {
   const std::string bytes = repeated("y", 5000);
   EXPECT_EQ(plugin_.call("RemoveHTMLTagsWithKZV", utf8("<x>"), utf8(bytes)), utf8(bytes));
   EXPECT_EQ(memory.last_request, 14100U);
+  EXPECT_EQ(asked_for([&] { call("DecodingFromQuotedPrintableKZV", utf8(bytes)); }), 5000U);
+  EXPECT_EQ(only_message(), kNoText);
 }
 
 #if !defined(KZV_SANITIZED)  // a sanitizer looks at no byte of such a mapping, but takes its time

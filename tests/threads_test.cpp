@@ -1,7 +1,5 @@
 // Several threads, and a library that comes and goes.
-#include <atomic>
 #include <barrier>
-#include <chrono>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <memory>
@@ -34,7 +32,6 @@ TEST(Threads, MakeEveryFirstCallTogetherAndGoOn) {
     std::vector<std::thread> threads;
     for (std::size_t i = 0; i < kThreads; ++i) threads.emplace_back(work, i);
     for (std::thread &thread : threads) thread.join();
-    EXPECT_GT(calls.load(), 100);
     EXPECT_EQ(plugin.host.ledger.report(), "");
   }
 }

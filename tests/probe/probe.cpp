@@ -1,6 +1,7 @@
 // A plugin that registers the frame's own tools, so that tests reach them as a host reaches any function.
 #include "cpu/level.h"
 #include "declaration.h"
+#include "frame/byte_view.h"
 #include "frame/results.h"
 #include "frame/string_builders.h"
 #include "frame/text_view.h"
@@ -25,6 +26,11 @@ KZV_CALLED_BY_HOST std::int32_t UnitAfter(REALstringStruct *s, std::int32_t bits
   if (bits_per_unit == 16) return text.utf16().data()[text.utf16().size()].value;
   const ByteView narrow = bits_per_unit == 8 ? text.utf8() : text.ascii();
   return narrow.data()[narrow.size()];
+}
+
+KZV_CALLED_BY_HOST REALmemoryBlockStruct *CopyBlock(REALmemoryBlockStruct *block) {
+  const rbData view(block);
+  return BuildMemoryBlock(view.bytes());
 }
 
 KZV_CALLED_BY_HOST std::int32_t Raise(REALboolean) {
@@ -58,6 +64,7 @@ KZV_CALLED_BY_HOST std::int32_t LevelsAbove(REALboolean) {
 const REALmethodDefinition kMethods[] = {
     KZV_METHOD(Build, "Build(address as double, length as double, encoding as integer) as string"),
     KZV_METHOD(UnitAfter, "UnitAfter(s as string, bitsPerUnit as integer) as integer"),
+    KZV_METHOD(CopyBlock, "CopyBlock(block as memoryblock) as memoryblock"),
     KZV_METHOD(Raise, "Raise(unused as boolean) as integer"),
     KZV_METHOD(AddName, "AddName(capacity as integer, address as double, length as double) as string"),
     KZV_METHOD(AddUnits, "AddUnits(capacity as integer, count as integer) as string"),

@@ -29,7 +29,8 @@ std::vector<Value> some_of(std::string_view bytes) {
     for (std::size_t i = 0; i < bytes.size(); ++i) {
       if ((chosen >> i & 1) != 0) some += bytes[i];
     }
-    const bool is_ascii = std::ranges::all_of(some, [](char byte) { return byte >= 0; });
+    const bool is_ascii =
+        std::ranges::all_of(some, [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
     all.emplace_back(is_ascii ? ascii(some) : raw(some));
   }
   return all;
@@ -115,6 +116,7 @@ const std::vector<Sample> &samples() {
       sample("DecodingFromHTMLKZV", utf8("<\u03D1\U00010000&amp"), ascii("&lt;&thetasym;&#65536;&amp;amp")),
       sample("EncodingToURLKZV", ascii("a%20b+"), utf8("a b+")),
       sample("EncodingToURLKZV", ascii("a+b%2B"), utf8("a b+"), 1),
+      sample("EncodingToURLKZV", ascii("a%20b%2B"), utf8("a b+"), 2),
       sample("DecodingFromURLKZV", raw("\xC3\xA9+"), utf8("%C3%A9+")),
       sample("DecodingFromURLKZV", ascii("a b"), utf8("a+b"), 3),
       single("EncodingToQuotedPrintableKZV", ascii("a=20\r\nb=\r\n"), utf8("a \nb"), 72),
@@ -139,6 +141,8 @@ const std::vector<Sample> &samples() {
       sample("IsASCIIStringKZV", true, utf8("\t")).when_unreadable({false}),
       sample("IsASCIIStringKZV", false, utf8("é")),
       sample("IsASCIIStringKZV", true, utf8("é"), 2).when_unreadable({false}),
+      sample("IsASCIIStringKZV", false, utf8("a"), 3),
+      sample("IsASCIIStringKZV", false, utf8("a"), 256),
       sample("RemoveHTMLTagsKZV", utf8("Hé"), utf16("<p>H<b>é</b></p>")),
       single("RemoveHTMLTagsWithKZV", utf8("a--c"), utf8("a<é>c"), utf8("-\0x"s))
           .when_unreadable({utf8("ac")}),
