@@ -92,7 +92,7 @@ TEST(Loading, RegistersWhatItCanWhenTheHostIsLate) {
   settings.silent_look_ups = 5;  // two versions, the runtime, and the registration of two functions
   const Plugin plugin(KZV_PLUGIN, settings);
   EXPECT_EQ(plugin.host.interface_version(), std::nullopt);
-  EXPECT_EQ(plugin.host.methods().size(), 45U);
+  EXPECT_EQ(plugin.host.methods().size() + 2, Plugin(KZV_PLUGIN).host.methods().size());
   EXPECT_EQ(plugin.host.methods().front().declaration, "_yDecodeStringKZV(data as string) as string");
 }
 

@@ -177,7 +177,7 @@ TEST_F(Limits, OfWhatIsThereDecideWhatIsAskedFor) {
   const std::string bytes = repeated("y", 5000);
   EXPECT_EQ(plugin_.call("RemoveHTMLTagsWithKZV", utf8("<x>"), utf8(bytes)), utf8(bytes));
   EXPECT_EQ(memory.last_request, 14100U);
-  EXPECT_EQ(asked_for([&] { call("DecodingFromQuotedPrintableKZV", utf8(bytes)); }), 5000U);
+  EXPECT_EQ(asked_for([&] { plugin_.call("DecodingFromQuotedPrintableKZV", utf8(bytes)); }), 5000U);
   EXPECT_EQ(only_message(), kNoText);
 }
 
