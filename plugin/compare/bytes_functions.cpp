@@ -8,7 +8,7 @@
 namespace kzv {
 namespace {
 
-// What results must stay below the limit of 2,147,483,647 bytes: longer ones are nil.
+// Results must stay this far below the limit of 2,147,483,647 bytes: longer ones are nil.
 constexpr std::uint64_t kCombineMargin = 5;
 constexpr std::uint64_t kConcatMargin = 10;
 

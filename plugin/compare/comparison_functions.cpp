@@ -51,7 +51,7 @@ std::int32_t CountOccurances(REALstringStruct *s, REALstringStruct *find) {
 }
 
 double JaroWinklerDistance(REALstringStruct *a, REALstringStruct *b) {
-  std::size_t byte_count = 0;  // of what the message reports: flags, a byte for each unit of the first text
+  std::size_t byte_count = 0;  // that the message reports: one flag for each unit of the first text
   const std::optional<double> result = Read<rbText>({a, b}, [&](rbText &first, rbText &second) {
     const distance::WideView text_of_a = WideTextOf(first);
     byte_count = text_of_a.size();

@@ -13,7 +13,7 @@ namespace {
 // one text and a column for each unit of the other. Neighbouring cells differ by 1 at most, so that a column
 // of 64 rows is kept as words with one bit for each row:
 //
-//      D      b  a      the last column, row by row                               a       b
+//      D      b  a      the last column, cell by cell                            row a   row b
 //          0  1  2      PM      the units are equal                               1       0
 //       a  1  1  1      TR      a transposition ends                              0       1
 //       b  2  1  1      D0      the cell equals its upper left neighbour          1       1
@@ -68,9 +68,8 @@ Vertical run_strip(std::span<const std::uint32_t> columns, const std::uint64_t *
   return {VP, VN};
 }
 
-// The number of edits between two texts, the first not longer than the second. A transposition costs 1 here.
-// If it cost 0 where the unit compared is equal in both texts, nothing would change: both transposed units
-// are the same one then, and the two equal pairs on the diagonal cost 0 already.
+// The number of edits between two texts, the first not longer than the second. A transposition always
+// costs 1. Between two equal units it need not be free: then both pairs match on the diagonal, at no cost.
 std::optional<std::uint64_t> edit_count(WideView rows, WideView columns) {
   if (rows.empty()) return columns.size();
   const std::size_t symbol_count = SymbolTable::most_symbols(rows.size());

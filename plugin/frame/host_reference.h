@@ -7,9 +7,9 @@
 
 namespace kzv {
 
-// Owns one reference to a host object, which `unlock` releases. Where nothing has failed that is by a call,
-// so that what the host throws then reaches the host; the destructor, which runs with a reference only while
-// another exception is on its way, drops what the host throws.
+// Owns one reference to a host object, which `unlock` releases. Normally release() is called, and what
+// the host throws then reaches the host; the destructor, which finds a reference only while another exception
+// is on its way, drops what the host throws.
 template <typename Object, auto &unlock>
 class HostReference {
  public:

@@ -37,7 +37,7 @@ class StringBuilder {
  protected:
   explicit StringBuilder(REALencoding result_encoding) : encoding(result_encoding) {}
 
-  // Provides `more` bytes, by growing to have `spare` bytes besides if there are fewer; false when dropped.
+  // Ensures that `more` bytes fit; growing for that adds `spare` bytes. False when the output was dropped.
   [[nodiscard]] bool Reserve(std::int64_t more, std::int64_t spare);
 
  private:

@@ -23,8 +23,8 @@ constinit EntryPoint<std::int32_t(REALstringStruct *)> pLenB("LenB( s as string 
 }  // namespace
 
 void REALDisposeStringData(REALstringData *record) {
-  // A host that lends bytes but does not have the service to dispose them leaves them to us, also when it
-  // throws as it is asked for that service once more.
+  // A host that lends bytes but does not have the service to dispose them leaves them to us, even if the
+  // second look-up of that service throws.
   std::unique_ptr<void, decltype(&std::free)> ours(const_cast<std::uint8_t *>(record->data), &std::free);
   auto *const dispose = pDisposeStringData.address();
   if (dispose == nullptr) return;

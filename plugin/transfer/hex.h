@@ -5,7 +5,7 @@
 
 namespace kzv::hex {
 
-// Bytes that `encode` and `decode` write, and return.
+// The number of bytes that `encode` and `decode` write, which they also return.
 constexpr std::uint64_t encode_bound(std::size_t byte_count) { return std::uint64_t{byte_count} * 2; }
 constexpr std::uint64_t decode_bound(std::size_t digit_count) { return digit_count / 2; }
 

@@ -17,7 +17,7 @@ constexpr bool is_text(std::uint8_t byte) {
 constexpr bool is_line_break(std::uint8_t byte) { return byte == '\r' || byte == '\n'; }
 constexpr bool is_white_space(std::uint8_t byte) { return byte == ' ' || byte == '\t'; }
 
-// The position after the line break at `at`, which CR LF and LF CR are together.
+// The position after the line break at `at`. CR LF and LF CR count as one.
 std::size_t after_line_break(ByteView input, std::size_t at) {
   const std::uint8_t other = input[at] == '\r' ? '\n' : '\r';
   return at + 1 < input.size() && input[at + 1] == other ? at + 2 : at + 1;
@@ -193,7 +193,8 @@ class Decoder {
   //   pairs          .  .  .  .  .  1  .  .  1  .  .     CR LF
   //   kept           1  1  .  .  .  .  .  1  .  1  1     of an escape its first byte, of a pair the LF
   //
-  // False, and nothing is decoded, if there is anything else: a lone CR, LF CR, a "=" that begins neither.
+  // False, and nothing is decoded, if there is anything else: a lone CR, LF CR, a "=" that begins neither, or
+  // a CR LF across the end of the chunk. The CR of a soft line break is that of a pair, too.
   bool decode_regular(scan::Chunk &chunk, scan::Masks &kept) {
     const scan::MasksAhead equals(chunk, kEquals);
     const scan::MasksAhead returns(chunk, kReturn);
@@ -201,8 +202,9 @@ class Decoder {
     const scan::MasksAhead digits(chunk, kDigits);
     scan::Masks escapes;
     std::uint64_t any_escape = 0;
-    std::uint64_t taken_carry = 0;  // the next block's bytes of this one's last escape or soft line break
-    std::uint64_t pair_carry = 0;   // whether this block's last byte is the CR of a pair
+    std::uint64_t taken_carry =
+        0;  // bits of the next block's first bytes, taken by an escape or soft line break
+    std::uint64_t pair_carry = 0;  // whether this block's last byte is the CR of a pair
     for (std::size_t i = 0; i < chunk.blocks(); ++i) {
       const std::size_t base = chunk.block_start(i);
       const std::uint64_t remaining = done_ > base ? scan::bits_from(done_ - base) : scan::kAllBits;
