@@ -25,12 +25,11 @@ constexpr bool is_hex_digit(std::uint8_t byte) { return byte == '0' || kDigitVal
 // The two digits of each byte.
 using HexPair = std::array<char, 2>;
 
-inline constexpr std::array<HexPair, 256> kHexPairs = [] {
+consteval std::array<HexPair, 256> make_hex_pairs() {
   std::array<HexPair, 256> pairs{};
-  for (std::size_t byte = 0; byte < pairs.size(); ++byte) {
-    pairs[byte] = {kHexDigits[byte >> 4], kHexDigits[byte & 15]};
-  }
+  for (std::size_t byte = 0; byte < 256; ++byte) pairs[byte] = {kHexDigits[byte >> 4], kHexDigits[byte & 15]};
   return pairs;
-}();
+}
+inline constexpr std::array<HexPair, 256> kHexPairs = make_hex_pairs();
 
 }  // namespace kzv
