@@ -46,10 +46,10 @@ struct HostFailure {
 
 struct Settings {
   std::optional<double> version = 2013.03;  // empty: the host does not report its version
-  bool in_runtime = false;
   std::set<std::string, std::less<>> withheld;  // services and classes that the host does not have, by name
   std::optional<Misbehaviour> misbehaviour = std::nullopt;
   int silent_look_ups = 0;  // so many look-ups of a service return null, whichever they ask for
+  bool in_runtime = false;
 };
 
 // One registered function.

@@ -52,7 +52,7 @@ TEST(Loading, SeedsTheRandomGeneratorInABuiltApplicationOnly) {
   };
   const auto first_after = [](bool in_runtime, const Names &withheld) {
     std::srand(1);
-    const Plugin plugin(KZV_PLUGIN, {.in_runtime = in_runtime, .withheld = withheld});
+    const Plugin plugin(KZV_PLUGIN, {.withheld = withheld, .in_runtime = in_runtime});
     return std::rand();
   };
   EXPECT_EQ(first_after(false, {}), first_of(1));
