@@ -57,7 +57,7 @@ const Text kASCII = ascii("\0"s);
 
 class Limits : public testing::Test {
  protected:
-  ~Limits() override { EXPECT_EQ(plugin_.host.ledger.report(), ""); }
+  void TearDown() override { EXPECT_EQ(plugin_.host.ledger.report(), ""); }
 
   std::string only_message() {
     const auto raised = plugin_.host.take_raised();
