@@ -45,7 +45,7 @@ struct HostFailure {
 };
 
 struct Settings {
-  std::optional<double> version = 2013.03;  // empty: the host does not report its version
+  std::optional<double> version = 2013.03;      // empty: the host does not report its version
   std::set<std::string, std::less<>> withheld;  // services and classes that the host does not have, by name
   std::optional<Misbehaviour> misbehaviour = std::nullopt;
   int silent_look_ups = 0;  // so many look-ups of a service return null, whichever they ask for
