@@ -37,18 +37,25 @@ class Buffer {
   }
 
   // Makes the buffer larger and keeps its content, which may move. The values of the new bytes are undefined.
+  // The memory doubles if it can: growing in many small steps copies each byte only a few times.
   [[nodiscard]] bool grow(std::uint64_t byte_count) requires(kInline > 0) {
-    return provide(byte_count, [this](std::size_t size) {
+    const auto reallocate = [this](std::size_t size) {
       void *const heap = std::realloc(heap_, size);
       if (heap != nullptr && heap_ == nullptr) std::memcpy(heap, inline_.data(), size_);
       return heap;
-    });
+    };
+    const bool large_enough = byte_count <= capacity_ ||
+                              provide(std::max(byte_count, 2 * std::uint64_t{capacity_}), reallocate) ||
+                              provide(byte_count, reallocate);
+    if (large_enough) size_ = static_cast<std::size_t>(byte_count);
+    return large_enough;
   }
 
   // Frees the memory; the buffer is empty then.
   void clear() {
     std::free(std::exchange(heap_, nullptr));
     size_ = 0;
+    capacity_ = kInline;
   }
 
   // Without inline bytes, null while the buffer is empty.
@@ -67,6 +74,7 @@ class Buffer {
       void *const heap = from_heap(static_cast<std::size_t>(byte_count));
       if (heap == nullptr) return false;
       heap_ = static_cast<std::uint8_t *>(heap);
+      capacity_ = static_cast<std::size_t>(byte_count);
     }
     size_ = static_cast<std::size_t>(byte_count);
     return true;
@@ -74,6 +82,7 @@ class Buffer {
 
   std::uint8_t *heap_ = nullptr;
   std::size_t size_ = 0;
+  std::size_t capacity_ = kInline;
   [[no_unique_address]] alignas(kAlignment) std::array<std::uint8_t, kInline> inline_;
 };
 
