@@ -119,6 +119,16 @@ TEST_F(Operations, FollowTheirDefinitions) {
     const auto from_hex = [&](auto in, auto out) { return level.from_hex(in, count, out), count; };
     expect("from_hex", 2 * count, count, from_hex, count, [&](auto k) { return byte(number_at(2 * k)); });
 
+    const std::string some = text.substr(tail, size - tail + 1);  // of any length, a block and more
+    Guarded any(some);
+    const auto [least, greatest] = std::ranges::minmax(any.bytes());
+    const auto first = static_cast<std::uint8_t>(std::min(least + below(2), size_t{255}));
+    const auto last =
+        std::max(first, static_cast<std::uint8_t>(std::max(size_t{greatest}, size_t{1}) - below(2)));
+    const bool within = first <= least && last >= greatest;
+    EXPECT_EQ(level.all_within(any.data(), some.size(), first, last), within);
+    EXPECT_EQ(level.count(any.data(), some.size(), one), std::ranges::count(some, static_cast<char>(one)));
+
     Guarded from(std::string_view(text).substr(0, size));
     level.find(from.data(), blocks, set, found.data());
     expect_masks("find", [&](auto k) { return belongs(at(k)); });

@@ -14,20 +14,6 @@ bool same_bytes(const std::uint8_t *a, const std::uint8_t *b, std::size_t byte_c
   return byte_count == 0 || std::memcmp(a, b, byte_count) == 0;
 }
 
-std::size_t count_byte(ByteView text, std::uint8_t byte) {
-  // A sum of at most 255 ones fits in a byte, so that the compiler adds a register full of them at once.
-  constexpr std::size_t kRun = 240;
-  std::size_t total = 0;
-  while (!text.empty()) {
-    const ByteView run = text.first(std::min(text.size(), kRun));
-    std::uint8_t sum = 0;
-    for (const std::uint8_t each : run) sum = static_cast<std::uint8_t>(sum + (each == byte ? 1 : 0));
-    total += sum;
-    text = text.subspan(run.size());
-  }
-  return total;
-}
-
 struct Suffix {
   std::size_t start;
   std::size_t period;
@@ -162,8 +148,8 @@ int compare(ByteView a, ByteView b) {
 
 std::int32_t count(ByteView text, ByteView needle) {
   if (needle.empty() || needle.size() > text.size()) return 0;
-  const std::size_t total =
-      needle.size() == 1 ? count_byte(text, needle.front()) : count_filtered(text, needle);
+  const std::size_t total = needle.size() == 1 ? cpu::level().count(text.data(), text.size(), needle.front())
+                                               : count_filtered(text, needle);
   return static_cast<std::int32_t>(total);
 }
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstring>
@@ -42,6 +43,48 @@ KZV_AVX2 __m256i twice(const void *row) { return _mm256_broadcastsi128_si256(loa
 // One bit for each byte, which is 0xFF or 0.
 KZV_AVX2 std::uint64_t mask_of(__m256i bytes) {
   return static_cast<std::uint32_t>(_mm256_movemask_epi8(bytes));
+}
+
+KZV_AVX2 bool any_above(__m256i bytes, __m256i limits) {
+  return mask_of(_mm256_cmpeq_epi8(_mm256_max_epu8(bytes, limits), limits)) != 0xFFFFFFFF;
+}
+
+// As at the portable level.
+KZV_AVX2 bool all_within(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t first,
+                         std::uint8_t last) {
+  if (byte_count < sizeof(__m256i)) return portable::all_within(bytes, byte_count, first, last);
+  const __m256i firsts = _mm256_set1_epi8(static_cast<char>(first));
+  const __m256i range = _mm256_set1_epi8(static_cast<char>(last - first));
+  const std::uint8_t *const last_vector = bytes + byte_count - sizeof(__m256i);
+  for (__m256i greatest = _mm256_sub_epi8(load(last_vector), firsts); !any_above(greatest, range);) {
+    if (bytes >= last_vector) return true;
+    const std::uint8_t *const end = bytes + std::min(last_vector - bytes, kSearchRun);
+    for (; end - bytes >= std::ptrdiff_t{kBlock}; bytes += kBlock) {
+      greatest = _mm256_max_epu8(greatest, _mm256_sub_epi8(load(bytes), firsts));
+      greatest = _mm256_max_epu8(greatest, _mm256_sub_epi8(load(bytes + sizeof(__m256i)), firsts));
+    }
+    for (; bytes < end; bytes += sizeof(__m256i))
+      greatest = _mm256_max_epu8(greatest, _mm256_sub_epi8(load(bytes), firsts));
+  }
+  return false;
+}
+
+// A comparison yields -1 in each byte that is equal, at most 255 of which are added up in a byte.
+KZV_AVX2 std::size_t count(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t byte) {
+  constexpr std::size_t kMostVectors = 255;
+  const __m256i wanted = _mm256_set1_epi8(static_cast<char>(byte));
+  std::size_t total = 0;
+  while (byte_count >= sizeof(__m256i)) {
+    const std::size_t vectors = std::min(byte_count / sizeof(__m256i), kMostVectors);
+    __m256i sums = _mm256_setzero_si256();
+    for (std::size_t i = 0; i < vectors; ++i, bytes += sizeof(__m256i))
+      sums = _mm256_sub_epi8(sums, _mm256_cmpeq_epi8(load(bytes), wanted));
+    std::array<std::uint64_t, 4> parts;
+    store(reinterpret_cast<std::uint8_t *>(parts.data()), _mm256_sad_epu8(sums, _mm256_setzero_si256()));
+    total += static_cast<std::size_t>(parts[0] + parts[1] + parts[2] + parts[3]);
+    byte_count -= vectors * sizeof(__m256i);
+  }
+  return total + portable::count(bytes, byte_count, byte);
 }
 
 // The low nibble of a byte looks up a row of the set, which has one bit for each value of the next three
@@ -211,6 +254,8 @@ extern constexpr Level kLevel = {
     .available = available,
     .by_table = ~std::size_t{0},
     .load_partial = portable::load_partial,
+    .all_within = all_within,
+    .count = count,
     .find = find,
     .find_pair = find_pair,
     .compact = compact,

@@ -31,6 +31,35 @@ KZV_AVX512 void load_partial(const std::uint8_t *bytes, std::size_t byte_count, 
   _mm512_storeu_si512(block, _mm512_maskz_loadu_epi8(first_bits(byte_count), bytes));
 }
 
+// As at the portable level, for whole blocks and then the tail.
+KZV_AVX512 bool all_within(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t first,
+                           std::uint8_t last) {
+  const __m512i firsts = _mm512_set1_epi8(static_cast<char>(first));
+  const __m512i range = _mm512_set1_epi8(static_cast<char>(last - first));
+  const std::uint8_t *const tail = bytes + byte_count / kBlock * kBlock;
+  const __m512i text = _mm512_mask_loadu_epi8(firsts, first_bits(byte_count % kBlock), tail);
+  for (__m512i greatest = _mm512_sub_epi8(text, firsts); _mm512_cmpgt_epu8_mask(greatest, range) == 0;) {
+    if (bytes == tail) return true;
+    const std::uint8_t *const end = bytes + std::min(tail - bytes, kSearchRun);
+    for (; bytes != end; bytes += kBlock)
+      greatest = _mm512_max_epu8(greatest, _mm512_sub_epi8(_mm512_loadu_si512(bytes), firsts));
+  }
+  return false;
+}
+
+KZV_AVX512 std::size_t count(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t byte) {
+  const __m512i wanted = _mm512_set1_epi8(static_cast<char>(byte));
+  const std::uint8_t *const tail = bytes + byte_count / kBlock * kBlock;
+  std::uint64_t total = 0;
+  for (; bytes != tail; bytes += kBlock)
+    total += static_cast<unsigned>(
+        __builtin_popcountll(_mm512_cmpeq_epi8_mask(_mm512_loadu_si512(bytes), wanted)));
+  const __mmask64 rest = first_bits(byte_count % kBlock);
+  const __m512i last = _mm512_maskz_loadu_epi8(rest, bytes);
+  total += static_cast<unsigned>(__builtin_popcountll(_mm512_mask_cmpeq_epi8_mask(rest, last, wanted)));
+  return static_cast<std::size_t>(total);
+}
+
 // As at the level avx2; the comparison yields the mask.
 KZV_AVX512 void find(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set,
                      std::uint64_t *masks) {
@@ -229,6 +258,8 @@ extern constexpr Level kLevel = {
     .available = available,
     .by_table = 48,
     .load_partial = load_partial,
+    .all_within = all_within,
+    .count = count,
     .find = find,
     .find_pair = find_pair,
     .compact = compact,

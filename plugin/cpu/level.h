@@ -12,6 +12,9 @@ namespace kzv::cpu {
 
 inline constexpr std::size_t kBlock = 64;
 
+// Bytes that a search through all of a text looks at before it asks whether the answer is known.
+inline constexpr std::ptrdiff_t kSearchRun = 1024;
+
 struct Level {
   const char *name;
 
@@ -25,6 +28,13 @@ struct Level {
   // Copies byte_count bytes, at most a block, and fills the rest of the block with zeros. In one store where
   // the level can: pieces cannot be forwarded to the load of the whole block that follows.
   void (*load_partial)(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block);
+
+  // Whether all of any number of bytes lie in `first` to `last`. A byte outside ends the search soon.
+  bool (*all_within)(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t first,
+                     std::uint8_t last);
+
+  // How many of any number of bytes equal `byte`.
+  std::size_t (*count)(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t byte);
 
   // Sets the bits of the bytes that belong to the set.
   void (*find)(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set, std::uint64_t *masks);

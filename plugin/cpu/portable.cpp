@@ -1,8 +1,11 @@
 #include "cpu/portable.h"
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 
+#include "base/byte_words.h"
 #include "base/hex_digits.h"
 
 // One source for every processor: vectors of 16 bytes in the compilers' own extension, which becomes SSE2,
@@ -96,15 +99,17 @@ void find_in_parts(std::size_t blocks, std::uint64_t *masks, Find find_16) {
 // A byte is in a range if its distance from the first byte is at most that of the last; a distance below the
 // first wraps around and is greater than any.
 void find(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set, std::uint64_t *masks) {
-  find_in_parts(blocks, masks, [&](std::size_t at) {
-    const Bytes text = load(bytes + at);
-    Bytes found{};
-    for (std::size_t i = 0; i < set.range_count; ++i) {
-      const auto [first, last] = set.ranges[i];
-      found |= std::bit_cast<Bytes>(text - first <= Bytes{} + static_cast<std::uint8_t>(last - first));
+  for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
+    const std::array<Bytes, 4> text = {load(bytes), load(bytes + 16), load(bytes + 32), load(bytes + 48)};
+    std::array<Bytes, 4> found{};
+    for (std::size_t range = 0; range < set.range_count; ++range) {
+      const auto [first, last] = set.ranges[range];
+      const Bytes width = Bytes{} + static_cast<std::uint8_t>(last - first);
+      for (std::size_t k = 0; k < 4; ++k) found[k] |= std::bit_cast<Bytes>(text[k] - first <= width);
     }
-    return mask_of(found);
-  });
+    masks[i] =
+        mask_of(found[0]) | mask_of(found[1]) << 16 | mask_of(found[2]) << 32 | mask_of(found[3]) << 48;
+  }
 }
 
 void find_pair(const std::uint8_t *bytes, std::size_t blocks, std::uint8_t first, std::uint8_t last,
@@ -200,9 +205,65 @@ constexpr std::uint8_t value_of(std::uint8_t digit) {
   return decimal < 10 ? decimal : letter_value;
 }
 
+// Nothing but the bytes of a text that is shorter than a vector, each at least once: parts of it that
+// overlap.
+Bytes load_overlapping(const std::uint8_t *bytes, std::size_t byte_count) {
+  std::array<std::uint64_t, 2> words{};
+  if (byte_count >= 8) {
+    std::memcpy(&words[0], bytes, 8);
+    std::memcpy(&words[1], bytes + byte_count - 8, 8);
+  } else if (byte_count >= 4) {
+    std::array<std::uint32_t, 2> halves{};
+    std::memcpy(&halves[0], bytes, 4);
+    std::memcpy(&halves[1], bytes + byte_count - 4, 4);
+    words[0] = words[1] = halves[0] | std::uint64_t{halves[1]} << 32;
+  } else {
+    words[0] = in_each_byte(bytes[0]);
+    words[1] = (in_each_byte(bytes[byte_count / 2]) & 0xFFFFFFFF) | in_each_byte(bytes[byte_count - 1]) << 32;
+  }
+  return std::bit_cast<Bytes>(words);
+}
+
+Bytes greater_of(Bytes a, Bytes b) { return a > b ? a : b; }
+
+bool any_above(Bytes bytes, std::uint8_t limit) {
+  return mask_of(std::bit_cast<Bytes>(bytes > Bytes{} + limit)) != 0;
+}
+
 bool available() { return true; }
 
 }  // namespace
+
+// Distances as in find; the greatest of them all shows whether any byte is outside.
+bool all_within(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t first, std::uint8_t last) {
+  const auto range = static_cast<std::uint8_t>(last - first);
+  if (byte_count == 0) return true;
+  if (byte_count < sizeof(Bytes)) return !any_above(load_overlapping(bytes, byte_count) - first, range);
+  const std::uint8_t *const last_vector = bytes + byte_count - sizeof(Bytes);
+  for (Bytes greatest = load(last_vector) - first; !any_above(greatest, range);) {
+    if (bytes >= last_vector) return true;
+    const std::uint8_t *const end = bytes + std::min(last_vector - bytes, kSearchRun);
+    for (; end - bytes >= std::ptrdiff_t{kBlock}; bytes += kBlock) {
+      for (std::size_t i = 0; i < kBlock; i += sizeof(Bytes))
+        greatest = greater_of(greatest, load(bytes + i) - first);
+    }
+    for (; bytes < end; bytes += sizeof(Bytes)) greatest = greater_of(greatest, load(bytes) - first);
+  }
+  return false;
+}
+
+// A sum of at most 255 ones fits in a byte, so that compilers add a register full of them at once.
+std::size_t count(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t byte) {
+  constexpr std::size_t kMostBytes = 240;
+  std::size_t total = 0;
+  for (std::size_t size = 0; byte_count > 0; bytes += size, byte_count -= size) {
+    size = std::min(byte_count, kMostBytes);
+    std::uint8_t sum = 0;
+    for (std::size_t i = 0; i < size; ++i) sum = static_cast<std::uint8_t>(sum + (bytes[i] == byte ? 1 : 0));
+    total += sum;
+  }
+  return total;
+}
 
 void load_partial(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block) {
   std::memset(block, 0, kBlock);
@@ -249,6 +310,8 @@ extern constexpr Level kLevel = {
     .available = available,
     .by_table = ~std::size_t{0},
     .load_partial = load_partial,
+    .all_within = all_within,
+    .count = count,
     .find = find,
     .find_pair = find_pair,
     .compact = compact,

@@ -5,6 +5,8 @@
 
 namespace kzv::cpu::portable {
 
+bool all_within(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t first, std::uint8_t last);
+std::size_t count(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t byte);
 void load_partial(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block);
 std::size_t write_escapes(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
                           char introducer, std::uint8_t *output);

@@ -9,8 +9,8 @@
 namespace kzv::classification {
 namespace {
 
-constexpr bool is_control(std::uint8_t byte) { return byte < 0x20; }
-constexpr bool is_outside_printable(std::uint8_t byte) { return is_high(byte) || is_control(byte); }
+constexpr std::uint8_t kFirstPrintable = 0x20;
+constexpr std::uint8_t kLastAscii = 0x7F;
 
 struct Marker {
   std::int32_t kind;
@@ -36,8 +36,10 @@ ByteView bytes_of(const Marker &marker) { return ByteView(marker.bytes).first(ma
 
 std::size_t replace_non_printable(ByteView input, std::uint8_t replacement, ByteBuffer output) {
   assert(output.size() >= input.size());
-  std::transform(input.begin(), input.end(), output.begin(),
-                 [=](std::uint8_t byte) { return is_outside_printable(byte) ? replacement : byte; });
+  std::transform(input.begin(), input.end(), output.begin(), [=](std::uint8_t byte) {
+    const bool is_printable = byte >= kFirstPrintable && byte <= kLastAscii;
+    return is_printable ? byte : replacement;
+  });
   return input.size();
 }
 
@@ -45,11 +47,11 @@ bool is_ascii(ByteView bytes, std::int32_t mode) {
   if (bytes.empty()) return false;
   switch (mode) {
     case 0:
-      return none_of_bytes(bytes, is_high);
+      return all_within(bytes, 0, kLastAscii);
     case 1:
-      return none_of_bytes(bytes, is_outside_printable);
+      return all_within(bytes, kFirstPrintable, kLastAscii);
     case 2:
-      return none_of_bytes(bytes, is_control);
+      return all_within(bytes, kFirstPrintable, 0xFF);
     default:
       return false;
   }

@@ -6,8 +6,8 @@
 
 #include "markup/entities.h"
 #include "markup/html.h"
-#include "scan/ascii.h"
 #include "scan/code_unit_tail.h"
+#include "scan/cursor.h"
 
 namespace kzv::html {
 namespace {
@@ -112,8 +112,9 @@ Progress encode(CodeUnitView text, bool keep_ascii, ByteBuffer output) {
 }
 
 bool is_html_ready(ByteView bytes) {
-  return none_of_bytes(bytes,
-                       [](std::uint8_t byte) { return !(byte != 0 && byte < 0x80 && !is_markup(byte)); });
+  static constexpr cpu::ByteSet kNotReady(
+      [](std::uint8_t byte) { return byte == 0 || byte >= 0x80 || is_markup(byte); });
+  return scan::Cursor(bytes, kNotReady).next(0) == bytes.size();
 }
 
 }  // namespace kzv::html
