@@ -20,18 +20,18 @@ using std::string_view_literals::operator""sv;
 const std::optional<double> kVersions[] = {std::nullopt, 2011.5, 2012.0, 2012.5, 2013.0, 2013.01, 2013.03};
 
 TEST(Functions, AreRegisteredInTheOrderOfTheSamples) {
-  using Row = std::pair<std::string, std::size_t>;  // name and number of parameters
   const Plugin plugin(KZV_PLUGIN);
-  std::vector<Row> called;
-  for (const Sample &sample : samples()) called.emplace_back(sample.name, sample.parameters);
-  called.erase(std::unique(called.begin(), called.end()), called.end());
-  std::vector<Row> registered;
+  auto next = samples().begin();
   for (const auto &[declaration, function, flags] : plugin.host.methods()) {
-    registered.emplace_back(declaration.substr(0, declaration.find('(')),
-                            std::ranges::count(declaration, ',') + 1);
+    const auto first = next;
+    const auto parameters = std::ranges::count(declaration, ',') + 1;
+    while (next != samples().end() && declaration.starts_with(next->name + '(') &&
+           next->parameters == parameters)
+      ++next;
+    EXPECT_NE(next, first) << "no sample of " << declaration;
     EXPECT_EQ(flags, 4U);
   }
-  EXPECT_EQ(registered, called);
+  EXPECT_EQ(next, samples().end());
 }
 
 // On the stack and beyond it: results that fill their memory to the last byte.
@@ -60,7 +60,7 @@ TEST(Functions, ReadTextInEveryEncodingAndBytesUnderEveryLabel) {
         if (is_conversion && encoding.number == kEncodingBytes) continue;
         const Place place = [&](const Text &text) {
           if (!reads_text(sample)) return new_string(text.bytes, encoding.number);
-          // Bytes without an encoding that are no ASCII are taken for Mac OS Roman.
+          // Bytes without an encoding that are not ASCII are taken for Mac OS Roman.
           const auto from = text.encoding == kEncodingBytes ? kEncodingMacRoman : text.encoding;
           const auto to = encoding.number == kEncodingBytes ? kEncodingMacRoman : encoding.number;
           const std::string bytes = *convert(text.bytes, from, to);
@@ -74,8 +74,6 @@ TEST(Functions, ReadTextInEveryEncodingAndBytesUnderEveryLabel) {
       const Place unknown = [](const Text &text) { return new_string(text.bytes, 0x1234); };
       EXPECT_EQ(sample.call(plugin, unknown), Value(kNil)) << sample.name;
     }
-    EXPECT_TRUE(plugin.host.take_raised().empty());
-    EXPECT_EQ(plugin.host.ledger.report(), "");
   }
   EXPECT_GT(encoded, 1000);
 }
@@ -88,8 +86,6 @@ TEST(Text, ThatNeedsNoEncodingComesBackAsTheSameObject) {
       const String s = owned(text);
       EXPECT_EQ(plugin.call<String>("EncodeEmailSubjectKZV", s).get(), s.get());
     }
-    EXPECT_EQ(plugin.call("EncodeEmailSubjectKZV", utf8("a\t\0\xC3"s)), ascii("=?utf-8?Q?a\t?="));
-    EXPECT_EQ(plugin.host.ledger.report(), "");
   }
 }
 
@@ -125,7 +121,6 @@ TEST(Arguments, AreReadWithinTheirBounds) {
         }
       }
     }
-    EXPECT_EQ(plugin.host.ledger.report(), "");
   }
 }
 

@@ -56,7 +56,7 @@ class Operations : public testing::Test {
   std::uint8_t at(size_t k) const { return static_cast<std::uint8_t>(text[k]); }
   int number_at(size_t k) const { return kDigitValues[at(k)] * 16 + kDigitValues[at(k + 1)]; }
   std::string hex_at(size_t k) const { return {kHexDigits[at(k) / 16], kHexDigits[at(k) % 16]}; }
-  bool marked(size_t k) const { return (where[k / kBlock] >> k % kBlock & 1) != 0; }
+  bool is_set(size_t k) const { return (where[k / kBlock] >> k % kBlock & 1) != 0; }
   static std::string byte(int value) { return {static_cast<char>(value)}; }
 
   // Expects `operation(in, out)`, which may read `read` bytes of the text and write `bound` and returns how
@@ -128,20 +128,20 @@ TEST_F(Operations, FollowTheirDefinitions) {
     expect_masks("find_pair", [&](auto k) { return at(k) == one && at(k + distance) == other; });
 
     const auto compact = [&](auto in, auto out) { return level.compact(in, blocks, bits, out); };
-    expect_both("compact", size, compact, [&](auto k) { return marked(k) ? byte(at(k)) : ""; });
+    expect_both("compact", size, compact, [&](auto k) { return is_set(k) ? byte(at(k)) : ""; });
     const auto add = [&](auto in, auto out) { return level.add(in, blocks, bits, one, other, out), size; };
-    expect_both("add", size, add, [&](auto k) { return byte(at(k) + one + (marked(k) ? other : 0)); });
+    expect_both("add", size, add, [&](auto k) { return byte(at(k) + one + (is_set(k) ? other : 0)); });
     const auto fill = [&](auto in, auto out) { return level.fill(in, blocks, bits, one, out), size; };
-    expect_both("fill", size, fill, [&](auto k) { return byte(marked(k) ? one : at(k)); });
+    expect_both("fill", size, fill, [&](auto k) { return byte(is_set(k) ? one : at(k)); });
     const auto decode = [&](auto in, auto out) { return level.decode_escapes(in, blocks, bits, out), size; };
     expect_both("decode_escapes", size + 2, decode,
-                [&](auto k) { return byte(marked(k) ? number_at(k + 1) : at(k)); });
+                [&](auto k) { return byte(is_set(k) ? number_at(k + 1) : at(k)); });
 
     size_t bound = size + kBlock;
-    for (size_t k = 0; k < size; ++k) bound += marked(k) ? 2 : 0U;
+    for (size_t k = 0; k < size; ++k) bound += is_set(k) ? 2 : 0U;
     const auto escape = [&](auto in, auto out) { return level.write_escapes(in, blocks, bits, '=', out); };
     expect("write_escapes", size, bound, escape, size,
-           [&](auto k) { return marked(k) ? '=' + hex_at(k) : byte(at(k)); });
+           [&](auto k) { return is_set(k) ? '=' + hex_at(k) : byte(at(k)); });
     const auto limit = static_cast<std::uint16_t>(round % 3 == 0 ? one : one << 8 | other);
     const auto narrow = [&](auto in, auto out) {
       return level.narrow(reinterpret_cast<const CodeUnit *>(in), blocks, limit, out, found.data()), size;

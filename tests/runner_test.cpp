@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "host.h"
 #include "reference.h"
 
 namespace kzv {
@@ -59,7 +60,6 @@ TEST(Runner, SaysOnStandardErrorWhatIsWrongAndWhatToDo) {
        "  EncodingToURLKZV(s as string, options as integer) as string\n"},
       {"EncodingToURLKZV a ''", 2, "argument options: \"\" is not an integer"},
       {"EncodingToURLKZV a 2147483648", 2, "argument options: \"2147483648\" is out of range: integers go"},
-      {"EncodingToURLKZV a -2147483649", 2, "argument options: \"-2147483649\" is out of range"},
       {"StrKZV $long", 2, "argument d: \"xxx"},
       {"RandomBytesStringKZV 1 maybe", 2, "argument ASCII: \"maybe\" is not a boolean"},
       {"EncodingToURLKZV file:/no/file", 2, "argument s: \"file:/no/file\" cannot be read: No such file"},
@@ -108,7 +108,7 @@ TEST(Runner, WritesJson) {
 TEST(Info, DescribesPlugins) {
   EXPECT_NE(run("kzv info " KZV_PLUGIN).out.find("\nentry         REALPluginMain\n"), std::string::npos);
   const json ours = json::parse(run("kzv --json info " KZV_PLUGIN).out);
-  EXPECT_EQ(ours["services"].size(), 23U);  // LenB, the 24th, has no name of its own
+  EXPECT_EQ(ours["services"].size(), host::Services::names().size());
   if (!std::filesystem::exists(KZV_OTHER_PLUGIN)) GTEST_SKIP() << "there is no " KZV_OTHER_PLUGIN;
   const json expected = {
       {"file", KZV_OTHER_PLUGIN},     {"architecture", "32-bit x86"},

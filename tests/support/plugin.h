@@ -74,6 +74,13 @@ class Plugin {
       : host(std::move(settings)), library_(std::move(library)) {
     host.start(library_->as_new());
   }
+  Plugin(const Plugin &) = delete;
+  Plugin &operator=(const Plugin &) = delete;
+  // Whatever a test does, everything that was taken is released in the end, and it expects every exception.
+  ~Plugin() {
+    EXPECT_EQ(host.ledger.report(), "");
+    EXPECT_TRUE(host.take_raised().empty()) << "exceptions that the test has not taken";
+  }
 
   // Calls a function with values of any kind, or strings that are the caller's own. A result that is a String
   // is the very object that the host got.
