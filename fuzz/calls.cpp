@@ -80,7 +80,7 @@ std::string service_from(Input &in) {
   return std::string(names[in.ConsumeIntegralInRange<std::size_t>(0, names.size() - 1)]);
 }
 
-// A host that may be old, unwilling to tell its version, or without some of its services.
+// A host that may be old, or without its version or some of its services.
 Settings settings_from(Input &in) {
   Settings settings;
   settings.version = in.PickValueInArray<std::optional<double>>(
@@ -95,7 +95,7 @@ Settings settings_from(Input &in) {
 }
 
 // Services that fail, or that are not found at first. Not both: what a host begins to take only in the middle
-// of a call, and then throws when asked for, nobody can give back to it.
+// of a call, and then throws when asked for, nobody can release.
 void let_down(Input &in, Settings &settings) {
   const int choice = in.ConsumeIntegralInRange(0, 7);
   if (choice == 1) settings.silent_look_ups = in.ConsumeIntegralInRange(1, 20);

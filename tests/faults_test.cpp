@@ -1,10 +1,6 @@
 // Every function on hosts that let it down, and without memory: whatever fails, the rules of misbehaviour.h
 // hold and the answer is a known one.
-#include <algorithm>
 #include <gtest/gtest.h>
-#include <map>
-#include <memory>
-#include <set>
 
 #include "support/memory.h"
 #include "support/misbehaviour.h"
@@ -57,8 +53,10 @@ const Fault kLookUpFaults[] = {
 // Whether a call may give `result` when a fault has happened: the known result, that of a call with an
 // unreadable argument, or nil.
 bool is_known(const Sample &sample, std::size_t times, const Fault &fault, const Value &result) {
+  if (const auto *const text = std::get_if<Text>(&result); text != nullptr && text->bytes.empty())
+    return true;
   std::vector<Value> known = sample.unreadable;
-  known.insert(known.end(), {sample.expected, kNil, utf8(""), kNoBlock});
+  known.insert(known.end(), {sample.expected, kNoBlock});
   return std::ranges::any_of(known, [&](const Value &value) {
     const Value expected = repeated(value, times);
     const Text *const text = std::get_if<Text>(&expected);
@@ -66,6 +64,15 @@ bool is_known(const Sample &sample, std::size_t times, const Fault &fault, const
     // Unlabelled bytes, also where they were to be converted from UTF-16.
     return result == expected || result == Value(raw(text->bytes)) ||
            result == Value(utf8(*convert(text->bytes, kEncodingUTF8, kEncodingUTF16)));
+  });
+}
+
+// A host may call while an exception of its own is on its way.
+template <typename Action>
+void act_while_unwinding(Action action) {
+  EXPECT_ANY_THROW({
+    const std::shared_ptr<void> at_the_end(nullptr, [&](void *) { action(); });
+    throw std::runtime_error("the host's own");
   });
 }
 
@@ -80,9 +87,13 @@ class Faults : public testing::Test {
     std::optional<Value> result;
     fault.start(plugin.host, k);
     int &silent = plugin.host.settings.silent_look_ups;
-    const Endured endured = endure(
-        plugin.host, [&] { result = sample.call(plugin, times); },
-        [&] { return memory.last_refused > 0 || (fault.finds_fewer_services && (k == 0 || silent < k)); });
+    Endured endured;
+    const auto act = [&] {
+      endured = endure(
+          plugin.host, [&] { result = sample.call(plugin, times); },
+          [&] { return memory.last_refused > 0 || (fault.finds_fewer_services && (k == 0 || silent < k)); });
+    };
+    k % 2 == 0 ? act_while_unwinding(act) : act();
     silent = 0;
     memory = {.blocks = std::move(memory.blocks)};
 

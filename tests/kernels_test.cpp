@@ -1,9 +1,7 @@
 // What neither a slow twin nor an inverse shows of the kernels: tables, words and limits.
 #include "support/kernels.h"
 
-#include <array>
 #include <gtest/gtest.h>
-#include <map>
 
 #include "compare/distance.h"
 #include "markup/classification.h"

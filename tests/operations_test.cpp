@@ -1,9 +1,7 @@
 // The levels, and each operation of the chosen one against its definition, byte by byte, on memory that ends
 // where the operation may read and write no further.
-#include <array>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <map>
 #include <utility>
 
 #include "base/hex_digits.h"

@@ -44,11 +44,8 @@ TEST(Runner, WritesTheBytesOfTheResultAndNothingElse) {
 }
 
 TEST(Runner, SaysOnStandardErrorWhatIsWrongAndWhatToDo) {
-  const struct {
-    const char *words;
-    int exit_code;
-    const char *err;  // how it begins, after "kzv: "
-  } rows[] = {
+  // Arguments, exit code, and how the message begins after "kzv: ".
+  const std::tuple<const char *, int, const char *> rows[] = {
       {"EncodingToURL x", 2, "there is no function EncodingToURL\n  did you mean EncodingToURLKZV?"},
       {"help strkzv", 2, "there is no function strkzv\n  did you mean StrKZV?\n  kzv list"},
       {"\"$(printf 'a\\033[2J\\n\\302\\233\\377\\303\\251')\"", 2,
@@ -87,12 +84,12 @@ TEST(Runner, SaysOnStandardErrorWhatIsWrongAndWhatToDo) {
        "cannot load " KZV_FOLDER "/kzv: it has no symbol REALPluginMain, so it is not a plugin\n"},
       {"EncodingToURLKZV x >/dev/full", 1, "cannot write the result to standard output\n"},
   };
-  for (const auto &row : rows) {
-    const Outcome outcome = run("long=$(head -c 100000 /dev/zero | tr '\\0' x)\nkzv "s + row.words);
-    EXPECT_EQ(outcome.exit_code, row.exit_code) << row.words;
-    EXPECT_EQ(outcome.out, "") << row.words;
-    EXPECT_TRUE(outcome.err.starts_with("kzv: "s + row.err)) << row.words << '\n' << outcome.err;
-    EXPECT_LT(outcome.err.size(), 500U) << row.words;
+  for (const auto &[words, exit_code, err] : rows) {
+    const Outcome outcome = run("long=$(head -c 100000 /dev/zero | tr '\\0' x)\nkzv "s + words);
+    EXPECT_EQ(outcome.exit_code, exit_code) << words;
+    EXPECT_EQ(outcome.out, "") << words;
+    EXPECT_TRUE(outcome.err.starts_with("kzv: "s + err)) << words << '\n' << outcome.err;
+    EXPECT_LT(outcome.err.size(), 500U) << words;
   }
 }
 

@@ -1,36 +1,27 @@
 // Several threads, and a library that comes and goes.
 #include <barrier>
-#include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <memory>
 #include <thread>
-#include <vector>
 
 #include "support/samples.h"
 
 namespace kzv::host {
 namespace {
 
-TEST(Threads, MakeEveryFirstCallTogetherAndGoOn) {
+TEST(Threads, MakeEveryCallTogether) {
   constexpr std::size_t kThreads = 8;
   for (const double host_version : {2011.5, 2012.5, 2013.03}) {
     Plugin plugin(KZV_PLUGIN, version(host_version));
     std::barrier together(kThreads);
-    std::atomic<int> calls = 0;
-    const auto work = [&](std::size_t next) {
+    const auto work = [&] {
       for (const Sample &sample : samples()) {
         together.arrive_and_wait();
-        EXPECT_EQ(sample.call(plugin), sample.expected) << sample.name;
-      }
-      for (const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(300);
-           std::chrono::steady_clock::now() < end; ++calls, next += 7) {
-        const Sample &sample = samples()[next % samples().size()];
-        ASSERT_EQ(sample.call(plugin), sample.expected) << sample.name;
-        ASSERT_EQ(plugin.call("RandomBytesStringKZV", 20, true).bytes.size(), 20U);
+        for (int i = 0; i < 20; ++i) EXPECT_EQ(sample.call(plugin), sample.expected) << sample.name;
+        EXPECT_EQ(plugin.call("RandomBytesStringKZV", 20, true).bytes.size(), 20U);
       }
     };
     std::vector<std::thread> threads;
-    for (std::size_t i = 0; i < kThreads; ++i) threads.emplace_back(work, i);
+    for (std::size_t i = 0; i < kThreads; ++i) threads.emplace_back(work);
     for (std::thread &thread : threads) thread.join();
   }
 }

@@ -7,8 +7,6 @@
 #pragma once
 
 #include <functional>
-#include <optional>
-#include <utility>
 
 #include "host.h"
 

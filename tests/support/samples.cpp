@@ -1,6 +1,5 @@
 #include "support/samples.h"
 
-#include <algorithm>
 #include <deque>
 #include <limits>
 

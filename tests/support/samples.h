@@ -2,10 +2,7 @@
 #pragma once
 
 #include <functional>
-#include <optional>
-#include <string>
 #include <variant>
-#include <vector>
 
 #include "support/plugin.h"
 
