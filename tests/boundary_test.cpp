@@ -13,9 +13,6 @@
 namespace kzv::host {
 namespace {
 
-using std::string_literals::operator""s;
-using Kind = Misbehaviour::Kind;
-
 constexpr char kDecodeBlock[] = "_yDecodeMemoryKZV";
 
 // Samples show the rest.

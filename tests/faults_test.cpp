@@ -9,8 +9,6 @@
 namespace kzv::host {
 namespace {
 
-using Kind = Misbehaviour::Kind;
-
 // By version, and on hosts that do not deliver text.
 const Settings kHosts[] = {version(2011.5), version(2012.0), version(2012.0, {"PluginGetStringData"}),
                            version(2013.03), version(2013.03, {"PluginGetStringData"})};

@@ -11,8 +11,6 @@
 namespace kzv::host {
 namespace {
 
-using std::string_view_literals::operator""sv;
-
 // On each side of every threshold.
 const std::optional<double> kVersions[] = {std::nullopt, 2011.5, 2012.0, 2012.5, 2013.0, 2013.01, 2013.03};
 
@@ -76,7 +74,6 @@ TEST(Functions, ReadTextInEveryEncodingAndBytesUnderEveryLabel) {
 }
 
 TEST(Text, ThatNeedsNoEncodingComesBackAsTheSameObject) {
-  using std::string_literals::operator""s;
   for (const auto &host_version : kVersions) {
     Plugin plugin(KZV_PLUGIN, version(host_version));
     for (const Text &text : {utf16("Hello ~\x7F"), utf8(""), raw("plain"), utf8("a\0\1"s)}) {
@@ -105,12 +102,12 @@ TEST(Arguments, AreReadWithinTheirBounds) {
           return new_string(window(text, size), text.encoding);
         };
         const Value expected = sample.call(plugin, anywhere);
-        for (const std::string_view margin : {"&&"sv, "\0\0"sv}) {
+        for (const std::string &margin : {"&&"s, "\0\0"s}) {
           std::list<Guarded> areas;
           const Place at_end = [&](const Text &text) {
             const std::string bytes = window(text, size);
             const std::size_t unit = text.encoding == kEncodingUTF16 ? 2 : 1;
-            Guarded &area = areas.emplace_back(bytes + std::string(margin, 0, reads_text(sample) ? unit : 0));
+            Guarded &area = areas.emplace_back(bytes + margin.substr(0, reads_text(sample) ? unit : 0));
             const std::string_view lent(reinterpret_cast<char *>(area.data()), bytes.size());
             return String(make_string_of_lent(lent, text.encoding));
           };

@@ -64,7 +64,8 @@ TEST(Library, RunsNothingAtLoad) {
 }
 
 // What the functions of a level may hold besides what those of the levels before it may: mnemonics, and
-// registers as ymm, zmm, k (the masks) and 16 (vectors beyond the first 16).
+// registers as ymm, zmm, k (the masks) and 16 (vectors beyond the first 16). After the portable level, whose
+// instructions every processor has, kinds of them are enough: the compiler knows each level's features.
 constexpr std::pair<const char *, const char *> kInstructions[] = {
     // General instructions, prefixes, the x87 unit, SSE and SSE2. cpuid and xgetbv are how the compiler asks
     // for

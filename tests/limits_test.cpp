@@ -12,8 +12,6 @@
 namespace kzv::host {
 namespace {
 
-using std::string_literals::operator""s;
-
 // So many bytes of address space without as much memory: a pattern, whose length is a power of two, again and
 // again. There is one pattern at a time: 32 bits cannot address more.
 std::string_view sparse(std::string_view pattern, std::size_t byte_count) {
@@ -110,10 +108,7 @@ TEST_F(Limits, OfArgumentsDecideWhetherMemoryIsAskedFor) {
   EXPECT_EQ(asked_for_by(to_url, 1431655763), 0U);
   const Sample six = sample("ConcatBinaryStringsKZV", kNil, kBytes, kBytes, kBytes, kBytes, kBytes, kBytes);
   EXPECT_EQ(asked_for_by(six, 715827883), 0U);
-}
-
-// Text without a terminator has to be copied, with one.
-TEST_F(Limits, OfTextDecideWhetherItIsCopied) {
+  // Text without a terminator has to be copied, with one.
   expect_limit(sample("RemoveHTMLTagsKZV", kNil, utf8("a")), 2147483643, 2147483647, "a");
   expect_limit(sample("EncodingToCP1252KZV", kNil, Text{"a", kEncodingUTF16}), 1073741821, 2147483646, "a");
   expect_limit(sample("EncodeEmailSubjectKZV", kNil, utf8("é")), 2147483643, 2147483647, "é");

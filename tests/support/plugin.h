@@ -10,6 +10,8 @@
 
 namespace kzv::host {
 
+using std::string_literals::operator""s;
+
 // A string or memory block as tests write and compare it.
 struct Text {
   std::string bytes;

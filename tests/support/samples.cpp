@@ -5,8 +5,6 @@
 
 namespace kzv::host {
 
-using std::string_literals::operator""s;
-
 std::string repeated(std::string_view bytes, std::size_t times) {
   std::string all;
   for (std::size_t i = 0; i < times; ++i) all += bytes;
