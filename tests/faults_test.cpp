@@ -1,6 +1,11 @@
 // Every function on hosts that let it down, and without memory: whatever fails, the rules of misbehaviour.h
 // hold and the answer is a known one.
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <map>
+#include <memory>
+#include <set>
+#include <stdexcept>
 
 #include "support/memory.h"
 #include "support/misbehaviour.h"

@@ -1,8 +1,11 @@
 // All registered functions: with hosts of every generation, texts in every encoding and arguments at the
 // edges of memory.
+#include <algorithm>
 #include <clocale>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <list>
+#include <unistd.h>
 
 #include "support/guarded.h"
 #include "support/samples.h"

@@ -1,11 +1,15 @@
-// What neither a slow twin nor an inverse shows of the kernels: tables, words and limits.
+// What the relations of kernels do not show: levels, sets of bytes, tables and limits.
 #include "support/kernels.h"
 
+#include <fstream>
 #include <gtest/gtest.h>
+#include <map>
 
 #include "compare/distance.h"
+#include "cpu/level.h"
 #include "markup/classification.h"
 #include "markup/entities.h"
+#include "support/random.h"
 #include "transfer/hex_dump.h"
 #include "transfer/quoted_printable.h"
 
@@ -13,6 +17,54 @@ namespace kzv {
 namespace {
 
 using std::string_literals::operator""s;
+
+// By what the operating system says of the processor.
+TEST(Levels, AreThoseOfThisProcessorTheFastestLast) {
+  std::ifstream file("/proc/cpuinfo");
+  const std::string features(std::istreambuf_iterator<char>(file), {});
+  const auto has = [&](const char *feature) { return features.find(feature) < features.size(); };
+  const std::map<std::string, bool> available = {
+      {"portable", true},
+      {"avx2", has(" avx2 ") && has(" bmi2 ")},
+      {"avx512", has(" avx512bw ") && has(" avx512vl ") && has(" avx512vbmi ") && has(" avx512_vbmi2 ")}};
+  std::vector<const cpu::Level *> expected;
+  for (const cpu::Level *const each : cpu::built_in_levels())
+    if (available.at(each->name)) expected.push_back(each);
+  EXPECT_TRUE(std::ranges::equal(cpu::levels(), expected));
+}
+
+// Sets of up to eight ranges anywhere, made as all sets are: by the compiler. Kernels use only a few.
+struct Membership {
+  std::size_t set;
+  constexpr bool operator()(std::uint8_t byte) const {
+    const std::size_t shifted = (byte + set) % 256;
+    const auto random = static_cast<std::uint32_t>(set * 8 + shifted / 32) * 2654435761U;
+    const std::size_t first = random >> 28;
+    return (set % 32 == 0 || shifted / 32 != set % 8) && shifted % 32 >= first &&
+           shifted % 32 <= first + (random >> 24 & 15);
+  }
+};
+constexpr auto kSets = []<std::size_t... kSet>(std::index_sequence<kSet...>) {
+  return std::array{cpu::ByteSet(Membership{kSet})...};
+}
+(std::make_index_sequence<64>());
+
+TEST(Levels, FindTheBytesOfAnySet) {
+  auto random = seeded_random();
+  for (std::size_t round = 0; round < kSets.size() * 17; ++round) {
+    const Membership belongs{round % kSets.size()};
+    const cpu::ByteSet &set = kSets[belongs.set];
+    std::string text((round % 17 + 1) * cpu::kBlock, '\0');
+    for (char &byte : text) byte = static_cast<char>(random());
+    std::array<std::uint64_t, 17> found{};
+    cpu::level().find(Guarded(text).data(), text.size() / cpu::kBlock, set, found.data());
+    for (std::size_t k = 0; k < text.size(); ++k) {
+      const auto byte = static_cast<std::uint8_t>(text[k]);
+      ASSERT_EQ((found[k / cpu::kBlock] >> k % cpu::kBlock & 1) != 0, belongs(byte)) << round << ' ' << k;
+      ASSERT_EQ(set.contains(byte), belongs(byte)) << round << ' ' << k;
+    }
+  }
+}
 
 TEST(Kernels, EntityTableIsThatOfHtml401) {
   // FNV-1a over "name=code;" in ascending order of the codes, computed from the three lists that HTML 4.01

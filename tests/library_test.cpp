@@ -63,27 +63,34 @@ TEST(Library, RunsNothingAtLoad) {
                " " + std::to_string(entries * sizeof(void *)) + " \\(bytes\\)");
 }
 
+// SSE and SSE2; with a "v" before, AVX and AVX2.
+#define KZV_SSE2                                                                                          \
+  "(add|sub|mul|div|sqrt|min|max|andn?|x?or|mov[ualh]?|shuf|unpck[lh]|u?comi|cmp[a-z]*|movmsk)[ps][sd]|"  \
+  "mov(d|q|dq[au]|hlps|lhps)|cvt(t?[ps][sd]2([ps][sdi]|si|dq)|(dq|[ps]i)2[ps][sd])[lq]?|psra[wd]|pandn?|" \
+  "por|pxor|p(add|sub)(u?s)?[bwdq]|pcmp(eq|gt)[bwd]|pm(in|ax)(ub|sw)|pmovmskb|pmul(lw|hu?w|udq)|pmaddwd|" \
+  "psadbw|pavg[bw]|pshuf(d|lw|hw)|ps[lr]l(w|d|q|dq)|pack(ss(wb|dw)|uswb)|punpck[lh](bw|wd|dq|qdq)|"       \
+  "p(ins|ext)rw"
+
 // What the functions of a level may hold besides what those of the levels before it may: mnemonics, and
-// registers as ymm, zmm, k (the masks) and 16 (vectors beyond the first 16). After the portable level, whose
-// instructions every processor has, kinds of them are enough: the compiler knows each level's features.
+// registers as ymm, zmm, k (the masks) and 16 (vectors beyond the first 16).
 constexpr std::pair<const char *, const char *> kInstructions[] = {
-    // General instructions, prefixes, the x87 unit, SSE and SSE2. cpuid and xgetbv are how the compiler asks
-    // for
-    // a processor's features; tzcnt is bsf on one that does not have it.
+    // General instructions, prefixes, the x87 unit and SSE2. cpuid and xgetbv are how the compiler asks for a
+    // processor's features; tzcnt is bsf on one that does not have it.
     {"portable",
      "(adc|add|and|bs[fr]|bt[crs]?|call|cmp|dec|i?div|i?mul|inc|lea|leave|mov|movabs|neg|nop|not|x?or|popf?|"
      "pushf?|ret|ro[lr]|sar|sbb|sh[lr]d?|sub|test|tzcnt|xchg)[bwlq]?|mov[sz][bwl][wlq]|c[lqw]t[dloq]|"
      "(j|cmov|set)[a-z]+|rep[nz]*|cs|data16|notrack|endbr(32|64)|ud2|hlt|cpuid|xgetbv|(?!fistt)f[a-z]+1?|"
-     "\\.\\.\\.|"
-     "(add|sub|mul|div|sqrt|min|max|andn?|x?or|mov[ualh]?|shuf|unpck[lh]|u?comi|cmp[a-z]*|movmsk)[ps][sd]|"
-     "mov(d|q|dq[au]|hlps|lhps)|cvt(t?[ps][sd]2([ps][sdi]|si|dq)|(dq|[ps]i)2[ps][sd])[lq]?|psra[wd]|pandn?|"
-     "por|pxor|p(add|sub)(u?s)?[bwdq]|pcmp(eq|gt)[bwd]|pm(in|ax)(ub|sw)|pmovmskb|pmul(lw|hu?w|udq)|pmaddwd|"
-     "psadbw|pavg[bw]|pshuf(d|lw|hw)|ps[lr]l(w|d|q|dq)|pack(ss(wb|dw)|uswb)|punpck[lh](bw|wd|dq|qdq)|"
-     "p(ins|ext)rw"},
-    // Those of vectors with three operands, BMI2 and POPCNT.
-    {"avx2", "v.*|ymm|(sar|shl|shr|ror|mul)x|pdep|pext|bzhi|popcnt[lq]?"},
-    // Those of masks.
-    {"avx512", "zmm|k.*|16|\\{evex\\}"},
+     "\\.\\.\\.|" KZV_SSE2},
+    // AVX2, BMI2, POPCNT.
+    {"avx2", "v(" KZV_SSE2 ")|ymm|v(zeroupper|(broadcast|insert|extract)[if]128|p(broadcast[bwdq]|"
+             "cmp(eq|gt)q|blend(vb|w|d)|(min|max)[us][bwd]|ackusdw|mov[sz]x[bwd][wdq]|shufb|s(ll|rl|ra)v[dq]|"
+             "maddubsw|(extr|insr)[bdq]|alignr|test))|vperm(q|d|2i128)|(sar|shl|shr|ror|mul)x|pdep|pext|bzhi|"
+             "popcnt[lq]?"},
+    // AVX-512 F, BW, VL, VBMI, VBMI2.
+    {"avx512",
+     "zmm|k|16|\\{evex\\}|k(mov|unpck|andn?|x?n?or|not|shift[lr]|ortest|test|add)([bwdq]|bw|wd|dq)|"
+     "v(movdq[au](8|16|32|64)|perm(b|[ti]2b)|(broadcast|insert|extract|shuf)[if](32x[48]|64x[24])|"
+     "p((andn?|x?or|ternlog)[dq]|cmp[a-z]*[bwdq]|testn?m[bwdq]|blendm[bwdq]|compress[bw]|movwb))"},
 };
 
 // The row of the namespace that a function is in, as in <_ZN3kzv3cpu4avx212_GLOBAL__N_14findE...>. What is in

@@ -1,7 +1,10 @@
 // Several threads, and a library that comes and goes.
 #include <barrier>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <memory>
 #include <thread>
+#include <vector>
 
 #include "support/samples.h"
 

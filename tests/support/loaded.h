@@ -1,9 +1,11 @@
 // A plugin's library that can be had as new again and again without being loaded anew, which takes long.
 #pragma once
 
+#include <cstdint>
 #include <dlfcn.h>
 #include <link.h>
 #include <span>
+#include <vector>
 
 #include "plugin_file.h"
 

@@ -7,6 +7,8 @@
 #pragma once
 
 #include <functional>
+#include <optional>
+#include <utility>
 
 #include "host.h"
 

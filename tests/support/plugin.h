@@ -2,7 +2,13 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 #include <gtest/gtest.h>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
 
 #include "encodings.h"
 #include "host.h"

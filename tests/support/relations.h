@@ -2,7 +2,10 @@
 // tests draw the arguments; other tests choose them.
 #pragma once
 
+#include <array>
+#include <bit>
 #include <cmath>
+#include <cstring>
 
 #include "compare/bitwise.h"
 #include "compare/distance.h"

@@ -1,5 +1,6 @@
 #include "support/samples.h"
 
+#include <algorithm>
 #include <deque>
 #include <limits>
 

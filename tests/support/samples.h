@@ -2,7 +2,9 @@
 #pragma once
 
 #include <functional>
+#include <string>
 #include <variant>
+#include <vector>
 
 #include "support/plugin.h"
 

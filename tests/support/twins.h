@@ -1,7 +1,12 @@
 // What the kernels are held against: the rules applied element by element, regardless of speed.
 #pragma once
 
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "markup/entities.h"
 #include "support/kernels.h"
