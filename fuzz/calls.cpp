@@ -74,7 +74,7 @@ std::string service_from(Input &in) {
   return std::string(names[in.ConsumeIntegralInRange<std::size_t>(0, names.size() - 1)]);
 }
 
-// A host that may be old, or without its version or some of its services.
+// A host of any version, which it may not report, and which may lack some services.
 Settings settings_from(Input &in) {
   Settings settings;
   settings.version = in.PickValueInArray<std::optional<double>>(
@@ -88,8 +88,8 @@ Settings settings_from(Input &in) {
   return settings;
 }
 
-// Services that fail, or that are not found at first. Not both: what a host begins to take only in the middle
-// of a call, and then throws when asked for, nobody can release.
+// Services that fail, or that are not found at first. Not both: what is taken by a service that is found in
+// the middle of a call cannot be released when the look-up of the releasing service then throws.
 void let_down(Input &in, Settings &settings) {
   const int choice = in.ConsumeIntegralInRange(0, 7);
   if (choice == 1) settings.silent_look_ups = in.ConsumeIntegralInRange(1, 20);

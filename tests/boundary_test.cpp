@@ -32,6 +32,7 @@ TEST(Host, NumbersEncodings) {
 }
 
 TEST(Host, ShowsAStringToOlderPluginsOnlyWhileTheyHoldIt) {
+  // At byte 4 a pointer to the buffer, whose text begins at its byte 1; at byte 12 the length.
   const auto is_shown = [](REALstringStruct *string) {
     const auto *const object = reinterpret_cast<const char *>(string);
     const char *buffer = nullptr;
@@ -154,9 +155,9 @@ TEST(MissingServices, EndInTheDocumentedOutcome) {
       {2013.03, {"REALUnlockObject"}, block({"ab\0"s})},
       {2013.03, {"newMemoryBlock"}, block(kNoBlock)},
   };
-  for (const auto &[host_version, withheld, call] : rows) {
+  for (const auto &[host_version, withheld, known] : rows) {
     Plugin plugin(KZV_PLUGIN, version(host_version, withheld));
-    for (int i = 0; i < 2; ++i) EXPECT_EQ(call.call(plugin), call.expected) << *withheld.begin();
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(known.call(plugin), known.expected) << *withheld.begin();
     EXPECT_EQ(plugin.host.take_raised().size(), withheld.contains("newMemoryBlock") ? 2U : 0U);
   }
 }
