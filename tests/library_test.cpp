@@ -138,8 +138,8 @@ TEST(Library, HasInstructionsOnlyInLevelsThatAskForThem) {
 }
 #endif
 
-// Only the first is that of its function, whose result is a long double in row 8. The others stop the build:
-// to the compiler they are not constants.
+// Only the first is that of its function, which in row 8 returns what the host language does not have. The
+// others stop the build: to the compiler they are not constants.
 constexpr const char *kDeclarations[] = {
     "F(s as string, i as integer = 0, b as boolean=false,m as memoryblock) as double",
     "F(s as string, i as double, b as boolean, m as memoryblock) as double",
@@ -158,10 +158,11 @@ constexpr const char *kDeclarations[] = {
     "F(s as string, i as integer, b as boolean, m as memoryblock) as double = 3",
 };
 template <std::size_t row>
+using Function = std::conditional_t<row == 8, long double, double>(REALstringStruct *, std::int32_t,
+                                                                   REALboolean, REALmemoryBlockStruct *);
+template <std::size_t row>
 constexpr bool kIsAccepted = requires {
-  typename std::bool_constant<declares<std::conditional_t<row == 8, long double, double>(
-                                  REALstringStruct *, std::int32_t, REALboolean, REALmemoryBlockStruct *)>(
-                                  kDeclarations[row]) != nullptr>;
+  typename std::bool_constant<declares<Function<row>>(kDeclarations[row]) != nullptr>;
 };
 
 TEST(Declarations, ThatDifferFromTheirFunctionAreNotConstants) {
