@@ -10,7 +10,6 @@ foreach(folder ${folders})
   file(GLOB_RECURSE found CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.h)
   list(APPEND headers ${found})
 endforeach()
-list(REMOVE_ITEM sources ${PROJECT_SOURCE_DIR}/tests/must_not_compile.cpp)
 
 set(stamps)
 foreach(source ${sources})

@@ -5,7 +5,6 @@
 //   - A complete host that is healthy again gets the answer that a healthy host of the newest version gets,
 //     whatever its version and whatever went wrong before.
 #include <bit>
-#include <cstdio>
 #include <cstdlib>
 #include <fuzzer/FuzzedDataProvider.h>
 #include <limits>
@@ -13,6 +12,7 @@
 #include "call.h"
 #include "encodings.h"
 #include "host.h"
+#include "support/kernels.h"
 #include "support/loaded.h"
 #include "support/misbehaviour.h"
 
@@ -20,15 +20,9 @@ namespace kzv::host {
 namespace {
 
 using Input = FuzzedDataProvider;
-using Kind = Misbehaviour::Kind;
 using runner::Parameter;
 using runner::Type;
 using runner::Value;
-
-[[noreturn]] void fail(const std::string &what) {
-  std::fprintf(stderr, "%s\n", what.c_str());
-  std::abort();
-}
 
 // Long enough for what does not fit on the stack or into a builder's first block.
 std::string bytes_from(Input &in) {
@@ -80,7 +74,7 @@ std::string service_from(Input &in) {
   return std::string(names[in.ConsumeIntegralInRange<std::size_t>(0, names.size() - 1)]);
 }
 
-// A host that may be old, unwilling to tell its version, or without some of its services.
+// A host of any version, which it may not report, and which may lack some services.
 Settings settings_from(Input &in) {
   Settings settings;
   settings.version = in.PickValueInArray<std::optional<double>>(
@@ -94,8 +88,8 @@ Settings settings_from(Input &in) {
   return settings;
 }
 
-// Services that fail, or that are not found at first. Not both: what a host begins to take only in the middle
-// of a call, and then throws when asked for, nobody can give back to it.
+// Services that fail, or that are not found at first. Not both: what is taken by a service that is found in
+// the middle of a call cannot be released when the look-up of the releasing service then throws.
 void let_down(Input &in, Settings &settings) {
   const int choice = in.ConsumeIntegralInRange(0, 7);
   if (choice == 1) settings.silent_look_ups = in.ConsumeIntegralInRange(1, 20);
@@ -111,7 +105,7 @@ void endured(Host &host, Action action) {
   const bool complete = host.settings.withheld.empty() && host.settings.silent_look_ups == 0;
   const Endured after = endure(host, action, [&] { return !complete; });
   host.settings.silent_look_ups = 0;
-  if (!after.broken.empty()) fail(after.broken);
+  expect(after.broken.empty(), after.broken.c_str());
 }
 
 void live(Input &in) {
@@ -139,8 +133,8 @@ void live(Input &in) {
   let_down(in, host.settings);
   endured(host, [&] { call(host); });
   endured(host, [&] { call(host); });
-  if (answer != expected && host.settings.withheld.empty()) fail("healthy hosts get different answers");
-  if (shown(arguments) != given) fail("a call has changed its arguments");
+  expect(answer == expected || !host.settings.withheld.empty(), "healthy hosts get the same answer");
+  expect(shown(arguments) == given, "a call leaves its arguments as they were");
 }
 
 }  // namespace

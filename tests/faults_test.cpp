@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <stdexcept>
 
 #include "support/memory.h"
 #include "support/misbehaviour.h"
@@ -12,8 +13,6 @@
 
 namespace kzv::host {
 namespace {
-
-using Kind = Misbehaviour::Kind;
 
 // By version, and on hosts that do not deliver text.
 const Settings kHosts[] = {version(2011.5), version(2012.0), version(2012.0, {"PluginGetStringData"}),
@@ -57,21 +56,27 @@ const Fault kLookUpFaults[] = {
 // Whether a call may give `result` when a fault has happened: the known result, that of a call with an
 // unreadable argument, or nil.
 bool is_known(const Sample &sample, std::size_t times, const Fault &fault, const Value &result) {
-  if (result == Value(kNoBlock)) return true;
   if (const auto *const text = std::get_if<Text>(&result); text != nullptr && text->bytes.empty())
     return true;
   std::vector<Value> known = sample.unreadable;
-  known.push_back(sample.expected);
-  for (const Value &value : known) {
+  known.insert(known.end(), {sample.expected, kNoBlock});
+  return std::ranges::any_of(known, [&](const Value &value) {
     const Value expected = repeated(value, times);
-    if (result == expected) return true;
     const Text *const text = std::get_if<Text>(&expected);
-    if (text == nullptr || !fault.finds_fewer_services) continue;
+    if (text == nullptr || !fault.finds_fewer_services) return result == expected;
     // Unlabelled bytes, also where they were to be converted from UTF-16.
-    if (result == Value(raw(text->bytes))) return true;
-    if (result == Value(utf8(*convert(text->bytes, kEncodingUTF8, kEncodingUTF16)))) return true;
-  }
-  return false;
+    return result == expected || result == Value(raw(text->bytes)) ||
+           result == Value(utf8(*convert(text->bytes, kEncodingUTF8, kEncodingUTF16)));
+  });
+}
+
+// A host may call while an exception of its own is on its way.
+template <typename Action>
+void act_while_unwinding(Action action) {
+  EXPECT_ANY_THROW({
+    const std::shared_ptr<void> at_the_end(nullptr, [&](void *) { action(); });
+    throw std::runtime_error("the host's own");
+  });
 }
 
 class Faults : public testing::Test {
@@ -85,9 +90,13 @@ class Faults : public testing::Test {
     std::optional<Value> result;
     fault.start(plugin.host, k);
     int &silent = plugin.host.settings.silent_look_ups;
-    const Endured endured = endure(
-        plugin.host, [&] { result = sample.call(plugin, times); },
-        [&] { return memory.last_refused > 0 || (fault.finds_fewer_services && (k == 0 || silent < k)); });
+    Endured endured;
+    const auto act = [&] {
+      endured = endure(
+          plugin.host, [&] { result = sample.call(plugin, times); },
+          [&] { return memory.last_refused > 0 || (fault.finds_fewer_services && (k == 0 || silent < k)); });
+    };
+    k % 2 == 0 ? act_while_unwinding(act) : act();
     silent = 0;
     memory = {.blocks = std::move(memory.blocks)};
 
@@ -151,11 +160,11 @@ TEST_F(Faults, OfServicesAndMemoryEndInKnownAnswers) {
   };
   EXPECT_EQ(raised_["no memory"], without_memory);
   std::set<Failure> without_block;
-  for (const std::string bytes : {"2", "5", "1000"})
+  for (const std::string bytes : {"5", "1000"})
     without_block.emplace("_yDecodeMemoryKZV",
                           "Failed to allocate a memoryblock with " + bytes + " bytes in size.");
   EXPECT_EQ(raised_["refusing"], without_block);
-  // A host that runs out of memory gets an exception raised, where a result is made, instead of its own back.
+  // Where a result is made, an exception is raised in place of the std::bad_alloc of a host without memory.
   std::set<Failure> &without_host_memory = raised_["throwing std::bad_alloc"];
   EXPECT_TRUE(std::ranges::includes(without_host_memory, without_block));
   for (const Failure &failure : without_host_memory) {

@@ -1,37 +1,31 @@
 // All registered functions: with hosts of every generation, texts in every encoding and arguments at the
 // edges of memory.
 #include <algorithm>
-#include <clocale>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <list>
-#include <unistd.h>
 
 #include "support/guarded.h"
 #include "support/samples.h"
-#include "support/shell.h"
 
 namespace kzv::host {
 namespace {
-
-using std::string_view_literals::operator""sv;
 
 // On each side of every threshold.
 const std::optional<double> kVersions[] = {std::nullopt, 2011.5, 2012.0, 2012.5, 2013.0, 2013.01, 2013.03};
 
 TEST(Functions, AreRegisteredInTheOrderOfTheSamples) {
-  using Row = std::pair<std::string, std::size_t>;  // name and number of parameters
   const Plugin plugin(KZV_PLUGIN);
-  std::vector<Row> called;
-  for (const Sample &sample : samples()) called.emplace_back(sample.name, sample.parameters);
-  called.erase(std::unique(called.begin(), called.end()), called.end());
-  std::vector<Row> registered;
+  auto next = samples().begin();
   for (const auto &[declaration, function, flags] : plugin.host.methods()) {
-    registered.emplace_back(declaration.substr(0, declaration.find('(')),
-                            std::ranges::count(declaration, ',') + 1);
+    const auto first = next;
+    const auto parameters = std::ranges::count(declaration, ',') + 1;
+    while (next != samples().end() && declaration.starts_with(next->name + '(') &&
+           next->parameters == parameters)
+      ++next;
+    EXPECT_NE(next, first) << "no sample of " << declaration;
     EXPECT_EQ(flags, 4U);
   }
-  EXPECT_EQ(registered, called);
+  EXPECT_EQ(next, samples().end());
 }
 
 // On the stack and beyond it: results that fill their memory to the last byte.
@@ -60,7 +54,7 @@ TEST(Functions, ReadTextInEveryEncodingAndBytesUnderEveryLabel) {
         if (is_conversion && encoding.number == kEncodingBytes) continue;
         const Place place = [&](const Text &text) {
           if (!reads_text(sample)) return new_string(text.bytes, encoding.number);
-          // Bytes without an encoding that are no ASCII are taken for Mac OS Roman.
+          // Bytes without an encoding that are not ASCII are taken for Mac OS Roman.
           const auto from = text.encoding == kEncodingBytes ? kEncodingMacRoman : text.encoding;
           const auto to = encoding.number == kEncodingBytes ? kEncodingMacRoman : encoding.number;
           const std::string bytes = *convert(text.bytes, from, to);
@@ -74,22 +68,17 @@ TEST(Functions, ReadTextInEveryEncodingAndBytesUnderEveryLabel) {
       const Place unknown = [](const Text &text) { return new_string(text.bytes, 0x1234); };
       EXPECT_EQ(sample.call(plugin, unknown), Value(kNil)) << sample.name;
     }
-    EXPECT_TRUE(plugin.host.take_raised().empty());
-    EXPECT_EQ(plugin.host.ledger.report(), "");
   }
   EXPECT_GT(encoded, 1000);
 }
 
 TEST(Text, ThatNeedsNoEncodingComesBackAsTheSameObject) {
-  using std::string_literals::operator""s;
   for (const auto &host_version : kVersions) {
     Plugin plugin(KZV_PLUGIN, version(host_version));
     for (const Text &text : {utf16("Hello ~\x7F"), utf8(""), raw("plain"), utf8("a\0\1"s)}) {
       const String s = owned(text);
       EXPECT_EQ(plugin.call<String>("EncodeEmailSubjectKZV", s).get(), s.get());
     }
-    EXPECT_EQ(plugin.call("EncodeEmailSubjectKZV", utf8("a\t\0\xC3"s)), ascii("=?utf-8?Q?a\t?="));
-    EXPECT_EQ(plugin.host.ledger.report(), "");
   }
 }
 
@@ -112,12 +101,12 @@ TEST(Arguments, AreReadWithinTheirBounds) {
           return new_string(window(text, size), text.encoding);
         };
         const Value expected = sample.call(plugin, anywhere);
-        for (const std::string_view margin : {"&&"sv, "\0\0"sv}) {
+        for (const std::string &margin : {"&&"s, "\0\0"s}) {
           std::list<Guarded> areas;
           const Place at_end = [&](const Text &text) {
             const std::string bytes = window(text, size);
             const std::size_t unit = text.encoding == kEncodingUTF16 ? 2 : 1;
-            Guarded &area = areas.emplace_back(bytes + std::string(margin, 0, reads_text(sample) ? unit : 0));
+            Guarded &area = areas.emplace_back(bytes + margin.substr(0, reads_text(sample) ? unit : 0));
             const std::string_view lent(reinterpret_cast<char *>(area.data()), bytes.size());
             return String(make_string_of_lent(lent, text.encoding));
           };
@@ -125,7 +114,6 @@ TEST(Arguments, AreReadWithinTheirBounds) {
         }
       }
     }
-    EXPECT_EQ(plugin.host.ledger.report(), "");
   }
 }
 
@@ -136,20 +124,6 @@ TEST(Booleans, AreReadFromTheirLowByte) {
     const Text result = plugin.call("RandomBytesStringKZV", 100, static_cast<REALboolean>(bit));
     EXPECT_EQ(result.encoding, bit < 0x100 ? kEncodingASCII : kEncodingBytes) << bit;
   }
-}
-
-TEST(Numbers, HaveAPointUnderALocaleThatWritesAComma) {
-  const std::string folder = testing::TempDir() + "kzv-locale-" + std::to_string(getpid());
-  shell("mkdir " + folder + " && localedef -i de_DE -f UTF-8 " + folder + "/de_DE.UTF-8");
-  setenv("LOCPATH", folder.c_str(), 1);
-  ASSERT_STREQ(setlocale(LC_ALL, "de_DE.UTF-8"), "de_DE.UTF-8");
-  Plugin plugin(KZV_PLUGIN);
-  EXPECT_EQ(plugin.call("StrKZV", 1.5), ascii("1.5"));
-  EXPECT_EQ(plugin.call("ScientificStrKZV", 1.5, 3), ascii("1.500e+00"));
-  EXPECT_STREQ(localeconv()->decimal_point, ",");  // still
-  setlocale(LC_ALL, "C");
-  unsetenv("LOCPATH");
-  std::filesystem::remove_all(folder);
 }
 
 }  // namespace

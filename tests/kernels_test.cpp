@@ -1,12 +1,10 @@
-// What neither a slow twin nor an inverse shows of the kernels: tables, words and limits.
+// What the relations of kernels do not show: tables and limits.
 #include "support/kernels.h"
 
-#include <array>
 #include <gtest/gtest.h>
 #include <map>
 
 #include "compare/distance.h"
-#include "compare/numbers.h"
 #include "markup/classification.h"
 #include "markup/entities.h"
 #include "transfer/hex_dump.h"
@@ -40,15 +38,6 @@ TEST(Kernels, ByteOrderMarks) {
       for (const int other : {3, 4, 1, 6, 7}) longest = text.starts_with(marks.at(other)) ? other : longest;
       EXPECT_EQ(classification::detect_marker(Guarded(text).bytes()), longest) << kind << ' ' << length;
     }
-  }
-}
-
-TEST(Kernels, FixedNumbersAreTheShortestText) {
-  for (const std::string text : {"0.3", "-123.456", "0.3333333333333333", "4503599627370495.5",
-                                 "-9007199254740994.0", "inf", "-inf", "nan", "-nan"}) {
-    std::array<char, numbers::kFixedBound> written;
-    const std::size_t size = numbers::fixed(strtod(text.c_str(), nullptr), written);
-    EXPECT_EQ(std::string_view(written.data(), size), text);
   }
 }
 

@@ -1,12 +1,10 @@
-// The levels, and each operation of the chosen one against its definition, byte by byte, on memory that ends
-// where the operation may read and write no further.
+// The levels, sets of bytes, and each operation of the chosen level against the portable one, with arguments
+// that no kernel has, on memory that ends where the operation may read and write no further.
 #include <array>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <map>
-#include <utility>
 
-#include "base/hex_digits.h"
 #include "cpu/level.h"
 #include "support/kernels.h"
 #include "support/random.h"
@@ -32,7 +30,7 @@ TEST(Levels, AreThoseOfThisProcessorTheFastestLast) {
   EXPECT_TRUE(std::ranges::equal(cpu::levels(), expected));
 }
 
-// Sets of up to eight ranges anywhere, made as all sets are: by the compiler.
+// Sets of up to eight ranges anywhere, made as all sets are: by the compiler. Kernels use only a few.
 struct Membership {
   size_t set;
   constexpr bool operator()(std::uint8_t byte) const {
@@ -48,117 +46,90 @@ constexpr auto kSets = []<size_t... kSet>(std::index_sequence<kSet...>) {
 }
 (std::make_index_sequence<64>());
 
-class Operations : public testing::Test {
- protected:
-  size_t below(size_t limit) { return static_cast<size_t>(random() % limit); }
-
-  // The arguments at byte, unit or mask bit k.
-  std::uint8_t at(size_t k) const { return static_cast<std::uint8_t>(text[k]); }
-  int number_at(size_t k) const { return kDigitValues[at(k)] * 16 + kDigitValues[at(k + 1)]; }
-  std::string hex_at(size_t k) const { return {kHexDigits[at(k) / 16], kHexDigits[at(k) % 16]}; }
-  bool marked(size_t k) const { return (where[k / kBlock] >> k % kBlock & 1) != 0; }
-  static std::string byte(int value) { return {static_cast<char>(value)}; }
-
-  // Expects `operation(in, out)`, which may read `read` bytes of the text and write `bound` and returns how
-  // many of those count, to write `piece(k)` for each k below `count`.
-  template <typename Operation, typename Piece>
-  void expect(const char *name, size_t read, size_t bound, Operation operation, size_t count, Piece piece,
-              bool in_place = false) {
-    std::string expected;
-    for (size_t k = 0; k < count; ++k) expected += piece(k);
-    const auto run = [&](auto input, auto output) {
-      std::ranges::fill(output, 0xEE);
-      if (in_place) std::ranges::copy(input, output.begin());
-      return operation(in_place ? output.data() : input.data(), output.data());
-    };
-    EXPECT_EQ(run_kernel(std::string_view(text).substr(0, read), bound, run), expected) << name << in_place;
-  }
-  template <typename Operation, typename Piece>
-  void expect_both(const char *name, size_t read, Operation operation, Piece piece) {
-    expect(name, read, size, operation, size, piece);
-    expect(name, read, read, operation, size, piece, true);
-  }
-  template <typename Holds>
-  void expect_masks(const char *name, Holds holds) {
-    for (size_t k = 0; k < size; ++k)
-      ASSERT_EQ(found[k / kBlock] >> k % kBlock & 1, holds(k) ? 1U : 0U) << name << k;
-  }
-
-  std::mt19937_64 random = seeded_random();
-  size_t size = 0;
-  std::array<std::uint64_t, 17> where{};
-  std::array<std::uint64_t, 17> found{};
-  std::string text = std::string(2 * 17 * kBlock + 300, 0);
-};
-
-// With every number of blocks up to 17, every tail of a block, and other random arguments each time.
-TEST_F(Operations, FollowTheirDefinitions) {
-  const cpu::Level &level = cpu::level();
-  const std::uint64_t *const bits = where.data();
-  for (size_t round = 0; round < 65 * 17 && !HasFailure(); ++round) {
-    const size_t blocks = round % 17 + 1;
-    const size_t tail = round % (kBlock + 1);
-    const size_t count = round % 200;
-    const size_t distance = below(300);
-    const Membership belongs{round % kSets.size()};
-    const cpu::ByteSet &set = kSets[belongs.set];
-    size = blocks * kBlock;
-    const auto one = static_cast<std::uint8_t>(random());
-    const auto other = static_cast<std::uint8_t>(random());
-    for (std::uint64_t &mask : where) {
-      const std::uint64_t half = random();
-      mask = std::array{~std::uint64_t{0}, half | random() | random(), half, half & random()}[below(4)];
+TEST(Levels, FindTheBytesOfAnySet) {
+  std::string bytes;
+  for (int byte = 0; byte < 256; ++byte) bytes += static_cast<char>(byte);
+  for (size_t number = 0; number < kSets.size(); ++number) {
+    std::array<std::uint64_t, 4> found{};
+    cpu::level().find(Guarded(bytes).data(), found.size(), kSets[number], found.data());
+    for (size_t k = 0; k < bytes.size(); ++k) {
+      const bool belongs = Membership{number}(static_cast<std::uint8_t>(k));
+      ASSERT_EQ((found[k / kBlock] >> k % kBlock & 1) != 0, belongs) << number << ' ' << k;
+      ASSERT_EQ(kSets[number].contains(static_cast<std::uint8_t>(k)), belongs) << number << ' ' << k;
     }
-    const std::string few = "09AFafGg/:@`" + byte(one) + byte(other);
-    for (char &to : text) to = round % 2 == 0 ? static_cast<char>(random()) : few[below(few.size())];
-
-    const auto load = [&](auto in, auto out) { return level.load_partial(in, tail, out), kBlock; };
-    expect("load_partial", tail, kBlock, load, kBlock, [&](auto k) { return byte(k < tail ? at(k) : 0); });
-    const auto to_hex = [&](auto in, auto out) { return level.to_hex(in, count, out), 2 * count; };
-    expect("to_hex", count, 2 * count, to_hex, count, [&](auto k) { return hex_at(k); });
-    const auto from_hex = [&](auto in, auto out) { return level.from_hex(in, count, out), count; };
-    expect("from_hex", 2 * count, count, from_hex, count, [&](auto k) { return byte(number_at(2 * k)); });
-
-    const std::string some = text.substr(tail, size - tail + 1);  // of any length, a block and more
-    Guarded any(some);
-    const auto [least, greatest] = std::ranges::minmax(any.bytes());
-    const auto first = static_cast<std::uint8_t>(std::min(least + below(2), size_t{255}));
-    const auto last =
-        std::max(first, static_cast<std::uint8_t>(std::max(size_t{greatest}, size_t{1}) - below(2)));
-    const bool within = first <= least && last >= greatest;
-    EXPECT_EQ(level.all_within(any.data(), some.size(), first, last), within);
-    EXPECT_EQ(level.count(any.data(), some.size(), one), std::ranges::count(some, static_cast<char>(one)));
-
-    Guarded from(std::string_view(text).substr(0, size));
-    level.find(from.data(), blocks, set, found.data());
-    expect_masks("find", [&](auto k) { return belongs(at(k)); });
-    expect_masks("contains", [&](auto k) { return set.contains(at(k)); });
-    Guarded longer(std::string_view(text).substr(0, size + distance));
-    level.find_pair(longer.data(), blocks, one, other, distance, found.data());
-    expect_masks("find_pair", [&](auto k) { return at(k) == one && at(k + distance) == other; });
-
-    const auto compact = [&](auto in, auto out) { return level.compact(in, blocks, bits, out); };
-    expect_both("compact", size, compact, [&](auto k) { return marked(k) ? byte(at(k)) : ""; });
-    const auto add = [&](auto in, auto out) { return level.add(in, blocks, bits, one, other, out), size; };
-    expect_both("add", size, add, [&](auto k) { return byte(at(k) + one + (marked(k) ? other : 0)); });
-    const auto fill = [&](auto in, auto out) { return level.fill(in, blocks, bits, one, out), size; };
-    expect_both("fill", size, fill, [&](auto k) { return byte(marked(k) ? one : at(k)); });
-    const auto decode = [&](auto in, auto out) { return level.decode_escapes(in, blocks, bits, out), size; };
-    expect_both("decode_escapes", size + 2, decode,
-                [&](auto k) { return byte(marked(k) ? number_at(k + 1) : at(k)); });
-
-    size_t bound = size + kBlock;
-    for (size_t k = 0; k < size; ++k) bound += marked(k) ? 2 : 0U;
-    const auto escape = [&](auto in, auto out) { return level.write_escapes(in, blocks, bits, '=', out); };
-    expect("write_escapes", size, bound, escape, size,
-           [&](auto k) { return marked(k) ? '=' + hex_at(k) : byte(at(k)); });
-    const auto limit = static_cast<std::uint16_t>(round % 3 == 0 ? one : one << 8 | other);
-    const auto narrow = [&](auto in, auto out) {
-      return level.narrow(reinterpret_cast<const CodeUnit *>(in), blocks, limit, out, found.data()), size;
-    };
-    expect("narrow", 2 * size + round % 2, size, narrow, size, [&](auto k) { return byte(at(2 * k)); });
-    expect_masks("narrow", [&](auto k) { return (at(2 * k) | at(2 * k + 1) << 8) >= limit; });
   }
+}
+
+// What each operation writes, with every number of blocks, every tail of a block, and arguments that differ
+// with the round.
+std::vector<std::string> results_at(const cpu::Level &level, size_t round) {
+  auto random = seeded_random();
+  random.discard(round);
+  const auto below = [&](size_t limit) { return static_cast<size_t>(random() % limit); };
+  const size_t blocks = round % 17 + 1;
+  const size_t tail = round % (kBlock + 1);
+  const size_t distance = below(300);
+  const size_t size = blocks * kBlock;
+  const size_t any = size - tail;
+  const auto one = static_cast<std::uint8_t>(random());
+  const auto other = static_cast<std::uint8_t>(random());
+  std::array<std::uint64_t, 17> bits{};
+  for (std::uint64_t &mask : bits) {
+    const std::uint64_t half = random();
+    mask = std::array{~std::uint64_t{0}, half | random() | random(), half, half & random()}[below(4)];
+  }
+  // Any bytes, a few, or another among many equal ones.
+  const std::string few = "09AFafGg/:@`" + std::string{static_cast<char>(one), static_cast<char>(other)};
+  std::string text(2600, static_cast<char>(other));
+  for (char &to : text) {
+    if (round % 3 == 0) to = static_cast<char>(random());
+    if (round % 3 == 1 || below(1000) == 0) to = few[below(few.size())];
+  }
+
+  std::vector<std::string> results;
+  // Runs one that may read `read` bytes, write `bound` and returns how many of those count.
+  const auto run = [&](size_t read, size_t bound, auto operation) {
+    const std::string_view input = std::string_view(text).substr(0, read);
+    results.push_back(run_kernel(input, bound, [&](auto in, auto out) {
+      std::ranges::fill(out, 0xEE);
+      return operation(in.data(), out.data());
+    }));
+  };
+  // Runs one that may write over its input, too.
+  const auto run_both = [&](size_t read, auto operation) {
+    run(read, size, operation);
+    run(read, read, [&](auto in, auto out) { return operation(std::copy_n(in, read, out) - read, out); });
+  };
+  const auto masks = [](auto out) { return reinterpret_cast<std::uint64_t *>(out); };
+  run(tail, kBlock, [&](auto in, auto out) { return level.load_partial(in, tail, out), kBlock; });
+  run(any, 2 * any, [&](auto in, auto out) { return level.to_hex(in, any, out), 2 * any; });
+  run(2 * any, any, [&](auto in, auto out) { return level.from_hex(in, any, out), any; });
+  run(any, 1, [&](auto in, auto out) { return *out = level.all_within(in, any, one, 0xFF), size_t{1}; });
+  run(any, 1, [&](auto in, auto out) { return *out = level.all_within(in, any, 0, one), size_t{1}; });
+  run(any, 8, [&](auto in, auto out) { return *masks(out) = level.count(in, any, other), size_t{8}; });
+  run(size + distance, blocks * 8, [&](auto in, auto out) {
+    return level.find_pair(in, blocks, one, other, distance, masks(out)), blocks * 8;
+  });
+  run_both(size, [&](auto in, auto out) { return level.compact(in, blocks, bits.data(), out); });
+  run_both(size,
+           [&](auto in, auto out) { return level.add(in, blocks, bits.data(), one, other, out), size; });
+  run_both(size, [&](auto in, auto out) { return level.fill(in, blocks, bits.data(), one, out), size; });
+  run_both(size + 2,
+           [&](auto in, auto out) { return level.decode_escapes(in, blocks, bits.data(), out), size; });
+  size_t bound = size + kBlock;
+  for (size_t k = 0; k < size; ++k) bound += (bits[k / kBlock] >> k % kBlock & 1) != 0 ? 2U : 0U;
+  run(size, bound, [&](auto in, auto out) { return level.write_escapes(in, blocks, bits.data(), '=', out); });
+  run(2 * size + tail % 2, size + blocks * 8, [&](auto in, auto out) {
+    const auto limit = static_cast<std::uint16_t>(one << tail % 9);
+    level.narrow(reinterpret_cast<const CodeUnit *>(in), blocks, limit, out + blocks * 8, masks(out));
+    return size + blocks * 8;
+  });
+  return results;
+}
+
+TEST(Operations, AgreeWithThePortableLevel) {
+  for (size_t round = 0; round < 65 * 17; ++round)
+    EXPECT_EQ(results_at(cpu::level(), round), results_at(*cpu::built_in_levels().front(), round)) << round;
 }
 
 }  // namespace

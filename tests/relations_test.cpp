@@ -67,17 +67,8 @@ TEST(Relations, HoldForEveryByteAndCodeUnit) {
     relations::charset(bytes, units, flag);
     relations::html(units, flag, html::kLongestReference * units.size());
   }
-  for (const std::string prefix : {"", "\t", "2", "\\", "true", "=", "=4", "%4"}) {
-    for (const char byte : bytes) {
-      const std::string text = prefix + byte;
-      for (const std::uint32_t options : {0U, 1U, 2U, 3U, 0xFFFFFFFC}) relations::url(text, options);
-      relations::hex(text);
-      relations::printable(text, 72);
-      relations::subject(text);
-      relations::sql(text);
-      for (const std::int32_t mode : {-1, 0, 1, 2, 3}) relations::classification(text, mode, '.');
-    }
-  }
+  for (const char byte : bytes)
+    for (const std::int32_t mode : {-1, 0, 1, 2, 3}) relations::classification({byte}, mode, '.');
 }
 
 // Where a kernel once did or might go wrong, and random texts seldom come.
@@ -123,7 +114,7 @@ TEST(Relations, CountingTakesLinearTime) {
 // other case.
 TEST(Relations, HoldForReferences) {
   std::u16string text =
-      u"&sup;&sup2;&sigma;&sigmaf;&or;&ordf;&not;&#x0041;&#65abc;&#x41zz;&#65a-;&#x4g;&#6&&amp;&#65&lt;&"
+      u"&sup;&sup2;&sigma;&sigmaf;&or;&ordf;&not;&#x0041;&#65abc;&#x41zz;&#65a-;&#x4g;&#6&&amp;&#65&lt;&lt:&"
       u"thetasym;"
       u"&#55357;&#56832;&#65535;&#65536;&#99999;&#xffFF;&thetasyma;&foo;&#X41;&AMP;&;&#;&&;&a;&am;& amp;&#x;"
       u"&#xg;&#x00041;&#000065;&#x12345;&#0;&#x0;&#-65;&#6-5;&#65-;&#x-41;&#x4-;"

@@ -14,7 +14,6 @@ void kzv_moved(void *from, void *to);
 // The linker gives the names.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
 void *__real_malloc(std::size_t byte_count);
-void *__real_calloc(std::size_t count, std::size_t size);
 void *__real_realloc(void *block, std::size_t byte_count);
 void __real_free(void *block);
 
@@ -26,9 +25,8 @@ void *__wrap_malloc(std::size_t byte_count) {
 }
 
 void *__wrap_calloc(std::size_t count, std::size_t size) {
-  void *const block = kzv_refuses(count * size) ? nullptr : __real_calloc(count, size);
-  kzv_moved(nullptr, block);
-  return block;
+  void *const block = __wrap_malloc(count * size);
+  return block == nullptr ? nullptr : std::memset(block, 0, count * size);
 }
 
 void *__wrap_realloc(void *block, std::size_t byte_count) {

@@ -54,11 +54,8 @@ KZV_CALLED_BY_HOST REALstringStruct *AddUnits(std::int32_t capacity, std::int32_
   return builder.Finish();
 }
 
-// The level in use, counted from the fastest one that the processor has.
-KZV_CALLED_BY_HOST std::int32_t LevelsAbove(REALboolean) {
-  std::int32_t above = 0;
-  for (const cpu::Level *const level : cpu::levels()) above = level == &cpu::level() ? 0 : above + 1;
-  return above;
+KZV_CALLED_BY_HOST REALboolean LevelIsFastest(REALboolean) {
+  return ToREALboolean(&cpu::level() == cpu::levels().back());
 }
 
 const REALmethodDefinition kMethods[] = {
@@ -68,7 +65,7 @@ const REALmethodDefinition kMethods[] = {
     KZV_METHOD(Raise, "Raise(unused as boolean) as integer"),
     KZV_METHOD(AddName, "AddName(capacity as integer, address as double, length as double) as string"),
     KZV_METHOD(AddUnits, "AddUnits(capacity as integer, count as integer) as string"),
-    KZV_METHOD(LevelsAbove, "LevelsAbove(unused as boolean) as integer"),
+    KZV_METHOD(LevelIsFastest, "LevelIsFastest(unused as boolean) as boolean"),
 };
 
 }  // namespace

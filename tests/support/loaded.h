@@ -5,7 +5,6 @@
 #include <dlfcn.h>
 #include <link.h>
 #include <span>
-#include <string_view>
 #include <vector>
 
 #include "plugin_file.h"
@@ -15,9 +14,7 @@ namespace kzv::host {
 class Loaded {
  public:
   explicit Loaded(const char *file, PluginFile::Instance instance = PluginFile::Instance::kOwn)
-      : file_(file, instance) {
-    dl_iterate_phdr(find_memory, this);
-    when_loaded_.resize(memory_.size());
+      : file_(file, instance), memory_(find_memory(file_.main())), when_loaded_(memory_.size()) {
     copy(memory_, when_loaded_);
   }
   Loaded(const Loaded &) = delete;
@@ -33,23 +30,20 @@ class Loaded {
   using Memory = std::span<std::uint64_t>;
 
   // The writable segment, without what the dynamic linker has made read-only.
-  static int find_memory(dl_phdr_info *info, std::size_t, void *loaded) {
-    auto *const self = static_cast<Loaded *>(loaded);
+  static Memory find_memory(PluginFile::Main main) {
     Dl_info library;
-    if (dladdr(reinterpret_cast<void *>(self->file_.main()), &library) == 0 ||
-        std::string_view(info->dlpi_name) != library.dli_fname) {
-      return 0;
-    }
-    std::uintptr_t start = 0;
-    std::uintptr_t end = 0;
-    for (const ElfW(Phdr) & segment : std::span(info->dlpi_phdr, info->dlpi_phnum)) {
-      const std::uintptr_t segment_end = info->dlpi_addr + segment.p_vaddr + segment.p_memsz;
+    if (dladdr(reinterpret_cast<void *>(main), &library) == 0) return {};
+    auto *const base = static_cast<std::uint8_t *>(library.dli_fbase);
+    const auto *const header = reinterpret_cast<const ElfW(Ehdr) *>(base);
+    const auto *const segments = reinterpret_cast<const ElfW(Phdr) *>(base + header->e_phoff);
+    std::uint8_t *start = nullptr;
+    std::uint8_t *end = nullptr;
+    for (const ElfW(Phdr) & segment : std::span(segments, header->e_phnum)) {
+      std::uint8_t *const segment_end = base + segment.p_vaddr + segment.p_memsz;
       if (segment.p_type == PT_GNU_RELRO) start = segment_end;
       if (segment.p_type == PT_LOAD && (segment.p_flags & PF_W) != 0) end = segment_end;
     }
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): the dynamic linker has addresses as numbers
-    self->memory_ = {reinterpret_cast<std::uint64_t *>(start), (end - start) / 8};
-    return 1;
+    return {reinterpret_cast<std::uint64_t *>(start), static_cast<std::size_t>(end - start) / 8};
   }
 
   // Between the variables lies memory that the sanitizer lets nobody touch.

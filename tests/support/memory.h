@@ -1,5 +1,5 @@
 // The memory of the plugins "kzvfaulty", which is the library, and "kzvprobe": they are linked to an
-// allocator that can be told to refuse.
+// allocator that refuses what a test wants refused.
 #pragma once
 
 #include <cstddef>

@@ -14,9 +14,11 @@
 
 namespace kzv::host {
 
+using Kind = Misbehaviour::Kind;
+
 struct Endured {
-  bool happened = false;                     // the host came to misbehave
-  std::optional<Misbehaviour::Kind> passed;  // what the host threw and let its caller see
+  bool happened = false;       // the host came to misbehave
+  std::optional<Kind> passed;  // what the host threw and let its caller see
   std::vector<RaisedException> raised;
   std::string broken;  // which of the rules are, in words
 };
@@ -25,7 +27,6 @@ struct Endured {
 template <typename Action>
 Endured endure(
     Host &host, Action action, const std::function<bool()> &otherwise = [] { return false; }) {
-  using Kind = Misbehaviour::Kind;
   Endured endured;
   try {
     action();

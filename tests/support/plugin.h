@@ -16,6 +16,8 @@
 
 namespace kzv::host {
 
+using std::string_literals::operator""s;
+
 // A string or memory block as tests write and compare it.
 struct Text {
   std::string bytes;
@@ -73,6 +75,13 @@ class Plugin {
   explicit Plugin(std::shared_ptr<Loaded> library, Settings settings = {})
       : host(std::move(settings)), library_(std::move(library)) {
     host.start(library_->as_new());
+  }
+  Plugin(const Plugin &) = delete;
+  Plugin &operator=(const Plugin &) = delete;
+  // Whatever a test does, everything that was taken is released in the end, and it expects every exception.
+  ~Plugin() {
+    EXPECT_EQ(host.ledger.report(), "");
+    EXPECT_TRUE(host.take_raised().empty()) << "exceptions that the test has not taken";
   }
 
   // Calls a function with values of any kind, or strings that are the caller's own. A result that is a String

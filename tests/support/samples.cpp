@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <deque>
+#include <limits>
 
 namespace kzv::host {
-
-using std::string_literals::operator""s;
 
 std::string repeated(std::string_view bytes, std::size_t times) {
   std::string all;
@@ -43,7 +42,7 @@ const std::vector<Sample> &samples() {
       ascii("41 42|43 ..|"), ascii("<41 42<43 .."), ascii("<4142|<43..|"), ascii("<41 42|<43 00|"),
       ascii("<4142|<4300|"), ascii("<4142<4300"),   ascii("41424300")};
   static const std::vector<Sample> all = {
-      // A subject that reads as empty is handed back.
+      // A subject that reads as empty is the result itself.
       single("EncodeEmailSubjectKZV", ascii("=?utf-8?Q?caf=C3=A9?="), utf16("café"))
           .when_unreadable({utf16("café")}),
       sample("EncodeEmailSubjectKZV", raw("plain"), raw("plain")),
@@ -53,11 +52,9 @@ const std::vector<Sample> &samples() {
              utf8(repeated("é", 200)))
           .when_unreadable({utf8(repeated("é", 200))}),
       sample("_yDecodeMemoryKZV", Block{"Hello"}, Block{"\x72\x8F\x96\x96\x99"}),
-      single("_yDecodeMemoryKZV", Block{"\xD6\x96"}, Block{"=@="}),
       sample("_yDecodeMemoryKZV", kNoBlock, Block{""}),
       sample("_yDecodeMemoryKZV", kNoBlock, kNoBlock),
       sample("_yDecodeStringKZV", ascii("Hello"), raw("\x72\x8F\x96\x96\x99")),
-      single("_yDecodeStringKZV", raw("\xD6\x96"), raw("=@=")),
       single("JaroWinklerDistanceKZV", kMarthaMarhta, utf8("MARTHA"), utf16("MARHTA"))
           .when_unreadable({0.0, 1.0}),
       sample("JaroWinklerDistanceKZV", 1.0, utf8("ab"), utf8("cde")).when_unreadable({0.0}),
@@ -70,6 +67,10 @@ const std::vector<Sample> &samples() {
           .when_unreadable({1.0}),
       sample("ScientificStrKZV", ascii("1.23e+03"), 1234.5, 2),
       sample("StrKZV", ascii("99999999999999991611392.0"), 1e23),
+      sample("StrKZV", ascii("4503599627370495.5"), 4503599627370495.5),
+      sample("StrKZV", ascii("-0.3333333333333333"), -1.0 / 3.0),
+      sample("StrKZV", ascii("inf"), std::numeric_limits<double>::infinity()),
+      sample("StrKZV", ascii("-nan"), -std::numeric_limits<double>::quiet_NaN()),
       sample("RandomBytesStringKZV", kNil, -5, true),
       sample("StrCompBytesKZV", -1, kNil, kNil),
       sample("StrCompBytesKZV", 1, utf8(""), kNil).when_unreadable({-1}),
@@ -106,9 +107,8 @@ const std::vector<Sample> &samples() {
       single("EncodingToHTMLKZV", ascii("a"), utf16("\uFEFF\uFFFEa"), 0),
       single("EncodingToHTMLKZV", ascii("a"), utf16("\uFFFE\uFEFFa"), 0),
       single("EncodingToHTMLKZV", kNil, utf16("\uFEFF"), 0),
-      single("EncodingToHTMLKZV", ascii(repeated("&#39;", 3000)), utf8(repeated("'", 3000)), 0),
       single("EncodingToHTMLKZV", ascii(repeated("&thetasym;&", 3000)), utf8(repeated("\u03D1&", 3000)), 1),
-      single("EncodingToHTMLKZV", ascii(repeated("&#257;&amp;", 3000)), utf8(repeated("\u0101&", 3000)), 0),
+      single("EncodingToHTMLKZV", ascii(repeated("&#257;&#39;", 3000)), utf8(repeated("\u0101'", 3000)), 0),
       single("DecodingFromHTMLKZV", utf8("\uFEFFa"), utf16("\uFFFE\uFEFFa")),
       single("DecodingFromHTMLKZV", utf8("a"), utf16("\uFEFF\uFFFEa")),
       // Without its label, the text is two units of UTF-16.
@@ -116,7 +116,6 @@ const std::vector<Sample> &samples() {
       sample("DecodingFromHTMLKZV", utf8("<\u03D1\U00010000&amp"), ascii("&lt;&thetasym;&#65536;&amp;amp")),
       sample("EncodingToURLKZV", ascii("a%20b+"), utf8("a b+")),
       sample("EncodingToURLKZV", ascii("a+b%2B"), utf8("a b+"), 1),
-      sample("EncodingToURLKZV", ascii("a%20b%2B"), utf8("a b+"), 2),
       sample("DecodingFromURLKZV", raw("\xC3\xA9+"), utf8("%C3%A9+")),
       sample("DecodingFromURLKZV", ascii("a b"), utf8("a+b"), 3),
       single("EncodingToQuotedPrintableKZV", ascii("a=20\r\nb=\r\n"), utf8("a \nb"), 72),
@@ -142,7 +141,6 @@ const std::vector<Sample> &samples() {
       sample("IsASCIIStringKZV", false, utf8("é")),
       sample("IsASCIIStringKZV", true, utf8("é"), 2).when_unreadable({false}),
       sample("IsASCIIStringKZV", false, utf8("a"), 3),
-      sample("IsASCIIStringKZV", false, utf8("a"), 256),
       sample("RemoveHTMLTagsKZV", utf8("Hé"), utf16("<p>H<b>é</b></p>")),
       single("RemoveHTMLTagsWithKZV", utf8("a--c"), utf8("a<é>c"), utf8("-\0x"s))
           .when_unreadable({utf8("ac")}),
@@ -173,11 +171,8 @@ const std::vector<Sample> &probe_samples() {
                   static_cast<std::int32_t>(from.encoding));
   };
   static const std::vector<Sample> all = {
-      built(ascii("abc"), raw("abc")),
       built(ascii("abc"), {"abc", kEncodingMacRoman}),
       built(ascii("abc"), {"abc", kEncodingWindows1252}),
-      built(utf8("abc"), utf8("abc")),
-      built(raw("a\xE9"), raw("a\xE9")),
       built({"\x8E", kEncodingMacRoman}, {"\x8E", kEncodingMacRoman}),
       built({"a\xE9", 0x1234}, {"a\xE9", 0x1234}),
       built(raw(repeated("a", 1000) + '\x80'), raw(repeated("a", 1000) + '\x80')),

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <functional>
-#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -19,7 +18,7 @@ using Place = std::function<String(const Text &)>;
 // One call, ready to be made on any plugin.
 struct Sample {
   std::string name;
-  std::size_t parameters;
+  std::ptrdiff_t parameters;
   // Makes it with every text and block repeated `times`, and the texts placed.
   std::function<Value(Plugin &, std::size_t times, const Place &)> make;
   Value expected;
