@@ -83,11 +83,14 @@ TEST(Relations, HoldForChosenTexts) {
   relations::order(plain + tail + tail, std::string(10, 'a') + "A" + tail);
   relations::order(plain + "A" + tail + tail + tail + tail, std::string(11, 'a') + tail + tail);
   for (const char16_t *const text : {u"", u"a", u"ab", u"abc", u"abcd"}) relations::distances(u"abcde", text);
+  std::u16string many;  // more symbols than a byte has values
+  for (char16_t unit = 0x100; unit < 0x300; ++unit) many += unit;
+  relations::distances(many, many.substr(300) + many.substr(0, 300));
   relations::charset(std::string(16, '\x80'), u"", true);
   relations::sql("(true,false);tRuE\xC3True\0fALSE"s);
   const std::string kilo(1023, 'a');
   relations::printable(kilo + " \x8D" + std::string(100, 'b'), 2'000'000);
-  for (const std::string ends : {"\n\r", "\r\n\r"})
+  for (const std::string ends : {"\n\r", "\r\n\r", "=4z"})
     relations::printable(kilo + ends + std::string(70, 'y'), 72);
   std::u16string references;
   for (int i = 0; i < 10; ++i) references += std::u16string(63, u'\u03D1') + u'\u00C1';
@@ -114,7 +117,8 @@ TEST(Relations, CountingTakesLinearTime) {
 // other case.
 TEST(Relations, HoldForReferences) {
   std::u16string text =
-      u"&sup;&sup2;&sigma;&sigmaf;&or;&ordf;&not;&#x0041;&#65abc;&#x41zz;&#65a-;&#x4g;&#6&&amp;&#65&lt;&lt:&"
+      u"&#6:;\u2600amp;&sup;&sup2;&sigma;&sigmaf;&or;&ordf;&not;&#x0041;&#65abc;&#x41zz;&#65a-;&#x4g;&#6&&"
+      u"amp;&#65&lt;&lt:&"
       u"thetasym;"
       u"&#55357;&#56832;&#65535;&#65536;&#99999;&#xffFF;&thetasyma;&foo;&#X41;&AMP;&;&#;&&;&a;&am;& amp;&#x;"
       u"&#xg;&#x00041;&#000065;&#x12345;&#0;&#x0;&#-65;&#6-5;&#65-;&#x-41;&#x4-;"

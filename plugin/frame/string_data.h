@@ -14,9 +14,9 @@ class StringData {
   // when the host does not provide them.
   [[nodiscard]] bool take(REALstringStruct *s, REALencoding encoding);
 
-  // What the host fills in is not trusted: a null pointer or a length below 1 means an empty text.
+  // What was taken. The host's length is not trusted: one below 1 means an empty text.
   [[nodiscard]] ByteView bytes() const {
-    if (record_.data == nullptr || record_.length <= 0) return {};
+    if (record_.length <= 0) return {};
     return {record_.data, static_cast<std::size_t>(record_.length)};
   }
 

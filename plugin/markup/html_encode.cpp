@@ -54,7 +54,8 @@ const WrittenTable &table_for(bool keep_ascii) {
   return keep_ascii ? kWrittenKeepingAscii : kWrittenEncodingMarkup;
 }
 
-// Writes the first `count` code units of a block to an output of kBlockBound bytes. Returns the end.
+// Writes the first `count` code units of a block, which are followed by zeros, to an output of kBlockBound
+// bytes. Returns the end.
 std::uint8_t *encode_block(const CodeUnit *units, std::size_t count, bool keep_ascii, std::uint8_t *next) {
   static constexpr cpu::ByteSet kMarkup([](std::uint8_t byte) { return is_markup(byte); });
   // With this many references, or in a short text, the copies after each take longer than single code units.
@@ -69,7 +70,6 @@ std::uint8_t *encode_block(const CodeUnit *units, std::size_t count, bool keep_a
     cpu::level().find(narrowed.data(), 1, kMarkup, &markup);
     references |= markup;
   }
-  references &= scan::bits_below(count);
   if (references == 0 || (std::popcount(references) < kManyReferences && count > kShort)) {
     return copy_with_references(units, narrowed.data(), references, table, next) - (cpu::kBlock - count);
   }

@@ -56,7 +56,7 @@ void AddWithoutTags(AsciiStringHandle &page, ByteView text, ByteView instead) {
     page.AddInPlace([=](ByteBuffer output) { return tags::replace(text, instead.front(), output); });
   } else {
     tags::TagScanner scanner(text);
-    while (scanner.next() && !page.dropped()) {
+    while (scanner.next()) {
       AddBinary(page, scanner.kept().data(), static_cast<std::int32_t>(scanner.kept().size()));
       AddRepeated(page, instead, scanner.dropped());
     }

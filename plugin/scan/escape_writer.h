@@ -40,7 +40,8 @@ struct EscapeRules {
   WrittenBytes escapechars{};
 };
 
-// Writes an input of at least one byte by table; returns the end of what was written.
+// Writes an input of at least one byte by table; returns the end of what was written, after which two bytes
+// may be overwritten.
 inline std::uint8_t *write_by_table(ByteView input, const WrittenBytes &table, std::uint8_t *next) {
   // One store writes up to 3 bytes too many, and the next byte's store overwrites them. The last has no next.
   for (const std::uint8_t byte : input.first(input.size() - 1)) {
@@ -48,7 +49,7 @@ inline std::uint8_t *write_by_table(ByteView input, const WrittenBytes &table, s
     next += table[byte].length;
   }
   const WrittenByte &last = table[input.back()];
-  std::memcpy(next, last.text.data(), last.length);
+  std::memcpy(next, last.text.data(), sizeof last.text);
   return next + last.length;
 }
 

@@ -105,6 +105,7 @@ const std::vector<Sample> &samples() {
       sample("EncodingToHTMLKZV", ascii("<caf&eacute;>"), utf8("<café>"), -1),
       single("EncodingToHTMLKZV", ascii("a&#65279;"), utf16("\uFEFFa\uFEFF"), 0),
       single("EncodingToHTMLKZV", ascii("a"), utf16("\uFEFF\uFFFEa"), 0),
+      single("EncodingToHTMLKZV", ascii("a"), utf16("\uFFFE\uFFFEa"), 0),
       single("EncodingToHTMLKZV", ascii("a"), utf16("\uFFFE\uFEFFa"), 0),
       single("EncodingToHTMLKZV", kNil, utf16("\uFEFF"), 0),
       single("EncodingToHTMLKZV", ascii(repeated("&thetasym;&", 3000)), utf8(repeated("\u03D1&", 3000)), 1),
