@@ -1,9 +1,11 @@
 #include "markup/sql.h"
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 
 #include "base/byte_words.h"
+#include "scan/escaping.h"
 #include "scan/masks_ahead.h"
 #include "scan/replace.h"
 
@@ -47,14 +49,41 @@ bool begins_with_word(ByteView rest, const Word &word) {
 
 }  // namespace
 
+// A backslash goes if the byte that it escapes is one of the known ones; those that mean another byte, such
+// as "n", are overwritten with it:
+//
+//   block        a  \  n  b  \  \  n  \  x
+//   escaping     .  1  .  .  1  .  .  1  .      the third backslash is escaped itself
+//   kept         1  .  1  1  .  1  1  1  1      "x" means nothing: its backslash stays
+//   written      a     LF b     \  n  \  x
 std::size_t decode_mysql(ByteView input, ByteBuffer output) {
   static constexpr cpu::ByteSet kBackslash = cpu::bytes_in("\\");
-  const auto replace = [&](std::size_t at) {
-    const std::int16_t unescaped = at + 1 < input.size() ? kUnescaped[input[at + 1]] : kNoEscape;
-    if (unescaped == kNoEscape) return scan::replaced_by('\\', at + 1);
-    return scan::replaced_by(static_cast<std::uint8_t>(unescaped), at + 2);
+  static constexpr cpu::ByteSet kSame([](std::uint8_t byte) { return kUnescaped[byte] == byte; });
+  static constexpr cpu::ByteSet kOther(
+      [](std::uint8_t byte) { return kUnescaped[byte] != byte && kUnescaped[byte] != kNoEscape; });
+  std::uint64_t carry = 0;
+  const auto choose = [&](scan::Chunk &chunk, scan::Masks &kept) {
+    scan::Masks backslashes;
+    chunk.find(kBackslash, backslashes);
+    kept.fill(scan::kAllBits);
+    const auto end = backslashes.begin() + static_cast<std::ptrdiff_t>(chunk.blocks());
+    if (carry == 0 && std::all_of(backslashes.begin(), end, [](auto mask) { return mask == 0; })) return;
+    const scan::MasksAhead same(chunk, kSame);
+    const scan::MasksAhead other(chunk, kOther);
+    for (std::size_t i = 0; i < chunk.blocks(); ++i) {
+      const std::uint64_t first_is_escaped = carry;
+      const std::uint64_t escaping = scan::find_escaping(backslashes[i], carry);
+      kept[i] = ~(escaping & (same.ahead(i, 1) | other.ahead(i, 1)));
+      std::uint64_t overwritten = (escaping << 1 | first_is_escaped) & other[i];
+      if (overwritten == 0) continue;
+      std::uint8_t *const block = chunk.writable_block(i);
+      for (; overwritten != 0; overwritten = scan::without_lowest(overwritten)) {
+        std::uint8_t &byte = block[scan::lowest_position(overwritten)];
+        byte = static_cast<std::uint8_t>(kUnescaped[byte]);
+      }
+    }
   };
-  return scan::replace_spans(input, kBackslash, replace, output);
+  return scan::keep(input, choose, output);
 }
 
 namespace {

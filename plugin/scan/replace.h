@@ -16,13 +16,13 @@ constexpr Replacement dropped(std::size_t end) { return {end, false, 0}; }
 
 // Replaces the spans that begin in one block of a chunk and returns the bytes to keep. A span may begin at
 // each byte of `starts`, except within the span before; `replace(position)` returns what becomes of it.
-// `done` is the end of the last span, maybe in a later block. Here "\n" and "\\" become LF and "\":
+// `done` is the end of the last span, maybe in a later block. Here "=41" becomes "A", and "=x?" nothing:
 //
-//   block           a  \  n  b  \  \  n  c
-//   starts          .  1  .  .  1  1  .  .
-//   spans           .  1  1  .  1  1  .  .      the third "\" is within a span, so it starts none
-//   written            LF       \        (each over the first byte of its span)
-//   kept            1  1  .  1  1  .  1  1      a LF b \ n c
+//   block           a  =  4  1  b  =  x  =  c
+//   starts          .  1  .  .  .  1  .  1  .
+//   spans           .  1  1  1  .  1  1  1  .      the third "=" is within a span, so it starts none
+//   written            A                           over the first byte of its span
+//   kept            1  1  .  .  1  .  .  .  1      a A b c
 template <typename Replace>
 std::uint64_t replace_in_block(Chunk &chunk, std::size_t i, std::uint64_t starts, std::size_t &done,
                                Replace replace) {
@@ -43,21 +43,6 @@ std::uint64_t replace_in_block(Chunk &chunk, std::size_t i, std::uint64_t starts
     if ((remaining & span) != 0) remaining &= ~span;
   }
   return kept;
-}
-
-// Replaces the spans of a whole text that begin with a byte of `set`, which is never zero. The output holds
-// as many bytes as the input; returns the number written.
-template <typename Replace>
-std::size_t replace_spans(ByteView input, const cpu::ByteSet &set, Replace replace, ByteBuffer output) {
-  Masks starts;
-  std::size_t done = 0;
-  const auto choose = [&](Chunk &chunk, Masks &kept) {
-    chunk.find(set, starts);
-    for (std::size_t i = 0; i < chunk.blocks(); ++i) {
-      kept[i] = replace_in_block(chunk, i, starts[i], done, replace);
-    }
-  };
-  return keep(input, choose, output);
 }
 
 }  // namespace kzv::scan
