@@ -108,12 +108,18 @@ REALstringStruct *RemoveHTMLTags(REALstringStruct *text) { return RemoveHTMLTags
 REALstringStruct *RemoveHTMLTagsWith(REALstringStruct *text, REALstringStruct *replacement) {
   if (text == nullptr) return nullptr;
   AsciiStringHandle kept(kEncodingUTF8);
+  HostString same;  // of a text without tags, made from the argument's own bytes
   Read<rbText>({text, replacement}, [&](rbText &page, rbText &substitute) {
     const ByteView bytes = page.utf8();
-    kept.Create(std::uint64_t{bytes.size()} + 10);
-    AddWithoutTags(kept, bytes, until_zero(substitute.utf8()));
+    const std::uint64_t capacity = std::uint64_t{bytes.size()} + 10;
+    if (capacity <= kMaxByteCount && tags::has_none(bytes)) {
+      same.reset(REALBuildUnicodeString(bytes.data(), std::ssize(bytes), kEncodingUTF8));
+    } else {
+      kept.Create(capacity);
+      AddWithoutTags(kept, bytes, until_zero(substitute.utf8()));
+    }
   });
-  return kept.Finish();
+  return same ? same.hand_over() : kept.Finish();
 }
 
 }  // namespace kzv

@@ -6,6 +6,7 @@
 
 #include "base/byte_words.h"
 #include "scan/escaping.h"
+#include "scan/find_byte.h"
 #include "scan/masks_ahead.h"
 #include "scan/replace.h"
 
@@ -85,6 +86,8 @@ std::size_t decode_mysql(ByteView input, ByteBuffer output) {
   };
   return scan::keep(input, choose, output);
 }
+
+bool has_no_escape(ByteView input) { return find_byte(input, '\\') == input.size(); }
 
 namespace {
 

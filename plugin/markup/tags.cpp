@@ -46,6 +46,8 @@ std::uint64_t find_outside(std::uint64_t opening, std::uint64_t closing, Nesting
 
 }  // namespace
 
+bool has_none(ByteView text) { return scan::Cursor(text, kBrackets).next(0) == text.size(); }
+
 std::size_t remove(ByteView text, ByteBuffer output) {
   Nesting nesting = 0;
   const auto choose = [&](const scan::Chunk &chunk, scan::Masks &kept) {

@@ -8,6 +8,9 @@
 
 namespace kzv::tags {
 
+// Whether a text has no brackets, so that all of it is outside.
+bool has_none(ByteView text);
+
 // Writes the bytes outside of tags. The output holds as many bytes as the text; returns the number written.
 std::size_t remove(ByteView text, ByteBuffer output);
 

@@ -7,6 +7,7 @@
 
 #include "scan/chunk.h"
 #include "scan/escape_writer.h"
+#include "scan/find_byte.h"
 
 namespace kzv::url {
 namespace {
@@ -86,6 +87,11 @@ std::size_t decode(ByteView input, std::uint32_t options, ByteBuffer output) {
     if (any_escape != 0) chunk.decode_escapes(masks);
   };
   return scan::keep(input, choose, output);
+}
+
+bool is_decoded(ByteView input, std::uint32_t options) {
+  const auto lacks = [=](std::uint8_t byte) { return find_byte(input, byte) == input.size(); };
+  return lacks('%') && ((options & kSpaceIsPlus) == 0 || lacks('+'));
 }
 
 }  // namespace kzv::url

@@ -23,4 +23,7 @@ std::size_t encode(ByteView input, std::uint32_t options, ByteBuffer output);
 // written.
 std::size_t decode(ByteView input, std::uint32_t options, ByteBuffer output);
 
+// Whether that would copy all of it.
+bool is_decoded(ByteView input, std::uint32_t options);
+
 }  // namespace kzv::url

@@ -15,9 +15,11 @@ REALstringStruct *EncodingToURL2(REALstringStruct *s, std::int32_t options) {
 REALstringStruct *DecodingToURL1(REALstringStruct *s) { return DecodingToURL2(s, 0); }
 
 REALstringStruct *DecodingToURL2(REALstringStruct *s, std::int32_t options) {
-  return TransformBytes(s, kEncodingBytes, kOneByteEach, [options](ByteView in, ByteBuffer out) {
-    return url::decode(in, static_cast<std::uint32_t>(options), out);
-  });
+  const auto bits = static_cast<std::uint32_t>(options);
+  return TransformBytes(
+      s, kEncodingBytes, kOneByteEach,
+      [bits](ByteView in, ByteBuffer out) { return url::decode(in, bits, out); },
+      [bits](ByteView in) { return url::is_decoded(in, bits); });
 }
 
 }  // namespace kzv
