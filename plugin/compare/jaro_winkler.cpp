@@ -35,12 +35,12 @@ std::optional<Matches> find_matches(WideView a, WideView b) {
   }
 
   const std::size_t half = std::max(a.size(), b.size()) / 2;
-  const std::size_t window = half > 0 ? half - 1 : 0;
+  // In 64 bits, so that a position and a window never overflow.
+  const std::uint64_t window = half > 0 ? half - 1 : 0;
   std::size_t count = 0;
   for (std::size_t i = 0; i < a.size(); ++i) {
     std::uint32_t &cursor = cursors[symbols.find(a[i])];
-    const std::size_t start = i > window ? i - window : 0;
-    while (cursor < start) cursor = following[cursor];
+    while (cursor + window < i) cursor = following[cursor];
     if (cursor > i + window) continue;
     const std::uint32_t j = cursor;
     cursor = following[j];
