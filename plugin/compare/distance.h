@@ -19,8 +19,8 @@ std::optional<double> jaro_winkler(WideView a, WideView b);
 
 // Optimal string alignment distance (insertions, deletions, substitutions, swaps of neighbours that are not
 // edited again) divided by the length of the shorter text, so that it may exceed 1.0; 1.0 if a text is empty.
-// Nothing without memory for tables of 9 bytes a unit and up to 1.6 MB; texts of up to 64 units need none.
-// Time grows with the product of the lengths, divided by 64.
+// Nothing without memory for tables of 9 bytes a unit and up to 2.1 MB; texts of up to 64 units, and equal
+// ones, need none. Time grows with the length times the number of edits, divided by 64.
 std::optional<double> edit_distance(WideView a, WideView b);
 
 // Bytes of a matrix with one row and one column more than the texts have units, 4 bytes a cell. The one pair
