@@ -82,7 +82,6 @@ TEST(Relations, HoldForChosenTexts) {
   const std::string tail = "b" + std::string(11, 'a');
   relations::order(plain + tail + tail, std::string(10, 'a') + "A" + tail);
   relations::order(plain + "A" + tail + tail + tail + tail, std::string(11, 'a') + tail + tail);
-  for (const char16_t *const text : {u"", u"a", u"ab", u"abc", u"abcd"}) relations::distances(u"abcde", text);
   std::u16string many;  // more symbols than a byte has values
   for (char16_t unit = 0x100; unit < 0x300; ++unit) many += unit;
   relations::distances(many, many.substr(300) + many.substr(0, 300));
@@ -102,6 +101,34 @@ TEST(Relations, HoldForChosenTexts) {
     for (const int digits : {-1, 0, 490, 497, 498, 766, 2147483647}) relations::numbers(value, digits);
 }
 
+// Two letters in every order, and texts that are edited along the edge of a band of the matrix: units are
+// left out at one end and added at the other, and neighbours swapped where strips of rows meet, so many that
+// the first bound just suffices, or just not. After that, edits anywhere.
+TEST(Relations, HoldForDistancesOfSimilarTexts) {
+  std::vector<std::u16string> texts = {u""};
+  for (std::size_t i = 0; i < 63; ++i)
+    for (const char16_t letter : {u'a', u'b'}) texts.push_back(texts[i] + letter);
+  for (const std::u16string &x : texts)
+    for (const std::u16string &y : texts) relations::distances(x, y);
+  RandomSource source;
+  const auto at = [&](const std::u16string &text) { return source.size(0, text.size() - 1); };
+  for (std::size_t moved = 29; moved < 35; ++moved) {
+    for (std::size_t seam = 125; seam < 129; ++seam) {
+      std::u16string text(600, u'\0');
+      for (char16_t &unit : text) unit = static_cast<char16_t>(source.size(0, seam % 2 * 65532 + 3));
+      std::u16string edited = text;
+      for (std::size_t k = seam; k < 599; k += 128) std::swap(edited[k], edited[k + 1]);
+      relations::distances(text, edited.substr(moved) + text.substr(0, moved));
+      relations::distances(text, text.substr(600 - moved) + edited.substr(0, 600 - moved));
+      for (auto left = source.size(0, 70); left > 0; --left) {
+        edited.erase(at(edited), source.size(0, 1));
+        edited.insert(at(edited), source.size(0, 1), u'*');
+      }
+      relations::distances(text, edited);
+    }
+  }
+}
+
 // Starting afresh at every position, or going on by one after a late difference, would mean 10^13 comparisons
 // and more, which takes the better part of an hour.
 TEST(Relations, CountingTakesLinearTime) {
@@ -111,6 +138,16 @@ TEST(Relations, CountingTakesLinearTime) {
     Guarded text(std::string(1 << 24, 'a').append(1 << 24, 'b') + needle);
     EXPECT_EQ(ordering::count(text.bytes(), Guarded(needle).bytes()), 1);
   }
+}
+
+// The whole matrix would take a quarter of an hour.
+TEST(Relations, DistanceOfSimilarTextsTakesTimeForTheEdits) {
+  std::vector<std::uint32_t> text(1 << 22);
+  for (std::uint32_t state = 1; std::uint32_t & unit : text)
+    unit = (state = state * 1664525 + 1013904223) >> 28;
+  std::vector<std::uint32_t> edited = text;
+  edited.front() = edited.back() = 16;
+  EXPECT_EQ(distance::edit_distance(text, edited), 1.0 / ((1 << 22) / 2.0));
 }
 
 // References in each place that numbers and names can go wrong in, and each name with its letters in the

@@ -13,14 +13,14 @@ using WideView = std::span<const std::uint32_t>;
 
 // Jaro-Winkler distance, 0.0 for equal texts to 1.0 for texts without a match; 1.0 between an empty text and
 // one that is not, 0.0 between two empty ones. Threshold of the prefix boost 0.7, scale 0.1, at most 4 units
-// of prefix. Nothing without memory for tables of 8 bytes a unit and up to 1.4 MB; texts of up to 64 units
-// need none. Time grows with the sum of the lengths.
+// of prefix. Nothing without memory for tables of 8 bytes a unit and up to 1.4 MB; texts of up to 64 units,
+// and equal ones, need none. Time grows with the sum of the lengths.
 std::optional<double> jaro_winkler(WideView a, WideView b);
 
 // Optimal string alignment distance (insertions, deletions, substitutions, swaps of neighbours that are not
 // edited again) divided by the length of the shorter text, so that it may exceed 1.0; 1.0 if a text is empty.
-// Nothing without memory for tables of 9 bytes a unit and up to 1.6 MB; texts of up to 64 units need none.
-// Time grows with the product of the lengths, divided by 64.
+// Nothing without memory for tables of 9 bytes a unit and up to 2.1 MB; texts of up to 64 units, and equal
+// ones, need none. Time grows with the length times the number of edits, divided by 64.
 std::optional<double> edit_distance(WideView a, WideView b);
 
 // Bytes of a matrix with one row and one column more than the texts have units, 4 bytes a cell. The one pair

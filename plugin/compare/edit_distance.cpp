@@ -1,17 +1,22 @@
 #include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdlib>
 #include <limits>
 
+#include "compare/common_prefix.h"
 #include "compare/distance.h"
 #include "compare/symbol_table.h"
 #include "compare/tables.h"
+#include "scan/masks.h"
 
 namespace kzv::distance {
 namespace {
 
 // After Hyyro, A bit-vector algorithm for computing Levenshtein and Damerau edit distances, Nordic Journal of
 // Computing 10 (2003), section 4; variables have the paper's letters. The matrix D has a row for each unit of
-// one text and a column for each unit of the other. Neighbouring cells differ by 1 at most, so that a column
-// of 64 rows is kept as words with one bit for each row:
+// the shorter text and a column for each unit of the longer one. Neighbouring cells differ by 1 at most, so
+// that 64 rows of a column are kept as words with one bit for each row:
 //
 //      D      b  a      the last column, cell by cell                            row a   row b
 //          0  1  2      PM      the units are equal                               1       0
@@ -20,85 +25,200 @@ namespace {
 //                       VP, VN  it is one more, one less than the one above       0, 1    0, 0
 //                       HP, HN  it is one more, one less than the one to its left 0, 0    0, 0
 //
-// The rows are done in strips of 64, each through all columns. In each column a strip leaves the next one
-// what its last row has: the bits of HP and HN, and whether its unit may begin a transposition.
-constexpr std::size_t kStripRows = 64;
+// A transposition costs 1. Between two equal units it need not be free: then both pairs match on the
+// diagonal, at no cost. A cell is never less than its upper left neighbour: the cells above and to the left
+// are at most 1 less than that one, and a transposition costs 1 more than the cell two further up the
+// diagonal, which that one exceeds by 1 at most.
+//
+// The rows are done in strips of 128, two words, from left to right. In each column a strip leaves the next
+// one the bits of its last row. Of a strip, here of two rows, only a window of columns is done (#), the one
+// that can matter if the edits are within a bound:
+//
+//         1 . . . . . . . n      Edits are a path from the upper left to the lower right corner, on which
+//      1  # # # # - - - - -      a transposition goes two cells down the diagonal. Only insertions and
+//      .  # # # # - - - - -      deletions leave the diagonal, so at least as many edits are still to come
+//      .  | # # # # # - - -      as rows and columns to go differ by. A path within the bound has no cell
+//      .  | # # # # # - - -      where both together exceed it. Nor does a transposition skip one, for that
+//      .  | | | | # # # # #      has at most the edits of the cell where it ends. A window begins and ends
+//      m  | | | | # # # # #      with what such paths can reach from the row above it.
+//
+// To the left of a window each cell counts as one more than the one above it (|), in the row above a strip
+// beyond the last window as one more than the one to its left (-). There are edits for that, so what is
+// computed is never too little. On paths within the bound it is exact, for they stay in the windows. Hence a
+// result within the bound is the number of edits; otherwise a greater bound is tried (Ukkonen, Algorithms for
+// approximate string matching, Information and Control 64, 1985).
+constexpr std::size_t kWordRows = 64;
+constexpr std::size_t kStripRows = 2 * kWordRows;
+constexpr std::int64_t kLeastBound = 64;
 
-// What a strip leaves in a column.
+// The PM of a symbol in a strip.
+using StripMasks = std::array<std::uint64_t, 2>;
+
+// What the last row of a word leaves in a column: whether the bits of HP and HN are set, and whether its unit
+// may begin a transposition. Each is 0 or 1.
+struct Border {
+  std::uint64_t HP;
+  std::uint64_t HN;
+  std::uint64_t TR;
+};
+
+// The same for a strip, as bits of one byte.
 constexpr std::uint8_t kHP = 1;
 constexpr std::uint8_t kHN = 2;
 constexpr std::uint8_t kTR = 4;
 
-// Differences between neighbouring rows of one column.
-struct Vertical {
-  std::uint64_t VP;
-  std::uint64_t VN;
+// How much more a cell of a border is than the one to its left.
+std::int64_t horizontal(std::uint8_t border) { return (border & kHP) / kHP - (border & kHN) / kHN; }
+
+// 64 rows of one column, each one more than the one above until a column is advanced to.
+class Word {
+ public:
+  explicit Word(std::uint64_t PM) : PM_before_(PM) {}
+
+  // Goes on by a column.
+  Border advance(std::uint64_t PM, Border above) {
+    const std::uint64_t may_begin_TR = ~D0_ & PM;
+    const std::uint64_t TR = (may_begin_TR << 1 | above.TR) & PM_before_;
+    // A cell above the word that is one less acts like a match in the first row.
+    const std::uint64_t start = PM | above.HN;
+    D0_ = (((start & VP_) + VP_) ^ VP_) | start | VN_ | TR;
+    const std::uint64_t HP = VN_ | ~(D0_ | VP_);
+    const std::uint64_t HN = D0_ & VP_;
+
+    const std::uint64_t HP_of_row_above = HP << 1 | above.HP;
+    const std::uint64_t HN_of_row_above = HN << 1 | above.HN;
+    VP_ = HN_of_row_above | ~(D0_ | HP_of_row_above);
+    VN_ = HP_of_row_above & D0_;
+    PM_before_ = PM;
+    return {HP >> 63, HN >> 63, may_begin_TR >> 63};
+  }
+
+  // How much more the last of the first `row_count` rows is than the row above the word.
+  [[nodiscard]] std::int64_t vertical(std::size_t row_count) const {
+    const std::uint64_t rows = scan::bits_below(row_count);
+    return std::popcount(VP_ & rows) - std::popcount(VN_ & rows);
+  }
+
+ private:
+  std::uint64_t VP_ = scan::kAllBits;
+  std::uint64_t VN_ = 0;
+  std::uint64_t D0_ = scan::kAllBits;  // nothing that came before may begin a transposition
+  std::uint64_t PM_before_;
 };
 
-// Takes a strip through all columns, which are given as symbol numbers; `row_masks` has the PM of each. Reads
-// from `border` what the strip above left there and replaces it. Returns the differences in the last column.
-Vertical run_strip(std::span<const std::uint32_t> columns, const std::uint64_t *row_masks,
-                   std::uint8_t *border) {
-  std::uint64_t VP = ~std::uint64_t{0};
-  std::uint64_t VN = 0;
-  std::uint64_t D0 = 0;
-  std::uint64_t PM_before = 0;
-  for (std::size_t j = 0; j < columns.size(); ++j) {
-    const std::uint8_t above = border[j];
-    const std::uint64_t HP_above = above & kHP;
-    const std::uint64_t HN_above = (above & kHN) / kHN;
-    const std::uint64_t TR_above = above / kTR;
+class Matrix {
+ public:
+  // The units are symbol numbers. There is a column 0, to the left of all, whose number no row has; `masks`
+  // is zero-filled.
+  Matrix(std::span<const std::uint32_t> rows, std::span<const std::uint32_t> columns,
+         std::span<StripMasks> masks, std::span<std::uint8_t> border)
+      : rows_(rows), columns_(columns), masks_(masks), border_(border) {}
 
-    const std::uint64_t PM = row_masks[columns[j]];
-    const std::uint64_t may_begin_TR = ~D0 & PM;
-    const std::uint64_t TR = (may_begin_TR << 1 | TR_above) & PM_before;
-    // A cell above the strip that is one less acts like a match in the first row.
-    const std::uint64_t start = PM | HN_above;
-    D0 = (((start & VP) + VP) ^ VP) | start | VN | TR;
-    const std::uint64_t HP = VN | ~(D0 | VP);
-    const std::uint64_t HN = D0 & VP;
-    border[j] = static_cast<std::uint8_t>((HP >> 63) * kHP | (HN >> 63) * kHN | (may_begin_TR >> 63) * kTR);
+  // The number of edits if it is at most `bound`, which the lengths differ by at most; otherwise a greater
+  // bound that may do.
+  std::int64_t edits_within(std::int64_t bound) {
+    begin_ = end_ = 0;
+    at_begin_ = at_end_ = 0;
+    for (std::size_t top = 0; top < rows_.size(); top += kStripRows) {
+      const auto strip = rows_.subspan(top, std::min(kStripRows, rows_.size() - top));
+      if (!move_window(rows_.size() - top, strip.size(), bound)) return next_bound(bound, top);
 
-    const std::uint64_t HP_of_row_above = HP << 1 | HP_above;
-    const std::uint64_t HN_of_row_above = HN << 1 | HN_above;
-    VP = HN_of_row_above | ~(D0 | HP_of_row_above);
-    VN = HP_of_row_above & D0;
-    PM_before = PM;
+      for (std::size_t i = 0; i < strip.size(); ++i)
+        masks_[strip[i]][i / kWordRows] |= std::uint64_t{1} << i % kWordRows;
+      at_begin_ += std::ssize(strip);
+      at_end_ += strip.size() > kWordRows ? run_strip<2>(strip.size()) : run_strip<1>(strip.size());
+      for (const std::uint32_t number : strip) masks_[number] = {};
+    }
+    return at_end_;
   }
-  return {VP, VN};
-}
 
-// The number of edits between two texts, the first not longer than the second. A transposition always
-// costs 1. Between two equal units it need not be free: then both pairs match on the diagonal, at no cost.
-std::optional<std::uint64_t> edit_count(WideView rows, WideView columns) {
-  if (rows.empty()) return columns.size();
-  const std::size_t symbol_count = SymbolTable::most_symbols(rows.size());
-  Tables<SymbolTable::Slot, std::uint64_t, std::uint32_t, std::uint32_t, std::uint8_t> tables;
-  // One mask more for number 0, the symbols that `rows` does not have.
-  const auto spans = tables.allocate(SymbolTable::slot_count(rows.size()), symbol_count + 1, rows.size(),
-                                     columns.size(), columns.size());
+ private:
+  // Moves the window to the next strip; false if no path within the bound crosses the row above it.
+  bool move_window(std::size_t rows_to_go, std::size_t row_count, std::int64_t bound) {
+    const std::size_t last = columns_.size() - 1;
+    const auto apart = [=](std::size_t j) {
+      return static_cast<std::int64_t>(last - j) - static_cast<std::int64_t>(rows_to_go);
+    };
+    const std::size_t known = end_;
+    while (begin_ < end_ && at_begin_ + std::abs(apart(begin_)) > bound)
+      at_begin_ += horizontal(border_[++begin_]);
+    while (begin_ < end_ && at_end_ + std::abs(apart(end_)) > bound) at_end_ -= horizontal(border_[end_--]);
+    if (at_end_ + std::abs(apart(end_)) > bound) return false;
+
+    // A step off the diagonal costs an edit, and as soon as no columns are to go but those of the diagonal, a
+    // second one back. No cell to the left of the end has more edits left for it. One column more: a
+    // transposition that ends there begins in the strip and skips the last cell of the path.
+    const auto off_diagonal = static_cast<std::size_t>(bound - at_end_ + apart(end_)) / 2;
+    const std::size_t reach = std::min(last, end_ + row_count + off_diagonal + 1);
+    while (end_ < std::min(reach, known)) at_end_ += horizontal(border_[++end_]);
+    std::ranges::fill(border_.subspan(end_ + 1, reach - end_), kHP);
+    at_end_ += static_cast<std::int64_t>(reach - end_);
+    end_ = reach;
+    return true;
+  }
+
+  // Takes a strip through the window: reads from the border what the strip above left there and replaces it.
+  // Returns how much more the last column's cell is than the one above the strip. Each word waits for its own
+  // last column only, so the processor is ahead with the upper word while it still computes the lower one.
+  template <int kWords>
+  std::int64_t run_strip(std::size_t row_count) {
+    Word upper(masks_[columns_[begin_]][0]);
+    Word lower(masks_[columns_[begin_]][1]);
+    for (std::size_t j = begin_ + 1; j <= end_; ++j) {
+      const StripMasks &PM = masks_[columns_[j]];
+      const std::uint64_t above = border_[j];
+      Border below = upper.advance(PM[0], {above & kHP, (above & kHN) / kHN, above / kTR});
+      if (kWords == 2) below = lower.advance(PM[1], below);
+      border_[j] = static_cast<std::uint8_t>(below.HP * kHP + below.HN * kHN + below.TR * kTR);
+    }
+    const std::size_t upper_count = std::min(row_count, kWordRows);
+    return upper.vertical(upper_count) + lower.vertical(row_count - upper_count);
+  }
+
+  // After more edits than `bound` in so many rows: as many for each row that is left, and a quarter more.
+  // Within limits, because edits may lie close together.
+  [[nodiscard]] std::int64_t next_bound(std::int64_t bound, std::size_t row_count) const {
+    const std::int64_t guess = bound * std::ssize(rows_) / static_cast<std::int64_t>(row_count) * 5 / 4;
+    return std::clamp(guess, bound * 2, bound * 8);
+  }
+
+  std::span<const std::uint32_t> rows_;
+  std::span<const std::uint32_t> columns_;
+  std::span<StripMasks> masks_;
+  std::span<std::uint8_t> border_;
+
+  // The window is the columns after `begin_`, up to `end_`. With the cells of both in the row above the next
+  // strip.
+  std::size_t begin_ = 0;
+  std::size_t end_ = 0;
+  std::int64_t at_begin_ = 0;
+  std::int64_t at_end_ = 0;
+};
+
+// The number of edits between two texts, the first not longer than the second.
+std::optional<std::int64_t> edit_count(WideView rows, WideView columns) {
+  if (rows.empty()) return std::ssize(columns);
+  Tables<SymbolTable::Slot, StripMasks, std::uint32_t, std::uint32_t, std::uint8_t> tables;
+  // Masks for one symbol more, number 0: those that `rows` does not have.
+  const auto spans =
+      tables.allocate(SymbolTable::slot_count(rows.size()), SymbolTable::most_symbols(rows.size()) + 1,
+                      rows.size(), columns.size() + 1, columns.size() + 1);
   if (!spans) return std::nullopt;
-  const auto [slots, row_masks, row_numbers, column_numbers, border] = *spans;
+  const auto [slots, masks, row_numbers, column_numbers, border] = *spans;
   SymbolTable symbols(slots);
   std::ranges::transform(rows, row_numbers.begin(), [&](std::uint32_t unit) { return symbols.add(unit); });
-  std::ranges::transform(columns, column_numbers.begin(),
+  std::ranges::transform(columns, column_numbers.begin() + 1,
                          [&](std::uint32_t unit) { return symbols.find(unit); });
 
-  // The row above all strips counts 0, 1, 2, ... From its last cell the vertical differences of the last
-  // column lead down to the number of edits.
-  std::ranges::fill(border, kHP);
-  std::uint64_t edits = columns.size();
-  for (std::size_t top = 0; top < rows.size(); top += kStripRows) {
-    const auto strip = row_numbers.subspan(top, std::min(kStripRows, rows.size() - top));
-    for (std::size_t i = 0; i < strip.size(); ++i) row_masks[strip[i]] |= std::uint64_t{1} << i;
-    const Vertical last = run_strip(column_numbers, row_masks.data(), border.data());
-    for (const std::uint32_t number : strip) row_masks[number] = 0;
-
-    const std::uint64_t used = ~std::uint64_t{0} >> (kStripRows - strip.size());
-    edits += static_cast<std::uint64_t>(std::popcount(last.VP & used));
-    edits -= static_cast<std::uint64_t>(std::popcount(last.VN & used));
+  // There are never more edits than columns. A bound of more than half as many would not save much.
+  Matrix matrix(row_numbers, column_numbers, masks, border);
+  std::int64_t bound = std::ssize(columns) - std::ssize(rows) + kLeastBound;
+  for (;;) {
+    if (bound > std::ssize(columns) / 2) bound = std::ssize(columns);
+    const std::int64_t edits = matrix.edits_within(bound);
+    if (edits <= bound) return edits;
+    bound = edits;
   }
-  return edits;
 }
 
 }  // namespace
@@ -108,15 +228,16 @@ std::optional<double> edit_distance(WideView a, WideView b) {
   if (a.size() > b.size()) std::swap(a, b);
   const auto shorter = static_cast<double>(a.size());
 
-  // Equal units at either end are never worth an edit.
-  const auto prefix = static_cast<std::size_t>(std::ranges::mismatch(a, b).in1 - a.begin());
+  // Equal units at either end are never worth an edit: as no cell of the matrix is less than its upper left
+  // neighbour, equal last units leave it at that. Read backwards, texts are as far apart.
+  const std::size_t prefix = common_prefix(a, b);
   a = a.subspan(prefix);
   b = b.subspan(prefix);
   while (!a.empty() && a.back() == b.back()) {
     a = a.first(a.size() - 1);
     b = b.first(b.size() - 1);
   }
-  const std::optional<std::uint64_t> edits = edit_count(a, b);
+  const std::optional<std::int64_t> edits = edit_count(a, b);
   if (!edits) return std::nullopt;
   return 1.0 / (shorter / static_cast<double>(*edits));  // equal texts: 1 / infinity
 }

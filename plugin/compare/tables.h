@@ -39,7 +39,7 @@ class Tables {
     return {start, count};
   }
 
-  Buffer<4096> memory_;  // two texts of 64 units need about half of the inline bytes
+  Buffer<4096> memory_;  // two texts of 64 units need about two thirds of the inline bytes
 };
 
 }  // namespace kzv::distance
