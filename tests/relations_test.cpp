@@ -97,8 +97,26 @@ TEST(Relations, HoldForChosenTexts) {
   std::string tags;
   for (int i = 0; i < 3000; ++i) tags += "<a>b";
   relations::tags(tags, "[]", '*');
-  for (const double value : {0.0, -0.0, 2.5, 9.5, 1.7976931348623157e308, -4.94e-324, 1e-99, -9.96e-98})
-    for (const int digits : {-1, 0, 490, 497, 498, 766, 2147483647}) relations::numbers(value, digits);
+}
+
+// Powers of two and ten, halves of them, what may be halfway between two decimals, all with their neighbours.
+// Then any doubles, and such with few bits.
+TEST(Relations, HoldForNumbers) {
+  std::vector<double> chosen = {0.0, -0.0, 5e-100, 0x1p53, INFINITY, NAN};
+  for (int exponent = -1074; exponent < 1024; ++exponent) chosen.push_back(std::ldexp(1, exponent));
+  for (const std::string digits : {"1e", "2.5e", "5e", "9.5e", "99999999999999995e"})
+    for (int exponent = -324; exponent < 309; ++exponent)
+      chosen.push_back(strtod((digits + std::to_string(exponent)).c_str(), nullptr));
+  for (const double value : chosen)
+    for (std::uint64_t bits = std::bit_cast<std::uint64_t>(value), i = 0; i < 5; ++i)
+      for (const int digits : {-1, 0, 1, 2, 7, 14, 15, 16, 17, 18, 40, 490, 497, 498, 766, 2147483647})
+        relations::numbers(std::bit_cast<double>(bits + i - 2), digits);
+  std::mt19937_64 random = seeded_random();
+  for (int i = 0; i < 1'000'000; ++i) {
+    relations::numbers(std::bit_cast<double>(random()), i % 20);
+    const auto few = static_cast<double>(random() >> (11 + random() % 53));
+    relations::numbers(std::ldexp(few, static_cast<int>(random() % 160) - 100), i % 18);
+  }
 }
 
 // Two letters in every order, and texts that are edited along the edge of a band of the matrix: units are

@@ -8,9 +8,8 @@
 
 namespace kzv::numbers {
 
-// A sign, "0." and 324 digits, in which the smallest normal number has its 17 significant ones. The greatest
-// number needs less: a sign, 309 digits and ".0".
-inline constexpr std::size_t kFixedBound = 1 + 2 + 324;
+// A sign, the 309 digits of the greatest number and ".0".
+inline constexpr std::size_t kFixedBound = 1 + 309 + 2;
 
 // The shortest text without an exponent that reads back as `value`, with at least one digit after the point:
 // 5.0, 0.1, -0.0. From 2^53 on the integer's exact digits. A value that needs more than 99 digits after the
