@@ -73,6 +73,15 @@ TEST(Relations, HoldForEveryByteAndCodeUnit) {
 
 // Where a kernel once did or might go wrong, and random texts seldom come.
 TEST(Relations, HoldForChosenTexts) {
+  for (std::size_t size = 1; size < 16; ++size) {
+    std::string text(size, 'a');
+    for (char &wrong : text) {
+      wrong = '\x80';
+      relations::classification(text, 0, '.');
+      wrong = 'a';
+    }
+  }
+  relations::order(std::string(9000, 'a'), "a");
   relations::order("a\0"s, "\0\0"s);  // the zeros that fill a block are not part of the text
   const std::string sorted[] = {"", "A", "a", "a\0"s, "a\0b"s, "ab", "abc", "abd", "b", "\x7F", "\xFF"};
   for (const std::string &x : sorted)
