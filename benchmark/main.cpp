@@ -91,6 +91,7 @@ void print_mean(const char *sizes, std::vector<Row> rows) {
   std::map<std::string, std::vector<double>> ratios;
   for (const Row &row : rows) ratios[row.function].push_back(row.ratio());
   std::vector<double> means;
+  means.reserve(ratios.size());
   for (const auto &[function, of_function] : ratios) means.push_back(geometric_mean(of_function));
   const auto below = [&](double limit) {
     return std::ranges::count_if(rows, [=](const Row &row) { return row.ratio() < limit; });
@@ -125,6 +126,7 @@ void print_comparison(std::vector<Row> rows) {
   std::erase_if(rows, [](const Row &row) { return !row.other_ratio; });
   if (rows.empty()) return;
   std::vector<double> ratios;
+  ratios.reserve(rows.size());
   for (const Row &row : rows) ratios.push_back(*row.other_ratio);
   std::printf("\nThe other file's times are %.3f of ours, as a geometric mean over %zu rows.\n",
               geometric_mean(ratios), rows.size());

@@ -98,14 +98,14 @@ double edit_distance_in_passes(CodeUnitView a, CodeUnitView b) {
     const std::uint16_t *const above = rows[(i - 1) % 3].data();
     const std::uint16_t *const two_above = rows[(i + 1) % 3].data();
     const std::uint16_t letter = a[i - 1].value;
-    const std::uint16_t before = i > 1 ? a[i - 2].value : 0;
+    const int before = i > 1 ? a[i - 2].value : -1;
     const auto least = [&](std::size_t j) {
       return std::min<unsigned>(above[j] + 1U, above[j - 1] + (letters[j] != letter ? 1U : 0U));
     };
     now[0] = static_cast<std::uint16_t>(i);
     if (letters.size() > 1) now[1] = static_cast<std::uint16_t>(least(1));
     for (std::size_t j = 2; j < letters.size(); ++j) {
-      const bool swapped = (i > 1) & (letters[j - 1] == letter) & (letters[j] == before);
+      const bool swapped = count_of(letters[j - 1] == letter, letters[j] == before) == 2;
       const unsigned by_swap = swapped ? two_above[j - 2] + 1U : 0xFFFFU;
       now[j] = static_cast<std::uint16_t>(std::min(least(j), by_swap));
     }

@@ -247,7 +247,7 @@ std::size_t remove_tags(ByteView in, ByteBuffer out) {
       continue;
     }
     for (const std::size_t end = std::min(at + kLoopBlock, in.size()); at < end; ++at) {
-      depth += (in[at] == '<') - (in[at] == '>');
+      depth += count_of(in[at] == '<') - count_of(in[at] == '>');
       *next = in[at];
       next += depth == 0 && is_bracket(in[at]) == 0 ? 1 : 0;
     }
@@ -258,13 +258,13 @@ std::size_t remove_tags(ByteView in, ByteBuffer out) {
 std::size_t replace_tags(ByteView in, ByteView instead, ByteBuffer out) {
   std::uint8_t *next = out.data();
   int depth = 0;
-  for (std::size_t at = 0; at < in.size(); ++at) {
-    if (is_bracket(in[at]) > 0) {
-      depth += in[at] == '<' ? 1 : -1;
+  for (const std::uint8_t byte : in) {
+    if (is_bracket(byte) > 0) {
+      depth += byte == '<' ? 1 : -1;
     } else if (depth == 0) {
-      *next++ = in[at];
+      *next++ = byte;
     } else {
-      for (const std::uint8_t byte : instead) *next++ = byte;
+      for (const std::uint8_t added : instead) *next++ = added;
     }
   }
   return static_cast<std::size_t>(next - out.data());
@@ -328,7 +328,8 @@ constexpr std::array<std::int16_t, 256> kUnescaped = [] {
   constexpr std::string_view kWritten = "'\"\\%_bnrtZ0";
   constexpr std::string_view kMeant = "'\"\\%_\b\n\r\t\x1A";
   for (std::size_t i = 0; i < kWritten.size(); ++i) {
-    table[static_cast<std::uint8_t>(kWritten[i])] = i < kMeant.size() ? kMeant[i] : std::int16_t{0};
+    table[static_cast<std::uint8_t>(kWritten[i])] =
+        i < kMeant.size() ? static_cast<std::uint8_t>(kMeant[i]) : std::int16_t{0};
   }
   return table;
 }();
