@@ -82,6 +82,14 @@ const Pieces kEscapesMySql = {"\\n", "\\'", "\\\"", "\\\\", "\\0", "\\%", "\\Z"}
 const Pieces kEscapesUrl = {"%20", "%C3", "%A9", "%2F", "%3F", "%E2"};
 const Pieces kEscapesQuoted = {"=C3", "=A9", "=3D", "=20", "=E2"};
 const Pieces kEscapesYenc = {"=}", "=M", "=@", "=n"};
+// An encoder meets something to do in every few bytes.
+const Pieces kDense = {"a\u00e9", "b & ", "\u00fc\u00e0", "so=", "\u0434", "x\u20ac"};
+const Pieces kDenseTags = {"<b>", "word ", "</b>", "an ", "<i>", "x", "</i>"};
+const Pieces kIrregular = {"=",  "=4",   "=3D",  "=\r\n", "= \n", "=c3=Zz", "\r",
+                           "\n", "\r\n", "\n\r", "a",     " ",    "\t",     "word"};
+// Libraries of character sets take a character that is not in the set for an error.
+const std::vector<std::string> kConverters = {"Qt", "ICU", "iconv", "GLib"};
+
 std::string hex_digits(std::size_t size, std::string_view digits) {
   Pieces pieces;
   for (std::size_t i = 0; i < digits.size(); ++i) pieces.push_back(digits.substr(i, 1));
@@ -142,10 +150,38 @@ std::vector<Kind> distance_kinds() {
               kEncodingUTF16)};
 }
 
+// So many edits, far enough from each other that swaps bring nothing. What fills whole rows of a matrix takes
+// as long as on the texts above.
+Kind few_edits(const char *name, std::size_t letter_count, std::size_t edit_count) {
+  Kind kind = pair(
+      name,
+      [edit_count](std::size_t size) {
+        const std::string words = drawn(kWords, size);
+        return Pair{words, edited_evenly(words, edit_count)};
+      },
+      kEncodingUTF16);
+  kind.unfit_rivals = {"matrix", "threerows"};
+  kind.sizes = {letter_count};
+  return kind;
+}
+
+std::vector<Kind> edit_distance_kinds() {
+  std::vector<Kind> kinds = distance_kinds();
+  kinds[0].unfit_rivals = {"edlib"};
+  kinds.push_back(few_edits("46 edits", 16000, 46));
+  kinds.push_back(few_edits("468 edits", 16000, 468));
+  kinds.push_back(few_edits("1638 edits", 16000, 1638));
+  kinds.push_back(few_edits("13 edits", 4000, 13));
+  return kinds;
+}
+
 std::vector<Kind> number_kinds(const Arguments &further) {
   std::vector<Kind> kinds;
-  for (const auto &[name, number] :
-       {std::pair{"typical", 1234.56}, {"worst", 0.12345678901234568}, {"best", 5.0}}) {
+  for (const auto &[name, number] : {std::pair{"typical", 1234.56},
+                                     {"worst", 0.12345678901234568},
+                                     {"best", 5.0},
+                                     {"large", 9007199254740991.0},
+                                     {"small", -0.00123}}) {
     Arguments all = {number};
     all.insert(all.end(), further.begin(), further.end());
     kinds.push_back({name, [all](std::size_t) { return all; }});
@@ -166,6 +202,22 @@ Kind six_parts(const char *name) {
                   Text{all.substr(size * i / 6, size * (i + 1) / 6 - size * i / 6), kEncodingBytes});
             }
             return parts;
+          }};
+}
+
+Kind one_long_part() {
+  return {"one long", [](std::size_t size) {
+            Arguments parts(6, Text{"x", kEncodingBytes});
+            parts[2] = Text{random_bytes(size - 5), kEncodingBytes};
+            return parts;
+          }};
+}
+
+Kind dump_in_one_line() {
+  return {"one line", [](std::size_t size) {
+            Arguments arguments = dump_shape(2, static_cast<std::int32_t>(size), "");
+            arguments.insert(arguments.begin(), Text{random_bytes(size), kEncodingBytes});
+            return arguments;
           }};
 }
 
@@ -290,9 +342,14 @@ Function rivalled_as(const char *job, Function function) {
   return function;
 }
 
-Function reading(REALencoding encoding, Function function) {
-  function.reads = encoding;
+Function viewing(const char *view, Function function) {
+  function.view = view;
   return function;
+}
+
+Function reading_utf16(Function function) {
+  function.reads = kEncodingUTF16;
+  return viewing("Utf16", std::move(function));
 }
 
 Function in_sizes(const std::vector<std::size_t> &sizes, Function function) {
@@ -312,50 +369,65 @@ std::vector<Function> make_functions() {
   return {
       row("URL encode", "EncodingToURLKZV(s as string) as string", prepare<S, S>,
           [](const KernelInput &in, ByteBuffer out) { return url::encode(in.texts[0], 0, out); },
-          {of("typical", kUtf8, accents), of("worst", kBytes, kHighBytes), of("best", kAscii, kLetters)}),
+          {of("typical", kUtf8, accents), of("worst", kBytes, kHighBytes), of("best", kAscii, kLetters),
+           of("scripts", kUtf8, kScripts), of("dense", kUtf8, kDense)}),
       row("URL decode", "DecodingFromURLKZV(s as string) as string", prepare<S, S>,
           [](const KernelInput &in, ByteBuffer out) { return url::decode(in.texts[0], 0, out); },
           {of("typical", kAscii,
               Pieces{"the%20", "house%2C", "river", "a%20", "%C3%A9t%C3%A9", "which%20", "1995"}),
            of("worst", kAscii, kEscapesUrl), of("best", kAscii, kLetters)}),
+      rivalled_as("DecodingFromURLForm",
+                  row("URL decode form", "DecodingFromURLKZV(s as string, options as integer) as string",
+                      prepare<S, S, I>,
+                      [](const KernelInput &in, ByteBuffer out) { return url::decode(in.texts[0], 1, out); },
+                      {of("typical", kAscii,
+                          Pieces{"the+", "house%2C", "river", "a+", "%C3%A9t%C3%A9", "which+", "1995"}, {1}),
+                       of("worst", kAscii, kEscapesUrl + Pieces{"+"}, {1}),
+                       of("best", kAscii, kLetters, {1}), of("blanks", kAscii, {"+"}, {1})})),
       row(
           "hex encode", "EncodingToHexKZV(s as string) as string", prepare<S, S>,
           [](const KernelInput &in, ByteBuffer out) { return hex::encode(in.texts[0], out); },
           {made("typical", kBytes, random), of("worst", kBytes, single_bytes(0xAA, 0xFF)),
            of("best", kBytes, {"0"})},
           upper_case),
-      row("hex decode", "DecodingFromHexKZV(s as string) as string", prepare<S, S>,
+      viewing("Ascii", row("hex decode", "DecodingFromHexKZV(s as string) as string", prepare<S, S>,
           [](const KernelInput &in, ByteBuffer out) { return hex::decode(in.texts[0], out); },
           {made("typical", kAscii, one_letter("0123456789ABCDEF")),
            made("worst", kAscii, one_letter("0123456789ABCDEFabcdef")),
-           made("best", kAscii, one_letter("0123456789"))}),
-      reading(kEncodingUTF16, row("HTML encode", "EncodingToHTMLKZV(s as string, options as integer = 0) as string", prepare<S, S, I>,
+           made("best", kAscii, one_letter("0123456789"))})),
+      reading_utf16(row("HTML encode", "EncodingToHTMLKZV(s as string, options as integer = 0) as string", prepare<S, S, I>,
           [](const KernelInput &in, ByteBuffer out) { return html::encode(in.units, false, out).written; },
           {of("typical", kUtf8, kWords + kWords + kMarkup, {0}),
            of("worst", kUtf8, {"<", ">", "&", "\""}, {0}), of("best", kUtf8, kWords, {0}),
-           of("accents", kUtf8, accents + kRussian, {0}, {"GLib", "Qt", "libxml2special"})})),
-      reading(kEncodingUTF16, rivalled_as(
+           of("accents", kUtf8, accents + kRussian, {0}, {"GLib", "Qt", "libxml2special"}),
+           of("scripts", kUtf8, kScripts, {0}, {"GLib", "Qt", "libxml2special"}),
+           of("dense", kUtf8, kDense, {0}, {"GLib", "Qt", "libxml2special"}),
+           of("astral", kUtf8, kAstral, {0}, {"GLib", "Qt", "libxml2special", "libxml2"})})),
+      reading_utf16(rivalled_as(
           "EncodingLettersToHTML",
           row("HTML encode letters", "EncodingToHTMLKZV(s as string, options as integer = 0) as string",
               prepare<S, S, I>,
               [](const KernelInput &in, ByteBuffer out) { return html::encode(in.units, true, out).written; },
               {of("typical", kUtf8, kWords + kMarkup + kRussian, {1}), of("worst", kUtf8, kRussian, {1}),
-               of("best", kUtf8, kWords, {1}), of("accents", kUtf8, kFrench, {1}, {"ICU"})}))),
-      reading(kEncodingUTF16, row("HTML decode", "DecodingFromHTMLKZV(s as string) as string", prepare<S, S>, decode_html,
+               of("best", kUtf8, kWords, {1}), of("accents", kUtf8, kFrench, {1}, {"ICU"}),
+               of("scripts", kUtf8, kScripts, {1}, {"ICU"}),
+               of("astral", kUtf8, kAstral, {1}, {"ICU", "libxml2"})}))),
+      reading_utf16(row("HTML decode", "DecodingFromHTMLKZV(s as string) as string", prepare<S, S>, decode_html,
           {of("typical", kUtf8, kWords + kReferences), of("worst", kUtf8, kReferences),
            of("best", kUtf8, kWords), of("accents", kUtf8, kWords + kNamedReferences, {}, {"GLib", "Qt"})})),
-      reading(kEncodingUTF16, row("ISO-8859-1 encode", "EncodingToISO8859KZV(s as string) as string", prepare<S, S>,
+      reading_utf16(row("ISO-8859-1 encode", "EncodingToISO8859KZV(s as string) as string", prepare<S, S>,
           [](const KernelInput &in, ByteBuffer out) {
             return charsets::encode(in.units, charsets::kIso8859, out);
           },
           {of("typical", kUtf8, accents), of("worst", kUtf8, {"\u00e9", "\u00fc", "\u00a9"}),
-           of("best", kUtf8, kWords)})),
-      reading(kEncodingUTF16, row("CP1252 encode", "EncodingToCP1252KZV(s as string) as string", prepare<S, S>,
+           of("best", kUtf8, kWords), of("scripts", kUtf8, kScripts, {}, kConverters)})),
+      reading_utf16(row("CP1252 encode", "EncodingToCP1252KZV(s as string) as string", prepare<S, S>,
           [](const KernelInput &in, ByteBuffer out) {
             return charsets::encode(in.units, charsets::kCp1252, out);
           },
           {of("typical", kUtf8, accents + Pieces{"\u20ac 5 ", "\u201cso\u201d ", "\u2013 "}),
-           of("worst", kUtf8, {"\u20ac", "\u201c", "\u00e9", "\u2122"}), of("best", kUtf8, kWords)})),
+           of("worst", kUtf8, {"\u20ac", "\u201c", "\u00e9", "\u2122"}), of("best", kUtf8, kWords),
+           of("scripts", kUtf8, kScripts, {}, kConverters)})),
       row("ISO-8859-1 decode", "DecodingFromISO8859KZV(s as string) as string", prepare<S, S>,
           decode_charset<charsets::kIso8859>,
           {of("typical", kBytes, kWords + Pieces{"\xE9t\xE9 ", "gar\xE7on "}),
@@ -364,24 +436,26 @@ std::vector<Function> make_functions() {
           decode_charset<charsets::kCp1252>,
           {of("typical", kBytes, kWords + Pieces{"\xE9t\xE9 ", "\x80 5 ", "\x93so\x94 "}),
            of("worst", kBytes, {"\x80", "\x93", "\x99", "\xE9"}), of("best", kBytes, kWords)}),
-      row("tag removal", "RemoveHTMLTagsKZV(AsciiTextWithTags as string) as string", prepare<S, S>,
+      viewing("Utf8", row("tag removal", "RemoveHTMLTagsKZV(AsciiTextWithTags as string) as string", prepare<S, S>,
           remove_tags,
           {of("typical", kUtf8, kWords + kMarkup), of("worst", kUtf8, {"<b>x</b>", "<i>", "y</i>"}),
-           of("best", kUtf8, kWords)}),
-      row("tag replacement",
+           of("best", kUtf8, kWords), of("dense", kUtf8, kDenseTags)})),
+      viewing("Utf8", row("tag replacement",
           "RemoveHTMLTagsWithKZV(AsciiTextWithTags as string, Replacement as string) as string",
           prepare<S, S, S>, replace_tags,
           {of("typical", kUtf8, kWords + kMarkup, {ascii(" ")}),
            of("worst", kUtf8, {"<b>x</b>", "<i>", "y</i>"}, {ascii("--")}),
-           of("best", kUtf8, kWords, {ascii(" ")})}),
-      row("SQL rewriting", "SQLReplaceBooleanKZV(SQL as string) as string", prepare<S, S>,
+           of("best", kUtf8, kWords, {ascii(" ")}),
+           of("dense", kUtf8, kDenseTags, {ascii("--")}), of("dense 1", kUtf8, kDenseTags, {ascii(" ")})})),
+      viewing("Ascii", row("SQL rewriting", "SQLReplaceBooleanKZV(SQL as string) as string", prepare<S, S>,
           [](const KernelInput &in, ByteBuffer out) { return sql::replace_booleans(in.texts[0], out); },
           {of("typical", kAscii, kSql), of("worst", kAscii, {"true,", "false,", "trust,", "''"}),
-           of("best", kAscii, {"SELECT ", "name, ", "= 12 ", "(x) "})}),
+           of("best", kAscii, {"SELECT ", "name, ", "= 12 ", "(x) "}),
+           of("booleans", kAscii, {"true,", "false,"})})),
       row("MySQL unescape", "DecodingFromMySQLKZV(s as string) as string", prepare<S, S>,
           [](const KernelInput &in, ByteBuffer out) { return sql::decode_mysql(in.texts[0], out); },
           {of("typical", kUtf8, kWords + Pieces{"it\\'s ", "\\n"}), of("worst", kUtf8, kEscapesMySql),
-           of("best", kUtf8, kWords)}),
+           of("best", kUtf8, kWords), of("backslashes", kUtf8, {"\\"})}),
       row(
           "quoted-printable encode",
           "EncodingToQuotedPrintableKZV(s as string, LineLen as integer = 72) as string", prepare<S, S, I>,
@@ -389,21 +463,22 @@ std::vector<Function> make_functions() {
             return quoted_printable::encode(in.texts[0], 72, out);
           },
           {of("typical", kUtf8, kLines + kLines + kFrench, {72}), of("worst", kBytes, kHighBytes, {72}),
-           of("best", kUtf8, kLines, {72})},
+           of("best", kUtf8, kLines, {72}), of("dense", kUtf8, kDense, {72})},
           decoded_lines),
       row(
           "quoted-printable decode", "DecodingFromQuotedPrintableKZV(s as string) as string", prepare<S, S>,
           [](const KernelInput &in, ByteBuffer out) { return quoted_printable::decode(in.texts[0], out); },
-          {of("typical", kAscii, kQuoted), of("worst", kAscii, kEscapesQuoted), of("best", kAscii, kLines)},
+          {of("typical", kAscii, kQuoted), of("worst", kAscii, kEscapesQuoted), of("best", kAscii, kLines),
+           of("irregular", kAscii, kIrregular, {}, {"GMime", "Poco"})},
           without_carriage_returns),
-      row(
+      viewing("Utf8", row(
           "mail subject", "EncodeEmailSubjectKZV(s as string) as string", prepare<S, S>,
           [](const KernelInput &in, ByteBuffer out) {
             return mail_subject::needs_encoding(in.texts[0]) ? mail_subject::encode(in.texts[0], out) : 0;
           },
           {of("typical", kUtf8, accents), of("worst", kUtf8, {"\u00e9", "\u0434", "\u20ac"}),
-           of("best", kAscii, kLetters)},
-          decoded_subject),
+           of("best", kAscii, kLetters), of("scripts", kUtf8, kScripts)},
+          decoded_subject)),
       row("yEnc decode", "_yDecodeStringKZV(data as string) as string", prepare<S, S>,
           [](const KernelInput &in, ByteBuffer out) { return yenc::decode(in.texts[0], out); },
           {made("typical", kBytes, yenc_data), of("worst", kBytes, kEscapesYenc),
@@ -414,7 +489,7 @@ std::vector<Function> make_functions() {
           prepare<S, S, I, I, S, S, S, S>, dump,
           {made("typical", kBytes, random, dump_shape(2, 16, "\n")),
            made("worst", kBytes, random, dump_shape(1, 3, "\r\n")),
-           made("best", kBytes, random, dump_shape(64, 1, "\n"))}),
+           made("best", kBytes, random, dump_shape(64, 1, "\n")), dump_in_one_line()}),
       row(
           "AND", "StringANDKZV(a as string,b as string) as string", prepare<S, S, S>,
           [](const KernelInput &in, ByteBuffer out) {
@@ -458,31 +533,33 @@ std::vector<Function> make_functions() {
           [](const KernelInput &in, ByteBuffer out) {
             return number_out(ordering::compare(in.texts[0], in.texts[1]), out);
           },
-          {differing("typical", kMiddle), differing("worst", kLast), differing("best", kFirst)}),
+          {differing("typical", kMiddle), differing("worst", kLast), differing("best", kFirst),
+           pair("equal", [](std::size_t size) { return Pair{drawn(kWords, size), drawn(kWords, size)}; })}),
       rivalled_as("CountLetter",
                   row("count letter", "CountOccurancesKZV(s as string, find as string) as integer",
                       prepare<I, S, S>, count,
                       {of("typical", kUtf8, kWords, {ascii("e")}), of("worst", kUtf8, {"a"}, {ascii("a")}),
-                       of("best", kUtf8, kWords, {ascii("~")})})),
+                       of("best", kUtf8, kWords, {ascii("~")}),
+                       of("one byte", kUtf8, {"a"}, {ascii("b")})})),
       row("count word", "CountOccurancesKZV(s as string, find as string) as integer", prepare<I, S, S>, count,
           {of("typical", kUtf8, kWords, {ascii("the ")}), of("worst", kUtf8, {"a"}, {ascii("aaaaaaab")}),
-           of("best", kUtf8, kWords, {ascii("~~~~")})}),
+           of("best", kUtf8, kWords, {ascii("~~~~")}), of("absent", kUtf8, kWords, {ascii("thz ")})}),
       in_sizes(kLetterCounts,
-               row(
+               viewing("Utf16", row(
                    "Jaro-Winkler", "JaroWinklerDistanceKZV(a as string, b as string) as double",
                    prepare<double, S, S>,
                    [](const KernelInput &in, ByteBuffer out) {
                      return number_out(*distance::jaro_winkler(in.wide[0], in.wide[1]), out);
                    },
-                   distance_kinds())),
+                   distance_kinds()))),
       in_sizes(kLetterCounts,
-               row(
+               viewing("Utf16", row(
                    "edit distance", "LevenshteinDistanceKZV(a as string, b as string) as double",
                    prepare<double, S, S>,
                    [](const KernelInput &in, ByteBuffer out) {
                      return number_out(*distance::edit_distance(in.wide[0], in.wide[1]), out);
                    },
-                   distance_kinds())),
+                   edit_distance_kinds()))),
       in_sizes(kNumber, row(
                             "number", "StrKZV(d as double) as string", prepare<S, double>,
                             [](const KernelInput &in, ByteBuffer out) {
@@ -500,7 +577,7 @@ std::vector<Function> make_functions() {
       row("concatenation",
           "ConcatBinaryStringsKZV(a as string, b as string, c as string, d as string, e as string, f as "
           "string) as string",
-          prepare<S, S, S, S, S, S, S>, concat, {six_parts("typical")}),
+          prepare<S, S, S, S, S, S, S>, concat, {six_parts("typical"), one_long_part()}),
   };
 }
 

@@ -28,7 +28,9 @@ using Kernel = std::size_t (*)(const KernelInput &in, ByteBuffer out);
 struct Kind {
   const char *name;
   std::function<Arguments(std::size_t size)> arguments;
-  std::vector<std::string> unfit_rivals = {};  // those whose result differs by definition
+  // Those whose result differs by definition, and those that only take long.
+  std::vector<std::string> unfit_rivals = {};
+  std::vector<std::size_t> sizes = {};  // empty: the function's
 };
 
 // Reduces a result to what must be equal in ours and a rival's; null: all of it.
@@ -46,6 +48,8 @@ struct Function {
   // The encoding in which our function reads text; 0: that of the kind. Arguments are stored in it, and those
   // of rivals in theirs, so that no conversion of the host is measured.
   REALencoding reads = 0;
+  // How the round trip reads strings that our function reads, as the rivals' round trips are named.
+  std::string view = "Bytes";
 };
 
 // The same text stored in another encoding; bytes stay as they are.

@@ -19,6 +19,15 @@ const Pieces kRussian = {"\u0440\u0435\u043a\u0430 ",
                          "\u0441\u043b\u043e\u0432\u043e ",
                          "\u0133 ",
                          "za\u017cal\u0119 "};
+const Pieces kScripts = {"\u0440\u0435\u043a\u0430 ",
+                         "\u0441\u043b\u043e\u0432\u043e",
+                         "\u03c0\u03bf\u03c4\u03ac\u03bc\u03b9",
+                         "\u03bb\u03cc\u03b3\u03bf\u03c2 ",
+                         "\u6cb3\u6d41",
+                         "\u8bcd\u8bed\u3002",
+                         "\u0646\u0647\u0631 ",
+                         "\u0643\u0644\u0645\u0629"};
+const Pieces kAstral = {"\U0001F600", "\U0001F30D", "\U00020000\U00020001", "\U0001D49C ", "word "};
 
 // Initialised after the lists above, which only the same source file guarantees.
 const Pieces kLines = kWords + Pieces{"\r\n", "out\r\n"};
@@ -61,6 +70,18 @@ std::string edited(std::string text) {
     }
   }
   return text;
+}
+
+std::string edited_evenly(const std::string &text, std::size_t edit_count) {
+  std::string result;
+  std::size_t from = 0;
+  for (std::size_t edit = 0; edit < edit_count; ++edit) {
+    const std::size_t at = text.size() * edit / edit_count;
+    result.append(text, from, at - from);
+    if (edit % 3 < 2) result += '~';  // replaces or inserts
+    from = edit % 3 == 1 ? at : at + 1;
+  }
+  return result.append(text, from);
 }
 
 Pieces operator+(Pieces a, const Pieces &b) {

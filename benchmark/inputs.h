@@ -19,6 +19,9 @@ std::string random_bytes(std::size_t byte_count, unsigned lowest = 0);
 // The text with about one letter in 20 changed, left out or swapped with the next.
 std::string edited(std::string text);
 
+// The text with so many letters replaced, inserted or left out, at equal distances.
+std::string edited_evenly(const std::string &text, std::size_t edit_count);
+
 // One piece list after the other.
 Pieces operator+(Pieces a, const Pieces &b);
 
@@ -27,6 +30,8 @@ extern const Pieces kWords;
 extern const Pieces kMarkup;
 extern const Pieces kFrench;   // letters of ISO-8859-1 and with names in HTML
 extern const Pieces kRussian;  // letters without a name in HTML
+extern const Pieces kScripts;  // letters of several scripts, seldom a blank
+extern const Pieces kAstral;   // letters beyond the Basic Multilingual Plane, and words
 extern const Pieces kLines;    // words and line breaks
 extern const Pieces
     kQuoted;  // lines of mail as an encoder left them: hard and soft breaks, here and there an escape

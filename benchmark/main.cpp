@@ -7,8 +7,11 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <malloc.h>
+#include <map>
 #include <regex>
+#include <set>
 
 #include "cpu/level.h"
 #include "measure.h"
@@ -35,7 +38,7 @@ std::vector<Row> measure_all(Plugins &plugins, const std::regex &wanted) {
   std::vector<Row> rows;
   for (const Function &function : functions()) {
     for (const Kind &kind : function.kinds) {
-      for (const std::size_t size : function.sizes) {
+      for (const std::size_t size : kind.sizes.empty() ? function.sizes : kind.sizes) {
         const std::string name = function.name + "/" + kind.name + "/" + std::to_string(size);
         if (!std::regex_search(name, wanted)) continue;
         std::cerr << name << "\n";
@@ -46,19 +49,70 @@ std::vector<Row> measure_all(Plugins &plugins, const std::regex &wanted) {
   return rows;
 }
 
+// Libraries that choose their code for the processor at run time, whatever the level: the C library's memory
+// functions, and Qt.
+std::string marked(const std::string &rival) {
+  static const std::set<std::string> kChoosing = {"memchr", "memcmp", "copy", "memmem", "stdstring", "Qt"};
+  return kChoosing.contains(rival) ? rival + "*" : rival;
+}
+
 void print(const std::vector<Row> &rows) {
-  std::printf("%-24s %-9s %8s %12s %8s %12s  %-12s %12s %8s %8s", "function", "input", "size", "ours ns",
-              "GB/s", "kernel ns", "best rival", "rival ns", "ratio", "memcpy");
+  std::printf("%-24s %-11s %8s %12s %8s %12s  %-15s %12s %8s  %12s %8s", "function", "input", "size",
+              "ours ns", "GB/s", "kernel ns", "best rival", "rival ns", "ratio", "round trip", "memcpy");
   const auto compared = [](const Row &row) { return row.other_ratio.has_value(); };
   if (std::ranges::any_of(rows, compared)) std::printf(" %12s %8s", "other ns", "ratio");
   std::printf("\n");
   for (const Row &row : rows) {
-    std::printf("%-24s %-9s %8zu %12.0f %8.3f %12.0f  %-12s %12.0f %8.2f %7.1f%%", row.function.c_str(),
-                row.kind.c_str(), row.size, row.whole, row.gigabytes_per_second(), row.kernels.back(),
-                row.best_rival.c_str(), row.rival, row.ratio(), row.share_of_copy() * 100);
+    std::printf("%-24s %-11s %8zu %12.0f %8.3f %12.0f  %-15s %12.0f %8.2f%s %12.0f %7.1f%%",
+                row.function.c_str(), row.kind.c_str(), row.size, row.whole, row.gigabytes_per_second(),
+                row.kernels.back(), marked(row.best_rival).c_str(), row.rival, row.ratio(),
+                row.is_slower() ? "<" : " ", row.round_trip, row.share_of_copy() * 100);
     if (row.other_ratio) std::printf(" %12.0f %8.3f", row.other(), *row.other_ratio);
     std::printf("\n");
   }
+}
+
+double geometric_mean(const std::vector<double> &ratios) {
+  double sum = 0;
+  for (const double ratio : ratios) sum += std::log(ratio);
+  return std::exp(sum / static_cast<double>(ratios.size()));
+}
+
+// Functions whose results the host converts, which is most of their time.
+bool is_converted(const Row &row) {
+  return row.function == "HTML decode" || row.function == "ISO-8859-1 decode" ||
+         row.function == "CP1252 decode";
+}
+
+// The mean ratio of each function first, so that functions with many rows do not weigh more.
+void print_mean(const char *sizes, std::vector<Row> rows) {
+  std::erase_if(rows, [](const Row &row) { return row.best_rival.empty() || is_converted(row); });
+  if (rows.empty()) return;
+  std::map<std::string, std::vector<double>> ratios;
+  for (const Row &row : rows) ratios[row.function].push_back(row.ratio());
+  std::vector<double> means;
+  means.reserve(ratios.size());
+  for (const auto &[function, of_function] : ratios) means.push_back(geometric_mean(of_function));
+  const auto below = [&](double limit) {
+    return std::ranges::count_if(rows, [=](const Row &row) { return row.ratio() < limit; });
+  };
+  std::printf(
+      "%-14s %6.2f times as fast as the best rival, %zu functions; of %zu rows %td below 1, %td below 0.95\n",
+      sizes, geometric_mean(means), means.size(), rows.size(), below(1), below(0.95));
+}
+
+void print_means(const std::vector<Row> &rows) {
+  std::vector<Row> short_rows;
+  std::vector<Row> long_rows;
+  std::ranges::partition_copy(rows, std::back_inserter(short_rows), std::back_inserter(long_rows),
+                              [](const Row &row) { return row.size <= 24; });
+  std::printf(
+      "\n< ours is slower than the best rival; * the rival chooses its code at run time, above the level "
+      "too\n"
+      "Means of each function, then of the functions, without HTML decode and the 8-bit decoders, whose "
+      "results the host converts:\n");
+  print_mean("1 KiB and more", long_rows);
+  print_mean("24 bytes", short_rows);
 }
 
 // Sums up the comparison with the other file. A ratio below 1 means that ours is slower.
@@ -71,10 +125,11 @@ void print_comparison(std::vector<Row> rows) {
   if (!lacking.empty()) std::printf("\nThe other file lacks:%s\n", lacking.c_str());
   std::erase_if(rows, [](const Row &row) { return !row.other_ratio; });
   if (rows.empty()) return;
-  double sum = 0;
-  for (const Row &row : rows) sum += std::log(*row.other_ratio);
+  std::vector<double> ratios;
+  ratios.reserve(rows.size());
+  for (const Row &row : rows) ratios.push_back(*row.other_ratio);
   std::printf("\nThe other file's times are %.3f of ours, as a geometric mean over %zu rows.\n",
-              std::exp(sum / static_cast<double>(rows.size())), rows.size());
+              geometric_mean(ratios), rows.size());
   std::erase_if(rows, [](const Row &row) { return *row.other_ratio * 1.05 >= 1; });
   std::printf("Ours is slower by more than 5 %% in %zu rows%s\n", rows.size(), rows.empty() ? "." : ":");
   for (const Row &row : rows) {
@@ -86,13 +141,13 @@ void write_csv(const std::vector<Row> &rows, const std::filesystem::path &file) 
   std::ofstream out(file);
   out << "function,input,size,ours_ns,ours_gb_per_s";
   for (const cpu::Level *const level : cpu::levels()) out << ",kernel_" << level->name << "_ns";
-  out << ",rival,rival_ns,ratio,memcpy_ns,memcpy_share,other_ns,other_ratio\n";
+  out << ",rival,rival_ns,ratio,round_trip_ns,memcpy_ns,memcpy_share,other_ns,other_ratio\n";
   for (const Row &row : rows) {
     out << row.function << ',' << row.kind << ',' << row.size << ',' << row.whole << ','
         << row.gigabytes_per_second();
     for (const double kernel : row.kernels) out << ',' << kernel;
-    out << ',' << row.best_rival << ',' << row.rival << ',' << row.ratio() << ',' << row.copy << ','
-        << row.share_of_copy() << ',';
+    out << ',' << row.best_rival << ',' << row.rival << ',' << row.ratio() << ',' << row.round_trip << ','
+        << row.copy << ',' << row.share_of_copy() << ',';
     out << (row.other_ratio ? std::to_string(row.other()) + ',' + std::to_string(*row.other_ratio) : ",")
         << '\n';
   }
@@ -107,6 +162,9 @@ int run(int argc, char **argv) {
   bool no_rivals = false;
   bool scaling = false;
   CLI::App app("Measures every function against other libraries and copying.");
+  app.footer(
+      "./bench --level NAME ... measures the plugin with the levels up to that one: portable, avx2 or "
+      "avx512");
   app.add_option("filter", filter, "measure only what this regular expression finds in FUNCTION/INPUT/SIZE");
   app.add_option("--csv", csv, "the file that the table is written to")->capture_default_str();
   app.add_option(
@@ -135,6 +193,7 @@ int run(int argc, char **argv) {
   if (rows.empty()) throw std::runtime_error("there is nothing to measure named " + filter);
   write_csv(rows, csv);
   print(rows);
+  if (plugins.rivals) print_means(rows);
   if (plugins.other) print_comparison(rows);
   return 0;
 }

@@ -58,6 +58,9 @@ std::string library_for(const std::string &job, const std::string &declaration) 
   return name.substr(underscore + 1) == job ? name.substr(0, underscore) : "";
 }
 
+// Loops are written for the encoding that our function reads.
+bool is_loop(const std::string &library) { return library == "loop" || library == "table"; }
+
 void compare(const Outcome &ours, const Outcome &theirs, Comparable comparable, const std::string &where) {
   const auto compared = [&](const std::string &text) {
     return comparable != nullptr ? comparable(text) : text;
@@ -100,6 +103,37 @@ Repeat copying(ByteBuffer from, ByteBuffer to) {
 void *find(const Plugin &plugin, const std::string &declaration) {
   const auto found = std::ranges::find(plugin.host.methods(), declaration, &host::Method::declaration);
   return found != plugin.host.methods().end() ? found->function : nullptr;
+}
+
+constexpr char kSetResult[] = "SetResult(size as integer, encoding as integer) as integer";
+
+// "string,integer,string," of "Name(s as string, options as integer) as string".
+std::string types_in(const std::string &declaration) {
+  constexpr std::string_view kBefore = " as ";
+  std::string types;
+  for (std::size_t at = declaration.find(kBefore); at != std::string::npos;) {
+    at += kBefore.size();
+    const std::size_t end = std::min(declaration.find_first_of(" ,)=", at), declaration.size());
+    types += declaration.substr(at, end - at) + ",";
+    at = declaration.find(kBefore, end);
+  }
+  return types;
+}
+
+// The rivals' function that makes the host's round trip alone for a call of ours, set to build its result.
+Call round_trip(Plugin &rivals, const Function &function, const Arguments &arguments, const Outcome &result) {
+  const std::string name = function.view + "_RoundTrip(";
+  const auto &methods = rivals.host.methods();
+  const auto found = std::ranges::find_if(methods, [&](const host::Method &method) {
+    return method.declaration.starts_with(name) &&
+           types_in(method.declaration) == types_in(function.declaration);
+  });
+  if (found == methods.end()) throw std::runtime_error("no round trip for " + function.declaration);
+  const Arguments wanted = {static_cast<std::int32_t>(result.encoding != 0 ? result.text.size() : 0),
+                            static_cast<std::int32_t>(result.encoding)};
+  using I = std::int32_t;
+  prepare<I, I, I>(rivals.host, address_of(rivals, kSetResult), wanted).repeat(1);
+  return function.prepare(rivals.host, found->function, arguments);
 }
 
 // What else the machine does hits both calls of a turn alike, or one turn alone, which the median leaves out.
@@ -183,8 +217,8 @@ Arguments as_read(const Function &function, Arguments arguments) {
 
 Row measure(Plugins &plugins, const Function &function, const Kind &kind, std::size_t size) {
   const Arguments arguments = kind.arguments(size);
-  const Call ours = function.prepare(plugins.ours.host, address_of(plugins.ours, function.declaration),
-                                     as_read(function, arguments));
+  const Arguments read = as_read(function, arguments);
+  const Call ours = function.prepare(plugins.ours.host, address_of(plugins.ours, function.declaration), read);
   const Outcome result = ours.outcome();
   const std::string where = function.name + ", " + kind.name + ", ";
   std::optional<double> other_ratio;
@@ -202,12 +236,16 @@ Row measure(Plugins &plugins, const Function &function, const Kind &kind, std::s
 
   std::vector<Timed> all = {{"whole", ours.repeat}, {"memcpy", copying(from, to)}};
   std::ranges::move(kernels(function, input, output), std::back_inserter(all));
+  if (plugins.rivals) {
+    all.push_back({"round trip", round_trip(*plugins.rivals, function, read, result).repeat});
+  }
   std::vector<std::string> libraries;
   const auto rivals = plugins.rivals ? plugins.rivals->host.methods() : std::vector<host::Method>();
   for (const host::Method &method : rivals) {
     const std::string library = library_for(function.job, method.declaration);
     if (library.empty() || std::ranges::count(kind.unfit_rivals, library) > 0) continue;
-    const Call theirs = function.prepare(plugins.rivals->host, method.function, arguments);
+    const Call theirs =
+        function.prepare(plugins.rivals->host, method.function, is_loop(library) ? read : arguments);
     compare(result, theirs.outcome(), function.comparable, where + library);
     all.push_back({library, theirs.repeat});
     libraries.push_back(library);
@@ -227,6 +265,7 @@ Row measure(Plugins &plugins, const Function &function, const Kind &kind, std::s
           kernel_times,
           rivalled ? *best : "",
           rivalled ? times.at(*best) : 0,
+          plugins.rivals ? times.at("round trip") : 0,
           times.at("memcpy"),
           other_ratio};
 }

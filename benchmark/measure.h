@@ -1,5 +1,5 @@
-// Times of one function on one input: ours, its kernel's, its rivals', that of copying as many bytes, and
-// that of the same function in another plugin file.
+// Times of one function on one input: ours, its kernel's, its rivals', that of the host's round trip alone,
+// that of copying as many bytes, and that of the same function in another plugin file.
 #pragma once
 
 #include <map>
@@ -26,11 +26,13 @@ struct Row {
   std::vector<double> kernels;  // at each vector level
   std::string best_rival;       // empty: there is none
   double rival;
+  double round_trip;  // the host's, with nothing between arguments and result; 0 without rivals
   double copy;
   std::optional<double> other_ratio;  // the other file's time to ours, unless it lacks the function
 
   double gigabytes_per_second() const { return static_cast<double>(bytes_read) / whole; }
   double ratio() const { return rival / whole; }
+  bool is_slower() const { return !best_rival.empty() && ratio() < 1; }
   double share_of_copy() const { return copy / whole; }
   // In proportion to `whole`, which is measured at another moment than the ratio.
   double other() const { return whole * *other_ratio; }

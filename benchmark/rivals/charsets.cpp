@@ -30,7 +30,7 @@ REALstringStruct *QtFromLatin1(REALstringStruct *s) {
 }
 
 template <const char *kFrom, const char *kTo>
-std::string by_icu(std::string_view text) {
+WrittenText by_icu(std::string_view text) {
   const auto open = [](const char *name) {
     UErrorCode error = U_ZERO_ERROR;
     return ucnv_open(name, &error);
@@ -48,7 +48,7 @@ std::string by_icu(std::string_view text) {
 }
 
 template <const char *kFrom, const char *kTo>
-std::string by_iconv(std::string_view text) {
+WrittenText by_iconv(std::string_view text) {
   thread_local iconv_t converter = iconv_open(kTo, kFrom);
   return written(bound_of(text), [text](char *out) {
     char *end = out;

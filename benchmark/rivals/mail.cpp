@@ -9,16 +9,17 @@
 #include <iterator>
 #include <sstream>
 
+#include "base/hex_digits.h"
+#include "compiled.h"
 #include "frame/entry_points.h"
+#include "frame/transform.h"
 #include "rivals.h"
 
 namespace kzv::rivals {
 namespace {
 
-constexpr std::string_view kDigits = "0123456789ABCDEF";
-
 template <void (*kBegin)(GMimeEncoding *, GMimeContentEncoding)>
-std::string by_gmime(std::string_view text) {
+WrittenText by_gmime(std::string_view text) {
   GMimeEncoding state;
   kBegin(&state, GMIME_CONTENT_ENCODING_QUOTEDPRINTABLE);
   return written(g_mime_encoding_outlen(&state, text.size()),
@@ -50,88 +51,89 @@ REALstringStruct *PocoDecode(REALstringStruct *s) {
   });
 }
 
-void add_escape(std::string &text, char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  text.push_back('=');
-  text.push_back(kDigits[byte >> 4]);
-  text.push_back(kDigits[byte & 15]);
+void add_escape(std::uint8_t byte, std::uint8_t *&next) {
+  *next++ = '=';
+  next = std::copy(kHexPairs[byte].begin(), kHexPairs[byte].end(), next);
 }
 
-bool is_break(char c) { return c == '\r' || c == '\n'; }
+void add_text(std::string_view text, std::uint8_t *&next) {
+  next = std::copy(text.begin(), text.end(), next);
+}
+
+bool is_break(std::uint8_t byte) { return byte == '\r' || byte == '\n'; }
 
 // The position after the line break at `at`: CR LF, LF CR, CR or LF.
-std::size_t after_break(std::string_view text, std::size_t at) {
+std::size_t after_break(ByteView text, std::size_t at) {
   return at + 1 < text.size() && is_break(text[at + 1]) && text[at + 1] != text[at] ? at + 2 : at + 1;
 }
 
-REALstringStruct *LoopEncode(REALstringStruct *s, std::int32_t line_length) {
-  return FromBytes(s, kEncodingASCII, [=](std::string_view text) {
-    const auto capacity = static_cast<std::size_t>(line_length - 2);
-    std::string encoded;
-    encoded.reserve(text.size() * 3);
-    std::size_t column = 0;
-    bool lines = false;
-    for (std::size_t at = 0; at < text.size();) {
-      const char c = text[at];
-      if (is_break(c)) {
-        encoded += "\r\n";
-        at = after_break(text, at);
-        column = 0;
-        lines = true;
-        continue;
-      }
-      ++at;
-      const bool at_end = at < text.size() && is_break(text[at]);
-      const bool white = c == ' ' || c == '\t';
-      const bool plain = white ? !at_end : c > ' ' && c <= '~' && c != '=';
-      const std::size_t width = plain ? 1 : 3;
-      if (column + width > capacity) {
-        encoded += "=\r\n";
-        column = 0;
-      }
-      column += width;
-      if (plain) {
-        encoded.push_back(c);
-      } else {
-        add_escape(encoded, c);
-      }
+std::size_t encode_lines(ByteView text, std::size_t capacity, ByteBuffer out) {
+  std::uint8_t *next = out.data();
+  std::size_t column = 0;
+  bool lines = false;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::uint8_t c = text[at];
+    if (is_break(c)) {
+      add_text("\r\n", next);
+      at = after_break(text, at);
+      column = 0;
+      lines = true;
+      continue;
     }
-    if (lines && column > 0) encoded += "=\r\n";
-    return encoded;
+    ++at;
+    const bool at_end = at < text.size() && is_break(text[at]);
+    const bool white = c == ' ' || c == '\t';
+    const bool plain = white ? !at_end : c > ' ' && c <= '~' && c != '=';
+    const std::size_t width = plain ? 1 : 3;
+    if (column + width > capacity) {
+      add_text("=\r\n", next);
+      column = 0;
+    }
+    column += width;
+    if (plain) {
+      *next++ = c;
+    } else {
+      add_escape(c, next);
+    }
+  }
+  if (lines && column > 0) add_text("=\r\n", next);
+  return static_cast<std::size_t>(next - out.data());
+}
+
+REALstringStruct *LoopEncode(REALstringStruct *s, std::int32_t line_length) {
+  const auto bound = [](std::size_t byte_count) { return std::uint64_t{byte_count} * 4 + 3; };
+  return TransformBytes(s, kEncodingASCII, bound, [=](ByteView in, ByteBuffer out) {
+    return Compiled<encode_lines>::call(in, static_cast<std::size_t>(line_length - 2), out);
   });
 }
 
-int digit_of(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+std::size_t decode_lines(ByteView text, ByteBuffer out) {
+  return by_blocks(
+      text, out, [](std::uint8_t c) { return count_of(c == '=', c == '\r', c == '\n'); },
+      [](std::uint8_t c) { return c; },
+      [text](std::size_t &at, std::uint8_t *&next) {
+        const std::uint8_t c = text[at];
+        if (is_break(c)) {
+          *next++ = '\n';
+          at = after_break(text, at);
+        } else if (c != '=') {
+          *next++ = c;
+          ++at;
+        } else if (at + 1 < text.size() &&
+                   (is_break(text[at + 1]) || text[at + 1] == ' ' || text[at + 1] == '\t')) {
+          while (at < text.size() && !is_break(text[at])) ++at;
+          if (at < text.size()) at = after_break(text, at);
+        } else {
+          if (at + 2 < text.size() && is_hex_digit(text[at + 1]) && is_hex_digit(text[at + 2])) {
+            *next++ = static_cast<std::uint8_t>(kDigitValues[text[at + 1]] * 16 + kDigitValues[text[at + 2]]);
+          }
+          at += 3;
+        }
+      });
 }
 
 REALstringStruct *LoopDecode(REALstringStruct *s) {
-  return FromBytes(s, kEncodingASCII, [](std::string_view text) {
-    std::string decoded;
-    decoded.reserve(text.size());
-    for (std::size_t at = 0; at < text.size();) {
-      const char c = text[at];
-      if (is_break(c)) {
-        decoded.push_back('\n');
-        at = after_break(text, at);
-      } else if (c != '=') {
-        decoded.push_back(c);
-        ++at;
-      } else if (at + 1 < text.size() &&
-                 (is_break(text[at + 1]) || text[at + 1] == ' ' || text[at + 1] == '\t')) {
-        while (at < text.size() && !is_break(text[at])) ++at;
-        if (at < text.size()) at = after_break(text, at);
-      } else {
-        const int high = at + 2 < text.size() ? digit_of(text[at + 1]) : -1;
-        const int low = at + 2 < text.size() ? digit_of(text[at + 2]) : -1;
-        if (high >= 0 && low >= 0) decoded.push_back(static_cast<char>(high * 16 + low));
-        at += 3;
-      }
-    }
-    return decoded;
-  });
+  return TransformBytes(s, kEncodingASCII, kOneByteEach, Compiled<decode_lines>::call);
 }
 
 // A text that needs no encoding is returned as it is, with a reference of its own.
@@ -167,36 +169,26 @@ REALstringStruct *PocoSubject(REALstringStruct *s) {
   });
 }
 
-REALstringStruct *LoopSubject(REALstringStruct *s) {
-  return Subject(s, [](std::string_view text) {
-    std::string encoded = "=?utf-8?Q?";
-    encoded.reserve(text.size() * 3 + 12);
-    for (const char c : text) {
-      if (c == ' ') {
-        encoded.push_back('_');
-      } else if (c == '=' || c == '_' || static_cast<unsigned char>(c) >= 0x80) {
-        add_escape(encoded, c);
-      } else {
-        encoded.push_back(c);
-      }
+std::size_t encode_word(ByteView text, ByteBuffer out) {
+  std::uint8_t *next = out.data();
+  add_text("=?utf-8?Q?", next);
+  for (const std::uint8_t byte : text) {
+    if (byte == '=' || byte == '_' || byte >= 0x80) {
+      add_escape(byte, next);
+    } else {
+      *next++ = byte == ' ' ? std::uint8_t{'_'} : byte;
     }
-    encoded += "?=";
-    return encoded;
-  });
+  }
+  add_text("?=", next);
+  return static_cast<std::size_t>(next - out.data());
 }
 
-REALstringStruct *LoopYenc(REALstringStruct *s) {
-  return FromBytes(s, kEncodingBytes, [](std::string_view text) {
-    return written(text.size(), [text](char *out) {
-      const char *const begin = out;
-      for (std::size_t at = 0; at < text.size(); ++at) {
-        if (text[at] != '=') {
-          *out++ = static_cast<char>(text[at] - 42);
-        } else if (++at < text.size()) {
-          *out++ = static_cast<char>(text[at] - 42 - 64);
-        }
-      }
-      return out - begin;
+REALstringStruct *LoopSubject(REALstringStruct *s) {
+  return Subject(s, [](std::string_view text) {
+    const std::size_t capacity = text.size() * 3 + 12;
+    return written(capacity, [=](char *out) {
+      return Compiled<encode_word>::call({unsigned_chars(text), text.size()},
+                                         {reinterpret_cast<std::uint8_t *>(out), capacity});
     });
   });
 }
@@ -214,7 +206,6 @@ Methods mail() {
       RIVAL("GMime_EncodeEmailSubject(s as string) as string", GmimeSubject),
       RIVAL("Poco_EncodeEmailSubject(s as string) as string", PocoSubject),
       RIVAL("loop_EncodeEmailSubject(s as string) as string", LoopSubject),
-      RIVAL("loop_yDecodeString(s as string) as string", LoopYenc),
   };
   return all;
 }

@@ -5,7 +5,6 @@
 // text: tags are markup to a parser. Inputs for all hold the five and numbers.
 #include <QString>
 #include <QXmlStreamReader>
-#include <algorithm>
 #include <glib.h>
 #include <libxml/HTMLparser.h>
 #include <unicode/ucnv.h>
@@ -127,110 +126,6 @@ REALstringStruct *HtmlDecode(REALstringStruct *s) {
   });
 }
 
-// Counts the depth of nested brackets: only text at depth 0 is kept.
-std::string without_tags(std::string_view page, std::string_view replacement) {
-  std::string kept;
-  kept.reserve(page.size());
-  int depth = 0;
-  for (const char c : page) {
-    if (c == '<') {
-      ++depth;
-    } else if (c == '>') {
-      --depth;
-    } else if (depth == 0) {
-      kept.push_back(c);
-    } else {
-      kept.append(replacement);
-    }
-  }
-  return kept;
-}
-
-REALstringStruct *LoopRemoveTags(REALstringStruct *s) {
-  return FromUtf8(s, kEncodingUTF8, [](std::string_view page) { return without_tags(page, {}); });
-}
-
-REALstringStruct *LoopRemoveTagsWith(REALstringStruct *s, REALstringStruct *replacement) {
-  rbText instead(replacement);
-  return FromUtf8(s, kEncodingUTF8,
-                  [&](std::string_view page) { return without_tags(page, chars(instead.utf8())); });
-}
-
-bool separates(char c) {
-  return static_cast<unsigned char>(c) <= ' ' || static_cast<unsigned char>(c) >= 0x80 || c == '(' ||
-         c == ')' || c == ',' || c == ';';
-}
-
-bool is_word(std::string_view sql, std::size_t at, std::string_view word) {
-  if (sql.size() - at < word.size() || (at + word.size() < sql.size() && !separates(sql[at + word.size()])))
-    return false;
-  return std::equal(word.begin(), word.end(), sql.begin() + static_cast<std::ptrdiff_t>(at),
-                    [](char letter, char c) { return letter == (c | 0x20); });
-}
-
-REALstringStruct *LoopReplaceBooleans(REALstringStruct *s) {
-  rbText argument(s);
-  const std::string_view sql = chars(argument.ascii());
-  std::string rewritten;
-  rewritten.reserve(sql.size());
-  char quote = 0;
-  for (std::size_t at = 0; at < sql.size(); ++at) {
-    const char c = sql[at];
-    if (quote != 0) {
-      if (c == quote) quote = 0;
-    } else if (c == '\'' || c == '"') {
-      quote = c;
-    } else if ((c | 0x20) == 't' || (c | 0x20) == 'f') {
-      const bool is_true = (c | 0x20) == 't';
-      const std::string_view word = is_true ? "true" : "false";
-      if ((at == 0 || separates(sql[at - 1])) && is_word(sql, at, word)) {
-        rewritten.push_back(is_true ? '1' : '0');
-        at += word.size() - 1;
-        continue;
-      }
-    }
-    rewritten.push_back(c);
-  }
-  return REALBuildUnicodeString(rewritten.data(), static_cast<std::int64_t>(rewritten.size()), kEncodingUTF8);
-}
-
-char unescaped(char c) {
-  switch (c) {
-    case '0':
-      return '\0';
-    case 'b':
-      return '\b';
-    case 'n':
-      return '\n';
-    case 'r':
-      return '\r';
-    case 't':
-      return '\t';
-    case 'Z':
-      return 0x1A;
-    default:
-      return c;
-  }
-}
-
-REALstringStruct *LoopMySQL(REALstringStruct *s) {
-  return FromBytes(s, kEncodingBytes, [](std::string_view text) {
-    constexpr std::string_view kEscaped = "0'\"bnrtZ\\%_";
-    std::string plain;
-    plain.reserve(text.size());
-    for (std::size_t at = 0; at < text.size(); ++at) {
-      if (text[at] != '\\' || at + 1 == text.size()) {
-        plain.push_back(text[at]);
-      } else if (kEscaped.find(text[++at]) != std::string_view::npos) {
-        plain.push_back(unescaped(text[at]));
-      } else {
-        plain.append(text, at - 1, 2);
-      }
-    }
-    return plain;
-  });
-}
-
 }  // namespace
 
 Methods markup() {
@@ -244,10 +139,6 @@ Methods markup() {
       RIVAL("GLib_DecodingFromHTML(s as string) as string", GlibDecode),
       RIVAL("Qt_DecodingFromHTML(s as string) as string", QtDecode),
       RIVAL("libxml2_DecodingFromHTML(s as string) as string", HtmlDecode),
-      RIVAL("loop_RemoveHTMLTags(s as string) as string", LoopRemoveTags),
-      RIVAL("loop_RemoveHTMLTagsWith(s as string, instead as string) as string", LoopRemoveTagsWith),
-      RIVAL("loop_SQLReplaceBoolean(s as string) as string", LoopReplaceBooleans),
-      RIVAL("loop_DecodingFromMySQL(s as string) as string", LoopMySQL),
   };
   return all;
 }

@@ -2,7 +2,9 @@
 // are of common size, and where a point is missing ".0" is added.
 #include <QByteArray>
 #include <QLocale>
+#include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <fmt/format.h>
@@ -41,6 +43,26 @@ REALstringStruct *GlibcStr(double d) {
   return Built(shortest);
 }
 
+// What std::to_chars wrote, with ".0" where a point is missing and may be.
+template <typename Write>
+REALstringStruct *ByToChars(Write write) {
+  std::array<char, 400> text;
+  char *end = write(text.data(), text.data() + text.size() - 2).ptr;
+  if (std::find(text.data(), end, '.') == end) end = std::copy_n(".0", 2, end);
+  return Built({text.data(), static_cast<std::size_t>(end - text.data())});
+}
+
+REALstringStruct *StdStr(double d) {
+  return ByToChars(
+      [d](char *begin, char *end) { return std::to_chars(begin, end, d, std::chars_format::fixed); });
+}
+
+REALstringStruct *StdScientific(double d, std::int32_t digits) {
+  return ByToChars([=](char *begin, char *end) {
+    return std::to_chars(begin, end, d, std::chars_format::scientific, digits);
+  });
+}
+
 REALstringStruct *FmtScientific(double d, std::int32_t digits) {
   fmt::memory_buffer text;
   fmt::format_to(std::back_inserter(text), "{:.{}e}", d, digits);
@@ -62,9 +84,11 @@ REALstringStruct *GlibcScientific(double d, std::int32_t digits) {
 
 Methods numbers() {
   static const REALmethodDefinition all[] = {
+      RIVAL("tochars_Str(d as double) as string", StdStr),
       RIVAL("fmt_Str(d as double) as string", FmtStr),
       RIVAL("Qt_Str(d as double) as string", QtStr),
       RIVAL("snprintf_Str(d as double) as string", GlibcStr),
+      RIVAL("tochars_ScientificStr(d as double, digits as integer) as string", StdScientific),
       RIVAL("fmt_ScientificStr(d as double, digits as integer) as string", FmtScientific),
       RIVAL("Qt_ScientificStr(d as double, digits as integer) as string", QtScientific),
       RIVAL("snprintf_ScientificStr(d as double, digits as integer) as string", GlibcScientific),

@@ -30,6 +30,8 @@ Methods mail();
 Methods numbers();
 Methods bytes();
 Methods distances();
+Methods text_loops();
+Methods round_trips();
 
 // Text that a C library made, with the library's way to free it.
 class LibraryText {
@@ -72,11 +74,24 @@ REALstringStruct *FromUtf8(REALstringStruct *s, REALencoding encoding, Convert c
   return REALBuildUnicodeString(result.data(), static_cast<std::int64_t>(result.size()), encoding);
 }
 
+// Text in memory that nothing fills beforehand.
+class WrittenText {
+ public:
+  explicit WrittenText(std::size_t capacity) : text_(std::make_unique_for_overwrite<char[]>(capacity)) {}
+  char *data() const { return text_.get(); }
+  std::size_t size() const { return size_; }
+  void set_size(std::size_t byte_count) { size_ = byte_count; }
+
+ private:
+  std::unique_ptr<char[]> text_;
+  std::size_t size_ = 0;
+};
+
 // Text of at most `capacity` bytes, which `write(out) -> bytes written` provides.
 template <typename Write>
-std::string written(std::size_t capacity, Write write) {
-  std::string text(capacity, '\0');
-  text.resize(static_cast<std::size_t>(write(text.data())));
+WrittenText written(std::size_t capacity, Write write) {
+  WrittenText text(capacity);
+  text.set_size(static_cast<std::size_t>(write(text.data())));
   return text;
 }
 
