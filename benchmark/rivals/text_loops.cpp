@@ -329,7 +329,7 @@ constexpr std::array<std::int16_t, 256> kUnescaped = [] {
   constexpr std::string_view kMeant = "'\"\\%_\b\n\r\t\x1A";
   for (std::size_t i = 0; i < kWritten.size(); ++i) {
     table[static_cast<std::uint8_t>(kWritten[i])] =
-        i < kMeant.size() ? static_cast<std::uint8_t>(kMeant[i]) : std::int16_t{0};
+        static_cast<std::int16_t>(i < kMeant.size() ? kMeant[i] : '\0');
   }
   return table;
 }();
