@@ -218,7 +218,7 @@ TEST(RaisedExceptions, TakeTheClassThatTheHostHas) {
   }
 }
 
-// Raising calls the host, which may let the library down at each of those calls.
+// Raising calls the host, which may fail at each of those calls.
 TEST(RaisedExceptions, LeaveNothingTakenWhateverTheHostDoes) {
   int passed = 0;
   for (const auto kind : {Kind::kThrowBadAlloc, Kind::kThrowOther, Kind::kRefuse}) {

@@ -1,4 +1,4 @@
-// Every function on hosts that let it down, and without memory: whatever fails, the rules of misbehaviour.h
+// Every function on hosts that fail, and without memory: whatever fails, the rules of misbehaviour.h
 // hold and the answer is a known one.
 #include <algorithm>
 #include <gtest/gtest.h>

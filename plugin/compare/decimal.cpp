@@ -8,7 +8,7 @@
 namespace kzv::numbers {
 namespace {
 
-// A product of 192 bits: the lowest 64 are left out.
+// The upper 128 bits of the product, which has 192.
 Wide scale(std::uint64_t a, const Wide &power) {
   const std::uint64_t low = multiply(a, power.low).high;
   Wide product = multiply(a, power.high);

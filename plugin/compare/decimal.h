@@ -21,13 +21,13 @@ struct Decimal {
 // with a significand of 53 bits.
 Decimal shortest(Binary number);
 
-// `number`, not zero, rounded to `count` digits, at most 17. Without digits, one from 5 upwards becomes 1 of
-// the next power of ten; lesser ones are not expected.
+// `number`, not zero, rounded to `count` digits, at most 17. With a count of 0 the first digit must be 5 or
+// more, and the result is 1 of the next power of ten.
 Decimal rounded(Binary number, int count);
 
 // Writes all digits, by arithmetic on large integers; if there are more than `most`, at least 1, the first
 // ones are rounded. Returns the end, and the exponent of the first. An integer needs an output of 309
-// characters. Zero needs the exponent 0 and has one digit.
+// characters. Zero, given with exponent 0, has one digit.
 inline constexpr std::size_t kExactBound = 784;
 struct ExactDigits {
   char *end;

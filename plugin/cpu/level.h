@@ -29,7 +29,7 @@ struct Level {
   // the level can: pieces cannot be forwarded to the load of the whole block that follows.
   void (*load_partial)(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block);
 
-  // Whether all of any number of bytes lie in `first` to `last`. A byte outside ends the search soon.
+  // Whether all bytes, of any number, lie in `first` to `last`. A byte outside ends the search soon.
   bool (*all_within)(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t first,
                      std::uint8_t last);
 
@@ -40,6 +40,7 @@ struct Level {
   void (*find)(const std::uint8_t *bytes, std::size_t blocks, const ByteSet &set, std::uint64_t *masks);
 
   // Sets the bits of the bytes that are `first` and whose neighbour, `distance` bytes further, is `last`.
+  // Reads that many bytes past the blocks.
   void (*find_pair)(const std::uint8_t *bytes, std::size_t blocks, std::uint8_t first, std::uint8_t last,
                     std::size_t distance, std::uint64_t *masks);
 

@@ -1,4 +1,4 @@
-// The operations of the portable level that other levels have in their tables too.
+// The operations of the portable level that other levels use, whole or for short texts and last bytes.
 #pragma once
 
 #include "cpu/level.h"

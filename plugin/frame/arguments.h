@@ -9,7 +9,8 @@ namespace kzv {
 
 // Makes a View (rbData or rbText) of each argument, in order, has `use(view, ...)` read them, releases them
 // and returns what `use` returned. An exception that the host throws at a release goes on to the host, with
-// the other views released as well; so what needs releasing itself, a result above all, is made later.
+// the other views released as well; so what needs releasing itself, a result above all, is made later or
+// owned outside.
 template <typename View, typename Argument, std::size_t kCount, typename Use>
 auto Read(Argument *const (&arguments)[kCount], Use use) {
   return [&]<std::size_t... I>(std::index_sequence<I...>) {

@@ -10,7 +10,7 @@
 
 namespace kzv {
 
-// Whether a text is its own result.
+// For kernels whose output differs from the input, or that do not look whether it does.
 inline constexpr auto kNeverUnchanged = [](auto) { return false; };
 
 // Reads `s` by a View (rbData or rbText), of which `text` is the function that provides the input, has

@@ -11,7 +11,7 @@ std::size_t replace_non_printable(ByteView input, std::uint8_t replacement, Byte
 
 // Whether every byte is in one of three ranges: mode 0 is 0 to 127, mode 1 is 32 to 127, mode 2 is 32 to 255.
 // False for every other mode, and for no bytes at all. Stops soon after the first byte that is not.
-bool is_ascii(ByteView bytes, std::int32_t mode = 0);
+bool is_ascii(ByteView bytes, std::int32_t mode);
 
 // The kind of byte-order mark that the bytes begin with: 1 UTF-8, 3 and 4 UTF-16 big- and little-endian, 6
 // and 7 UTF-32 big- and little-endian, 0 none. The longer mark wins: FF FE 00 00 is always kind 7, even

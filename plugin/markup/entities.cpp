@@ -57,9 +57,17 @@ consteval std::array<Entity, kEntityCount> make_entities() {
 
 constexpr std::array<Entity, kEntityCount> escapecodes = make_entities();
 
-namespace {
+// This table and the one by name have an entity's index plus one in a byte; 0 is an empty slot.
+static_assert(kEntityCount < 0xFF);
+constexpr std::array<std::uint8_t, kLastCodePoint + 1> kEntityByUnit = [] {
+  std::array<std::uint8_t, kLastCodePoint + 1> table{};
+  for (std::size_t i = 0; i < kEntityCount; ++i) {
+    table[escapecodes[i].code_point] = static_cast<std::uint8_t>(i + 1);
+  }
+  return table;
+}();
 
-constexpr std::uint16_t kLastCodePoint = 0x2666;
+namespace {
 
 struct Name {
   NameKey key = 0;
@@ -83,17 +91,6 @@ static_assert(std::ranges::adjacent_find(escapecodes, std::ranges::greater_equal
               escapecodes.end());
 static_assert(escapecodes[4].code_point < 0x80 && escapecodes[5].code_point == 0xA0);
 static_assert(escapecodes.back().code_point == kLastCodePoint);
-
-// Both look-up tables have an entity's index plus one in a byte; 0 is an empty slot.
-static_assert(kEntityCount < 0xFF);
-
-constexpr auto kEntityByUnit = [] {
-  std::array<std::uint8_t, kLastCodePoint + 1> table{};
-  for (std::size_t i = 0; i < kEntityCount; ++i) {
-    table[escapecodes[i].code_point] = static_cast<std::uint8_t>(i + 1);
-  }
-  return table;
-}();
 
 // A perfect hash by multiplication: this factor, found by search, gives each name a slot of its own.
 constexpr int kSlotBits = 11;
@@ -137,11 +134,6 @@ consteval WrittenTable make_table_of_written(bool keep_ascii) {
 
 constexpr WrittenTable kWrittenKeepingAscii = make_table_of_written(true);
 constexpr WrittenTable kWrittenEncodingMarkup = make_table_of_written(false);
-
-const Entity *entity_of(std::uint16_t unit) {
-  if (unit > kLastCodePoint || kEntityByUnit[unit] == 0) return nullptr;
-  return &escapecodes[kEntityByUnit[unit] - std::size_t{1}];
-}
 
 std::uint16_t code_point_of(NameKey name, std::size_t length) {
   const Name &known = kNames[kEntityByName[slot_of(name)]];

@@ -55,8 +55,15 @@ using WrittenTable = std::array<Written, 256>;
 extern const WrittenTable kWrittenKeepingAscii;
 extern const WrittenTable kWrittenEncodingMarkup;
 
+// By code unit, the index of its entity plus one, or 0.
+inline constexpr std::uint16_t kLastCodePoint = 0x2666;
+extern const std::array<std::uint8_t, kLastCodePoint + 1> kEntityByUnit;
+
 // The entity for a code unit, or null if there is none.
-const Entity *entity_of(std::uint16_t unit);
+inline const Entity *entity_of(std::uint16_t unit) {
+  const std::size_t number = unit <= kLastCodePoint ? kEntityByUnit[unit] : 0;
+  return number != 0 ? &escapecodes[number - 1] : nullptr;
+}
 
 // A name without "&" and ";" as a word of base/byte_words.h, with zeros after the name.
 using NameKey = std::uint64_t;

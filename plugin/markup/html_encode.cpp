@@ -14,6 +14,35 @@ namespace {
 
 static_assert(encode_bound(1) == kLongestReference);
 
+// By the hundreds of a number, at least 1: their digits, and in the high byte how many there are.
+constexpr std::array<std::uint32_t, 0x10000 / 100 + 1> kHundreds = [] {
+  std::array<std::uint32_t, 0x10000 / 100 + 1> hundreds{};
+  for (std::uint32_t number = 1; number < hundreds.size(); ++number) {
+    std::uint32_t digits = 0;
+    std::uint32_t count = 0;
+    for (std::uint32_t left = number; left > 0; left /= 10, ++count) digits = digits << 8 | ('0' + left % 10);
+    hundreds[number] = digits | count << 24;
+  }
+  return hundreds;
+}();
+
+// Writes the decimal reference of a code unit from 100 on as one word of 8 bytes, without a loop over its
+// digits, and returns its length. The last two digits t and u are made together:
+//
+//   '0' + t | ('0' + u) << 8 = 0x3030 + t + 256 u = 0x3030 + 256 (10 t + u) - 2559 t
+//
+//   word          & # 1 6 0 4 ;          U+0644: the hundreds 16, then 04
+std::size_t write_large_number(std::uint16_t unit, std::uint8_t *output) {
+  const std::uint32_t hundreds = kHundreds[unit / 100];
+  const std::uint32_t count = hundreds >> 24;
+  const std::uint32_t last_two = unit % 100U;
+  const std::uint32_t last_digits = 0x3030 + 256 * last_two - 2559 * (last_two / 10);
+  const std::uint64_t end = std::uint64_t{last_digits | ';' << 16} << 8 * (count + 2);
+  const std::uint64_t word = ('&' | '#' << 8 | std::uint64_t{hundreds & 0xFFFFFF} << 16) | end;
+  std::memcpy(output, &word, sizeof word);
+  return count + 5;
+}
+
 // Writes a code unit as `table` says, or as a reference if it is not in the table: 16 bytes, of which those
 // returned count.
 std::size_t encode_unit(std::uint16_t unit, const WrittenTable &table, std::uint8_t *output) {
@@ -22,7 +51,7 @@ std::size_t encode_unit(std::uint16_t unit, const WrittenTable &table, std::uint
     return table[unit].length;
   }
   const Entity *const entity = entity_of(unit);
-  if (entity == nullptr) return write_number(unit, reinterpret_cast<char *>(output));
+  if (entity == nullptr) return write_large_number(unit, output);
   std::memcpy(output, entity->reference.data(), kLongestReference);
   return entity->length;
 }

@@ -26,6 +26,14 @@ consteval std::array<std::int16_t, 256> make_unescaped() {
 }
 constexpr std::array<std::int16_t, 256> kUnescaped = make_unescaped();
 
+// What a backslash may escape: bytes that mean themselves then, and those that mean another one.
+constexpr bool means_itself(std::uint8_t byte) { return kUnescaped[byte] == byte; }
+constexpr bool means_another(std::uint8_t byte) {
+  return kUnescaped[byte] != kNoEscape && !means_itself(byte);
+}
+constexpr cpu::ByteSet kSame(means_itself);
+constexpr cpu::ByteSet kOther(means_another);
+
 constexpr bool is_delimiter(std::uint8_t byte) {
   return byte <= 0x20 || byte >= 0x80 || byte == '(' || byte == ')' || byte == ',' || byte == ';';
 }
@@ -59,9 +67,6 @@ bool begins_with_word(ByteView rest, const Word &word) {
 //   written      a     LF b     \  n  \  x
 std::size_t decode_mysql(ByteView input, ByteBuffer output) {
   static constexpr cpu::ByteSet kBackslash = cpu::bytes_in("\\");
-  static constexpr cpu::ByteSet kSame([](std::uint8_t byte) { return kUnescaped[byte] == byte; });
-  static constexpr cpu::ByteSet kOther(
-      [](std::uint8_t byte) { return kUnescaped[byte] != byte && kUnescaped[byte] != kNoEscape; });
   std::uint64_t carry = 0;
   const auto choose = [&](scan::Chunk &chunk, scan::Masks &kept) {
     scan::Masks backslashes;

@@ -1,4 +1,4 @@
-// Stands between the library and the runtime library's memory, by the linker's option --wrap. The test
+// Comes between the library and the runtime library's memory, by the linker's option --wrap. The test
 // program that loads the plugin decides what is granted.
 #include <cstddef>
 #include <cstring>

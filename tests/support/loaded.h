@@ -1,4 +1,5 @@
-// A plugin's library that can be had as new again and again without being loaded anew, which takes long.
+// A plugin's library that can be reset to what it was after loading, without loading it again, which takes
+// long.
 #pragma once
 
 #include <cstdint>
