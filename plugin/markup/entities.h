@@ -61,7 +61,7 @@ extern const std::array<std::uint8_t, kLastCodePoint + 1> kEntityByUnit;
 
 // The entity for a code unit, or null if there is none.
 inline const Entity *entity_of(std::uint16_t unit) {
-  const std::size_t number = unit <= kLastCodePoint ? kEntityByUnit[unit] : 0;
+  const std::size_t number = unit < kEntityByUnit.size() ? kEntityByUnit[unit] : 0;
   return number != 0 ? &escapecodes[number - 1] : nullptr;
 }
 

@@ -15,8 +15,11 @@ namespace {
 static_assert(encode_bound(1) == kLongestReference);
 
 // By the hundreds of a number, at least 1: their digits, and in the high byte how many there are.
-constexpr std::array<std::uint32_t, 0x10000 / 100 + 1> kHundreds = [] {
-  std::array<std::uint32_t, 0x10000 / 100 + 1> hundreds{};
+using Hundreds = std::array<std::uint32_t, 656>;
+static_assert(0xFFFF / 100 < std::tuple_size_v<Hundreds>);
+
+consteval Hundreds make_hundreds() {
+  Hundreds hundreds{};
   for (std::uint32_t number = 1; number < hundreds.size(); ++number) {
     std::uint32_t digits = 0;
     std::uint32_t count = 0;
@@ -24,7 +27,8 @@ constexpr std::array<std::uint32_t, 0x10000 / 100 + 1> kHundreds = [] {
     hundreds[number] = digits | count << 24;
   }
   return hundreds;
-}();
+}
+constexpr Hundreds kHundreds = make_hundreds();
 
 // Writes the decimal reference of a code unit from 100 on as one word of 8 bytes, without a loop over its
 // digits, and returns its length. The last two digits t and u are made together:
