@@ -210,11 +210,11 @@ constexpr std::uint8_t value_of(std::uint8_t digit) {
 Bytes load_overlapping(const std::uint8_t *bytes, std::size_t byte_count) {
   std::array<std::uint64_t, 2> words{};
   if (byte_count >= 8) {
-    std::memcpy(&words[0], bytes, 8);
+    std::memcpy(words.data(), bytes, 8);
     std::memcpy(&words[1], bytes + byte_count - 8, 8);
   } else if (byte_count >= 4) {
     std::array<std::uint32_t, 2> halves{};
-    std::memcpy(&halves[0], bytes, 4);
+    std::memcpy(halves.data(), bytes, 4);
     std::memcpy(&halves[1], bytes + byte_count - 4, 4);
     words[0] = words[1] = halves[0] | std::uint64_t{halves[1]} << 32;
   } else {

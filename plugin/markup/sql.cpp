@@ -72,7 +72,7 @@ std::size_t decode_mysql(ByteView input, ByteBuffer output) {
     scan::Masks backslashes;
     chunk.find(kBackslash, backslashes);
     kept.fill(scan::kAllBits);
-    const auto end = backslashes.begin() + static_cast<std::ptrdiff_t>(chunk.blocks());
+    const auto *const end = backslashes.begin() + static_cast<std::ptrdiff_t>(chunk.blocks());
     if (carry == 0 && std::all_of(backslashes.begin(), end, [](auto mask) { return mask == 0; })) return;
     const scan::MasksAhead same(chunk, kSame);
     const scan::MasksAhead other(chunk, kOther);
