@@ -1,6 +1,5 @@
 #include "markup/sql.h"
 
-#include <algorithm>
 #include <array>
 #include <string_view>
 
@@ -72,8 +71,9 @@ std::size_t decode_mysql(ByteView input, ByteBuffer output) {
     scan::Masks backslashes;
     chunk.find(kBackslash, backslashes);
     kept.fill(scan::kAllBits);
-    const auto *const end = backslashes.begin() + static_cast<std::ptrdiff_t>(chunk.blocks());
-    if (carry == 0 && std::all_of(backslashes.begin(), end, [](auto mask) { return mask == 0; })) return;
+    std::uint64_t any = carry;
+    for (std::size_t i = 0; i < chunk.blocks(); ++i) any |= backslashes[i];
+    if (any == 0) return;
     const scan::MasksAhead same(chunk, kSame);
     const scan::MasksAhead other(chunk, kOther);
     for (std::size_t i = 0; i < chunk.blocks(); ++i) {
