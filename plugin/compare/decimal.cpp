@@ -26,8 +26,8 @@ std::uint64_t scale_to_odd(std::uint64_t a, const Wide &power) {
 
 }  // namespace
 
-// R. Giulietti, "The Schubfach way to render doubles", 2020. What lies between the points halfway to both
-// neighbours is read back as this number; below 2^53 those have too many digits themselves. 10^k is the
+// R. Giulietti, "The Schubfach way to render doubles", 2020. Every number between the points halfway to both
+// neighbours reads back as this one; the points themselves have too many digits, below 2^53. 10^k is the
 // greatest power of ten that is not greater than their distance: one or more of its multiples are between
 // them, and of those of 10^(k+1) one at most. All is computed in quarters of 10^k.
 Decimal shortest(Binary number) {
@@ -55,8 +55,8 @@ Decimal shortest(Binary number) {
 }
 
 // One product with a power of ten has all digits before the point, as in U. Adams, "Ryu revisited: printf
-// floating point conversion", 2019. It is wrong by less than one of its last bits. That decides nothing but
-// whether a number that seems to be halfway is so: then all its digits are computed.
+// floating point conversion", 2019. It is wrong by less than one of its last bits, which matters only where
+// the number seems to be halfway: then all its digits are computed.
 Decimal rounded(Binary number, int count) {
   const int zeros = std::countl_zero(number.significand);
   const std::uint64_t significand = number.significand << zeros;

@@ -7,7 +7,7 @@
 //   '>'          . . . 1 . . . 1 .
 //   '<' or '>'   . 1 . 1 . 1 . 1 .          |
 //   after '<'    . . 1 . . . 1 . .          << 1: one byte further
-//   inside       . 1 1 . . 1 1 . .          prefix_xor of the brackets
+//   in a tag     . 1 1 . . 1 1 . .          prefix_xor of the brackets: with "<", without ">"
 #pragma once
 
 #include <array>
