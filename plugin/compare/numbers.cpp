@@ -28,7 +28,8 @@ std::size_t write_number(double value, std::span<char> output, WriteSize write_s
   return static_cast<std::size_t>(end - output.data());
 }
 
-// The significand and exponent of a number that is not negative. Subnormal numbers have the exponent field 0 in place of 1.
+// The significand and exponent of a number that is not negative. Subnormal numbers have the exponent field 0
+// in place of 1.
 Binary binary_of(double size) {
   const auto bits = std::bit_cast<std::uint64_t>(size);
   const std::uint64_t exponent = std::max(bits >> 52, std::uint64_t{1});
