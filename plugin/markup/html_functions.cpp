@@ -112,7 +112,7 @@ REALstringStruct *RemoveHTMLTagsWith(REALstringStruct *text, REALstringStruct *r
   Read<rbText>({text, replacement}, [&](rbText &page, rbText &substitute) {
     const ByteView bytes = page.utf8();
     const std::uint64_t capacity = std::uint64_t{bytes.size()} + 10;
-    if (capacity <= kMaxByteCount && tags::has_none(bytes)) {
+    if (capacity <= kMaxByteCount && tags::is_unchanged(bytes)) {
       same.reset(REALBuildUnicodeString(bytes.data(), std::ssize(bytes), kEncodingUTF8));
     } else {
       kept.Create(capacity);

@@ -92,7 +92,7 @@ std::size_t decode_mysql(ByteView input, ByteBuffer output) {
   return scan::keep(input, choose, output);
 }
 
-bool has_no_escape(ByteView input) { return find_byte(input, '\\') == input.size(); }
+bool is_unchanged(ByteView input) { return lacks(input, '\\'); }
 
 namespace {
 

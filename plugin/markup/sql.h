@@ -11,7 +11,7 @@ namespace kzv::sql {
 std::size_t decode_mysql(ByteView input, ByteBuffer output);
 
 // Whether that would copy all of it.
-bool has_no_escape(ByteView input);
+bool is_unchanged(ByteView input);
 
 // Writes 1 and 0 for the words true and false, of either case, outside quotes. A word begins and ends at
 // a delimiter or an end of the text; delimiters are the bytes up to 32, those from 128 on, and ( ) , ; alone.

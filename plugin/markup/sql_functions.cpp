@@ -6,7 +6,7 @@
 namespace kzv {
 
 REALstringStruct *DecodingFromMySQL(REALstringStruct *s) {
-  return TransformBytes(s, kEncodingBytes, kOneByteEach, sql::decode_mysql, sql::has_no_escape);
+  return TransformBytes(s, kEncodingBytes, kOneByteEach, sql::decode_mysql, sql::is_unchanged);
 }
 
 REALstringStruct *SQLReplaceBoolean(REALstringStruct *sql) {

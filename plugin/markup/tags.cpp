@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "scan/chunk.h"
+#include "scan/find_byte.h"
 
 namespace kzv::tags {
 namespace {
@@ -16,27 +17,12 @@ using Nesting = std::uint32_t;
 
 constexpr void count_bracket(bool opening, Nesting &nesting) { nesting += opening ? 1 : Nesting{0} - 1; }
 
-// The bytes of a block that are outside of tags; `nesting` is the carry. Where tags are not nested, as nearly
-// always, each bracket changes sides, and the whole block is decided at once:
-//
-//   block                x  <  b  r  >  y  <  p ...
-//   inside_or_opening    .  1  1  1  .  .  1  1     prefix_xor of the brackets, inverted after an open tag
-//   outside              1  .  .  .  .  1  .  .     neither of these nor a bracket
-//
-// An opening bracket with a 0 there, or a closing one with a 1, shows nesting: then brackets are counted.
-std::uint64_t find_outside(std::uint64_t opening, std::uint64_t closing, Nesting &nesting) {
-  std::uint64_t brackets = opening | closing;
-  if (nesting <= 1) {
-    const std::uint64_t inside_or_opening = scan::prefix_xor(brackets) ^ (0 - std::uint64_t{nesting});
-    if ((opening & ~inside_or_opening) == 0 && (closing & inside_or_opening) == 0) {
-      nesting = static_cast<Nesting>(inside_or_opening >> 63);
-      return ~(inside_or_opening | brackets);
-    }
-  }
+// The bytes of a block that are outside of tags, bracket by bracket; `nesting` is the carry.
+std::uint64_t count_outside(std::uint64_t opening, std::uint64_t closing, Nesting &nesting) {
   std::uint64_t outside = 0;
   std::uint64_t remaining = scan::kAllBits;  // the bytes after the last bracket
-  for (; brackets != 0; brackets = scan::without_lowest(brackets)) {
-    const std::uint64_t bracket = scan::lowest_bit(brackets);
+  for (std::uint64_t left = opening | closing; left != 0; left = scan::without_lowest(left)) {
+    const std::uint64_t bracket = scan::lowest_bit(left);
     outside |= nesting == 0 ? remaining & (bracket - 1) : 0;
     count_bracket((opening & bracket) != 0, nesting);
     remaining = ~(bracket | (bracket - 1));
@@ -44,9 +30,27 @@ std::uint64_t find_outside(std::uint64_t opening, std::uint64_t closing, Nesting
   return nesting == 0 ? outside | remaining : outside;
 }
 
+// The same. Where tags are not nested, as nearly always, each bracket changes sides, and the whole block is
+// decided at once:
+//
+//   block                x  <  b  r  >  y  <  p ...
+//   inside_or_opening    .  1  1  1  .  .  1  1     prefix_xor of the brackets, inverted after an open tag
+//   outside              1  .  .  .  .  1  .  .     neither of these nor a bracket
+//
+// An opening bracket with a 0 there, or a closing one with a 1, shows nesting: then brackets are counted.
+inline std::uint64_t find_outside(std::uint64_t opening, std::uint64_t closing, Nesting &nesting) {
+  const std::uint64_t brackets = opening | closing;
+  const std::uint64_t inside_or_opening = scan::prefix_xor(brackets) ^ (0 - std::uint64_t{nesting});
+  if (nesting > 1 || (opening & ~inside_or_opening) != 0 || (closing & inside_or_opening) != 0) {
+    return count_outside(opening, closing, nesting);
+  }
+  nesting = static_cast<Nesting>(inside_or_opening >> 63);
+  return ~(inside_or_opening | brackets);
+}
+
 }  // namespace
 
-bool has_none(ByteView text) { return scan::Cursor(text, kBrackets).next(0) == text.size(); }
+bool is_unchanged(ByteView text) { return lacks(text, '<') && lacks(text, '>'); }
 
 std::size_t remove(ByteView text, ByteBuffer output) {
   Nesting nesting = 0;

@@ -8,8 +8,8 @@
 
 namespace kzv::tags {
 
-// Whether a text has no brackets, so that all of it is outside.
-bool has_none(ByteView text);
+// Whether the functions below would write the text as it is: it has no brackets.
+bool is_unchanged(ByteView text);
 
 // Writes the bytes outside of tags. The output holds as many bytes as the text; returns the number written.
 std::size_t remove(ByteView text, ByteBuffer output);

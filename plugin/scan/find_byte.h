@@ -15,6 +15,8 @@ inline std::size_t find_byte(ByteView text, std::uint8_t wanted, std::size_t at 
   return static_cast<std::size_t>(static_cast<const std::uint8_t *>(found) - text.data());
 }
 
+inline bool lacks(ByteView text, std::uint8_t byte) { return find_byte(text, byte) == text.size(); }
+
 // The text up to its first zero byte, or all of it.
 inline ByteView until_zero(ByteView text) { return text.first(find_byte(text, 0)); }
 

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "base/hex_digits.h"
+#include "cpu/level.h"
 #include "scan/find_byte.h"
 
 namespace kzv::hex_dump {
@@ -20,15 +21,29 @@ ByteView filler_of(const Shape &shape) {
   return shape.filler.empty() ? ByteView(&kZeroDigit, 1) : shape.filler;
 }
 
-// Writes `count` hex digits of the input, from its digit number `first` on. Either end may split a byte.
-void write_digits(ByteView input, std::size_t first, std::size_t count, std::uint8_t *to) {
+// Writes `count` hex digits of the input, `stride` bytes from one to the next, from its digit number `first`
+// on. Either end may split a byte.
+void write_digits(ByteView input, std::size_t first, std::size_t count, std::size_t stride,
+                  std::uint8_t *to) {
+  constexpr std::size_t kMany = 32;  // from here on a level's operation is faster
   const std::uint8_t *from = input.data() + first / 2;
-  if (first % 2 != 0) {
-    *to++ = static_cast<std::uint8_t>(kHexPairs[*from++][1]);
+  if (first % 2 != 0 && count > 0) {
+    *to = static_cast<std::uint8_t>(kHexPairs[*from++][1]);
+    to += stride;
     --count;
   }
-  for (; count >= 2; count -= 2, to += 2) std::memcpy(to, &kHexPairs[*from++], sizeof(HexPair));
-  if (count > 0) *to = static_cast<std::uint8_t>(kHexPairs[*from][0]);
+  if (stride == 1 && count >= kMany) {
+    cpu::level().to_hex(from, count / 2, to);
+    from += count / 2;
+    to += count / 2 * 2;
+  } else {
+    for (std::size_t left = count / 2; left > 0; --left, to += 2 * stride) {
+      const HexPair &digits = kHexPairs[*from++];
+      to[0] = static_cast<std::uint8_t>(digits[0]);
+      to[stride] = static_cast<std::uint8_t>(digits[1]);
+    }
+  }
+  if (count % 2 != 0) *to = static_cast<std::uint8_t>(kHexPairs[*from][0]);
 }
 
 // The measures of a shape whose `dump_bound` has a value, so that none of them overflows.
@@ -48,22 +63,28 @@ class Layout {
   // Writes a line without its groups.
   void write_frame(std::uint8_t *line) const {
     line = append(line, shape_.linestart) + group_digits_;
-    for (std::size_t group = 1; group < groups_; ++group) line = append(line, shape_.spacer) + group_digits_;
+    if (shape_.spacer.size() == 1) {  // one store for many
+      std::memset(line, shape_.spacer.front(), stride_ * (groups_ - 1));
+      line += stride_ * (groups_ - 1);
+    } else {
+      for (std::size_t group = 1; group < groups_; ++group) {
+        line = append(line, shape_.spacer) + group_digits_;
+      }
+    }
     append(line, shape_.lineend);
   }
 
   void write_groups(ByteView input, std::size_t digit, std::uint8_t *line) const {
-    if (group_digits_ == 2) {  // most dumps
+    std::uint8_t *to = line + shape_.linestart.size();
+    if (group_digits_ == 1) {
+      write_digits(input, digit, groups_, stride_, to);
+    } else if (group_digits_ == 2) {  // most dumps
       const std::uint8_t *from = input.data() + digit / 2;
-      for_each_group(line, [&](std::uint8_t *to) { std::memcpy(to, &kHexPairs[*from++], sizeof(HexPair)); });
-    } else if (group_digits_ == 1) {
-      for_each_group(line, [&](std::uint8_t *to) {
-        *to = static_cast<std::uint8_t>(kHexPairs[input[digit / 2]][digit % 2]);
-        ++digit;
-      });
+      for_each_group(to,
+                     [&](std::uint8_t *group) { std::memcpy(group, &kHexPairs[*from++], sizeof(HexPair)); });
     } else {
-      for_each_group(line, [&](std::uint8_t *to) {
-        write_digits(input, digit, group_digits_, to);
+      for_each_group(to, [&](std::uint8_t *group) {
+        write_digits(input, digit, group_digits_, 1, group);
         digit += group_digits_;
       });
     }
@@ -73,9 +94,9 @@ class Layout {
   void write_padded_groups(ByteView input, std::size_t digit, std::uint8_t *line) const {
     const ByteView filler = filler_of(shape_);
     std::size_t next_filler = 0;
-    for_each_group(line, [&](std::uint8_t *to) {
+    for_each_group(line + shape_.linestart.size(), [&](std::uint8_t *to) {
       const std::size_t count = std::min(group_digits_, input.size() * 2 - digit);
-      write_digits(input, digit, count, to);
+      write_digits(input, digit, count, 1, to);
       digit += count;
       for (std::size_t i = count; i < group_digits_; ++i) {
         to[i] = filler[next_filler];
@@ -86,8 +107,7 @@ class Layout {
 
  private:
   template <typename Write>
-  void for_each_group(std::uint8_t *line, Write write) const {
-    std::uint8_t *to = line + shape_.linestart.size();
+  void for_each_group(std::uint8_t *to, Write write) const {
     const std::size_t stride = stride_;
     for (std::size_t left = groups_; left > 0; --left, to += stride) write(to);
   }

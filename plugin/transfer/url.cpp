@@ -89,9 +89,8 @@ std::size_t decode(ByteView input, std::uint32_t options, ByteBuffer output) {
   return scan::keep(input, choose, output);
 }
 
-bool is_decoded(ByteView input, std::uint32_t options) {
-  const auto lacks = [=](std::uint8_t byte) { return find_byte(input, byte) == input.size(); };
-  return lacks('%') && ((options & kSpaceIsPlus) == 0 || lacks('+'));
+bool is_unchanged(ByteView input, std::uint32_t options) {
+  return lacks(input, '%') && ((options & kSpaceIsPlus) == 0 || lacks(input, '+'));
 }
 
 }  // namespace kzv::url

@@ -24,6 +24,6 @@ std::size_t encode(ByteView input, std::uint32_t options, ByteBuffer output);
 std::size_t decode(ByteView input, std::uint32_t options, ByteBuffer output);
 
 // Whether that would copy all of it.
-bool is_decoded(ByteView input, std::uint32_t options);
+bool is_unchanged(ByteView input, std::uint32_t options);
 
 }  // namespace kzv::url

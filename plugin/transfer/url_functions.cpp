@@ -19,7 +19,7 @@ REALstringStruct *DecodingToURL2(REALstringStruct *s, std::int32_t options) {
   return TransformBytes(
       s, kEncodingBytes, kOneByteEach,
       [bits](ByteView in, ByteBuffer out) { return url::decode(in, bits, out); },
-      [bits](ByteView in) { return url::is_decoded(in, bits); });
+      [bits](ByteView in) { return url::is_unchanged(in, bits); });
 }
 
 }  // namespace kzv
