@@ -121,7 +121,10 @@ class Matrix {
     at_begin_ = at_end_ = 0;
     for (std::size_t top = 0; top < rows_.size(); top += kStripRows) {
       const auto strip = rows_.subspan(top, std::min(kStripRows, rows_.size() - top));
-      if (!move_window(rows_.size() - top, strip.size(), bound)) return next_bound(bound, top);
+      rows_to_go_ = std::ssize(rows_) - static_cast<std::int64_t>(top);
+      const std::size_t known = end_;
+      if (!narrow_window(bound)) return next_bound(bound, top);
+      extend_window(strip.size(), known, bound);
 
       for (std::size_t i = 0; i < strip.size(); ++i)
         masks_[strip[i]][i / kWordRows] |= std::uint64_t{1} << i % kWordRows;
@@ -133,28 +136,36 @@ class Matrix {
   }
 
  private:
-  // Moves the window to the next strip; false if no path within the bound crosses the row above it.
-  bool move_window(std::size_t rows_to_go, std::size_t row_count, std::int64_t bound) {
-    const std::size_t last = columns_.size() - 1;
-    const auto apart = [=](std::size_t j) {
-      return static_cast<std::int64_t>(last - j) - static_cast<std::int64_t>(rows_to_go);
-    };
-    const std::size_t known = end_;
-    while (begin_ < end_ && at_begin_ + std::abs(apart(begin_)) > bound)
-      at_begin_ += horizontal(border_[++begin_]);
-    while (begin_ < end_ && at_end_ + std::abs(apart(end_)) > bound) at_end_ -= horizontal(border_[end_--]);
-    if (at_end_ + std::abs(apart(end_)) > bound) return false;
+  // How many more columns than rows are to go from column j in the row above the strip.
+  [[nodiscard]] std::int64_t surplus(std::size_t j) const {
+    return std::ssize(columns_) - 1 - static_cast<std::int64_t>(j) - rows_to_go_;
+  }
 
-    // A step off the diagonal costs an edit, and as soon as no columns are to go but those of the diagonal, a
-    // second one back. No cell to the left of the end has more edits left for it. One column more: a
-    // transposition that ends there begins in the strip and skips the last cell of the path.
-    const auto off_diagonal = static_cast<std::size_t>(bound - at_end_ + apart(end_)) / 2;
-    const std::size_t reach = std::min(last, end_ + row_count + off_diagonal + 1);
+  // Whether a path within the bound can pass the cell of column j, the number of whose edits is known.
+  [[nodiscard]] bool within(std::int64_t bound, std::size_t j, std::int64_t edits) const {
+    return edits + std::abs(surplus(j)) <= bound;
+  }
+
+  // Leaves out the columns at either end that no path within the bound passes in the row above the strip;
+  // false if it passes none.
+  bool narrow_window(std::int64_t bound) {
+    while (begin_ < end_ && !within(bound, begin_, at_begin_)) at_begin_ += horizontal(border_[++begin_]);
+    while (begin_ < end_ && !within(bound, end_, at_end_)) at_end_ -= horizontal(border_[end_--]);
+    return within(bound, end_, at_end_);
+  }
+
+  // Moves the end to the last column that a path within the bound can reach in the strip. Of the columns that
+  // are added, the border knows those up to `known`. A step off the diagonal costs an edit, and once no more
+  // columns are to go than rows, a second one back. No cell to the left of the end has more edits left for
+  // it. One column more: a transposition that ends there begins in the strip and skips the last cell of the
+  // path.
+  void extend_window(std::size_t row_count, std::size_t known, std::int64_t bound) {
+    const auto off_diagonal = static_cast<std::size_t>(bound - at_end_ + surplus(end_)) / 2;
+    const std::size_t reach = std::min(columns_.size() - 1, end_ + row_count + off_diagonal + 1);
     while (end_ < std::min(reach, known)) at_end_ += horizontal(border_[++end_]);
     std::ranges::fill(border_.subspan(end_ + 1, reach - end_), kHP);
     at_end_ += static_cast<std::int64_t>(reach - end_);
     end_ = reach;
-    return true;
   }
 
   // Takes a strip through the window: reads from the border what the strip above left there and replaces it.
@@ -187,12 +198,13 @@ class Matrix {
   std::span<StripMasks> masks_;
   std::span<std::uint8_t> border_;
 
-  // The window is the columns after `begin_`, up to `end_`. With the cells of both in the row above the next
-  // strip.
+  // The window is the columns after `begin_`, up to `end_`; with the edits of both in the row above the
+  // strip, and the rows below that.
   std::size_t begin_ = 0;
   std::size_t end_ = 0;
   std::int64_t at_begin_ = 0;
   std::int64_t at_end_ = 0;
+  std::int64_t rows_to_go_ = 0;
 };
 
 // The number of edits between two texts, the first not longer than the second.

@@ -21,9 +21,9 @@ struct Limbs {
   std::array<std::uint64_t, 48> limbs;
   std::size_t size = 1;
 
-  // The high half of a limb's product with factor / 10^16 is the carry, or one less where that was close:
-  // with what is carried in, at most 2^53, a limb is below 2 * 10^16. This is added after the products, so
-  // that they do not wait for those of the limb before.
+  // Each limb becomes limb * factor modulo 10^16, and the quotient is carried to the next. A multiplication
+  // by factor / 10^16, rounded down, gives that quotient or one less. The carry is added last, so that
+  // products do not wait for the limb before; the sum is below 2 * 10^16, and `more` corrects the quotient.
   void multiply_by(std::uint64_t factor) {
     const Wide scaled = multiply(factor, 0xE69594BEC44DE15B);  // 2^117 / 10^16
     const std::uint64_t reciprocal = scaled.high << 11 | scaled.low >> 53;

@@ -18,20 +18,20 @@ constexpr std::int32_t kSignificantDigits = 767;
 
 char *write(std::string_view text, char *output) { return std::ranges::copy(text, output).out; }
 
-// The sign, then a word or what `write_size` makes of the number without its sign.
+// The sign, then a word or what `write_magnitude` makes of its magnitude.
 template <typename WriteSize>
-std::size_t write_number(double value, std::span<char> output, WriteSize write_size) {
+std::size_t write_number(double value, std::span<char> output, WriteSize write_magnitude) {
   char *const text = output.data() + (std::signbit(value) ? 1 : 0);
   output[0] = '-';
-  const char *const end = std::isfinite(value) ? write_size(std::abs(value), text)
+  const char *const end = std::isfinite(value) ? write_magnitude(std::abs(value), text)
                                                : write(std::isnan(value) ? "nan" : "inf", text);
   return static_cast<std::size_t>(end - output.data());
 }
 
 // The significand and exponent of a number that is not negative. Subnormal numbers have the exponent field 0
 // in place of 1.
-Binary binary_of(double size) {
-  const auto bits = std::bit_cast<std::uint64_t>(size);
+Binary binary_of(double magnitude) {
+  const auto bits = std::bit_cast<std::uint64_t>(magnitude);
   const std::uint64_t exponent = std::max(bits >> 52, std::uint64_t{1});
   return {bits - ((exponent - 1) << 52), static_cast<int>(exponent) - 1075};
 }
@@ -76,21 +76,21 @@ char *write_fixed(const Digits &digits, int exponent, char *output) {
 }
 
 char *write_exponent(int exponent, char *output) {
-  const int size = std::abs(exponent);
+  const int magnitude = std::abs(exponent);
   output = write(exponent < 0 ? "e-" : "e+", output);
-  if (size >= 100) *output++ = static_cast<char>('0' + size / 100);
-  *output++ = static_cast<char>('0' + size / 10 % 10);
-  *output++ = static_cast<char>('0' + size % 10);
+  if (magnitude >= 100) *output++ = static_cast<char>('0' + magnitude / 100);
+  *output++ = static_cast<char>('0' + magnitude / 10 % 10);
+  *output++ = static_cast<char>('0' + magnitude % 10);
   return output;
 }
 
 }  // namespace
 
 std::size_t fixed(double value, std::span<char, kFixedBound> output) {
-  return write_number(value, output, [](double size, char *text) {
-    if (size < 5e-100) return write("0.0", text);
-    const Binary number = binary_of(size);
-    if (size >= 0x1p53) return write(".0", write_exact_digits(number, kFixedBound, text).end);
+  return write_number(value, output, [](double magnitude, char *text) {
+    if (magnitude < 5e-100) return write("0.0", text);
+    const Binary number = binary_of(magnitude);
+    if (magnitude >= 0x1p53) return write(".0", write_exact_digits(number, kFixedBound, text).end);
     Decimal decimal = shortest(number);
     if (Digits(decimal).count() - 1 - decimal.exponent > kMaxFractionDigits)
       decimal = rounded(number, decimal.exponent + 1 + kMaxFractionDigits);
@@ -100,11 +100,11 @@ std::size_t fixed(double value, std::span<char, kFixedBound> output) {
 
 std::size_t scientific(double value, std::int32_t digits, std::span<char, kScientificBound> output) {
   const int precision = digits < 0 ? 6 : std::min(digits, kSignificantDigits);
-  return write_number(value, output, [=](double size, char *text) {
-    const Binary number = size == 0 ? Binary{} : binary_of(size);
+  return write_number(value, output, [=](double magnitude, char *text) {
+    const Binary number = magnitude == 0 ? Binary{} : binary_of(magnitude);
     text[1] = '.';
     if (precision < 17) {
-      const Decimal decimal = size == 0 ? Decimal{} : rounded(number, precision + 1);
+      const Decimal decimal = magnitude == 0 ? Decimal{} : rounded(number, precision + 1);
       const Digits written(decimal);
       text[0] = written.first;
       write_digits(written.upper, text + 2);

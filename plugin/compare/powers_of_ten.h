@@ -10,7 +10,7 @@ struct Wide {
   std::uint64_t high, low;
 };
 
-inline constexpr std::uint64_t kHalf = 0xFFFFFFFF;
+inline constexpr std::uint64_t kLowHalf = 0xFFFFFFFF;
 
 inline Wide multiply(std::uint64_t a, std::uint64_t b) {
 #if defined(__SIZEOF_INT128__)
@@ -18,8 +18,8 @@ inline Wide multiply(std::uint64_t a, std::uint64_t b) {
   const Native product = Native{a} * b;
   return {static_cast<std::uint64_t>(product >> 64), static_cast<std::uint64_t>(product)};
 #else
-  const std::uint64_t cross = (a >> 32) * (b & kHalf) + ((a & kHalf) * (b & kHalf) >> 32);
-  const std::uint64_t other = (a & kHalf) * (b >> 32) + (cross & kHalf);
+  const std::uint64_t cross = (a >> 32) * (b & kLowHalf) + ((a & kLowHalf) * (b & kLowHalf) >> 32);
+  const std::uint64_t other = (a & kLowHalf) * (b >> 32) + (cross & kLowHalf);
   return {(a >> 32) * (b >> 32) + (cross >> 32) + (other >> 32), a * b};
 #endif
 }
@@ -47,12 +47,12 @@ consteval auto make_powers_of_ten() {
     std::uint64_t carry = 0;  // 5/4 or 5/8 of it
     for (std::uint64_t &part : parts) {
       carry += part * 5;
-      part = carry & kHalf;
+      part = carry & kLowHalf;
       carry >>= 32;
     }
     const int shift = carry < 4 ? 2 : 3;
     for (std::size_t i = 0; i < parts.size(); ++i)
-      parts[i] = (parts[i] | (i + 1 < parts.size() ? parts[i + 1] : carry) << 32) >> shift & kHalf;
+      parts[i] = (parts[i] | (i + 1 < parts.size() ? parts[i + 1] : carry) << 32) >> shift & kLowHalf;
   }
   if (exact != 56) throw "powers of ten with too few bits";
   return powers;

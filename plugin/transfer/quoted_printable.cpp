@@ -203,7 +203,7 @@ class Decoder {
     scan::Masks escapes;
     std::uint64_t any_escape = 0;
     std::uint64_t taken_carry =
-        0;  // bits of the next block's first bytes, taken by an escape or soft line break
+        0;  // which of the next block's first two bytes belong to an escape or soft break
     std::uint64_t pair_carry = 0;  // whether this block's last byte is the CR of a pair
     for (std::size_t i = 0; i < chunk.blocks(); ++i) {
       const std::size_t base = chunk.block_start(i);

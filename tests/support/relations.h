@@ -1,4 +1,4 @@
-// What holds for the kernels, whatever they are given. Most are held against a slow twin. Fuzzing and random
+// What holds for the kernels, whatever they are given. Most compare with a slow twin. Fuzzing and random
 // tests draw the arguments; other tests choose them.
 #pragma once
 

@@ -1,4 +1,4 @@
-// What the kernels are held against: the rules applied element by element, regardless of speed.
+// What the kernels are compared with: the rules applied element by element, regardless of speed.
 #pragma once
 
 #include <algorithm>
