@@ -98,15 +98,6 @@ TEST(Loading, AsksForAServiceUntilTheHostHasItAndThenNeverAgain) {
   EXPECT_EQ(copying.host.settings.misbehaviour->calls_left, -1);
 }
 
-TEST(Loading, RegistersWhatItCanWhenTheHostIsLate) {
-  Settings settings;
-  settings.silent_look_ups = 5;  // two versions, the runtime, and the registration of two functions
-  const Plugin plugin(KZV_PLUGIN, settings);
-  EXPECT_EQ(plugin.host.interface_version(), std::nullopt);
-  EXPECT_EQ(plugin.host.methods().size() + 2, Plugin(KZV_PLUGIN).host.methods().size());
-  EXPECT_EQ(plugin.host.methods().front().declaration, "_yDecodeStringKZV(data as string) as string");
-}
-
 // By services that differ with the host.
 TEST(Arguments, AreReadDirectlyOrDeliveredOrConverted) {
   using Row = std::tuple<Settings, const char *, Names>;  // host, function, and the services that it asks for
@@ -129,15 +120,6 @@ TEST(Arguments, AreReadDirectlyOrDeliveredOrConverted) {
   }
 }
 
-TEST(Arguments, ThatTheHostRefusesAreAbsentAndNotCopied) {
-  for (const auto kind : {Kind::kRefuse, Kind::kNoBytes}) {
-    Plugin plugin(KZV_PLUGIN);
-    plugin.host.settings.misbehaviour = {"PluginGetStringData", kind};
-    EXPECT_EQ(plugin.call<std::int32_t>("StrCompBytesKZV", utf8("a"), utf8("")), -1);
-    EXPECT_EQ(plugin.host.times_asked_for("StringGetCString"), 0);
-  }
-}
-
 TEST(MissingServices, EndInTheDocumentedOutcome) {
   const auto url = [](const Text &result) { return sample("EncodingToURLKZV", result, utf8("a b")); };
   const auto block = [](const Block &result) { return sample(kDecodeBlock, result, Block{"\x8B\x8C\x2A"}); };
@@ -145,14 +127,10 @@ TEST(MissingServices, EndInTheDocumentedOutcome) {
       {2013.03, {"PluginGetStringData"}, url(ascii("a%20b"))},
       {2013.03, {"PluginGetStringData", "PluginDisposeStringData"}, url(ascii("a%20b"))},
       {2013.03, {"PluginGetStringData", "StringGetCString"}, url(kNil)},
-      {2013.03, {"PluginGetStringData", "REALLoadGlobalMethod"}, url(kNil)},
-      {2013.03, {"PluginDisposeStringData"}, url(ascii("a%20b"))},
       {2013.03, {"REALBuildString"}, url(kNil)},
       {2013.03, {"REALSetStringEncoding"}, url(raw("a%20b"))},
-      {2013.03, {"RegisterPluginVersion"}, url(ascii("a%20b"))},
       {2012.0, {"REALLockString"}, url(ascii("a%20b"))},
       {2013.03, {"REALLockObject"}, block({"ab\0"s})},
-      {2013.03, {"REALUnlockObject"}, block({"ab\0"s})},
       {2013.03, {"newMemoryBlock"}, block(kNoBlock)},
   };
   for (const auto &[host_version, withheld, known] : rows) {
@@ -199,7 +177,6 @@ TEST(RaisedExceptions, TakeTheClassThatTheHostHas) {
       {{}, "OutOfMemoryException: It is full."},
       {version(2013.03, {"OutOfMemoryException"}), "RuntimeException: It is full."},
       {version(2013.03, {"OutOfMemoryException", "RuntimeException"}), ""},
-      {version(2013.03, {"PluginNewInstance"}), ""},
       {version(2013.03, {"RuntimeRaiseException"}), ""},
       {version(2013.03, {"REALSetPropValueString"}), "OutOfMemoryException: "},
       {version(2013.03, {"REALBuildString"}), "OutOfMemoryException: "},

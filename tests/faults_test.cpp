@@ -1,5 +1,4 @@
-// Every function on hosts that fail, and without memory: whatever fails, the rules of misbehaviour.h
-// hold and the answer is a known one.
+// Every function on hosts that fail, and without memory: the rules of misbehaviour.h, and known answers.
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <map>
@@ -14,7 +13,6 @@
 namespace kzv::host {
 namespace {
 
-// By version, and on hosts that do not deliver text.
 const Settings kHosts[] = {version(2011.5), version(2012.0), version(2012.0, {"PluginGetStringData"}),
                            version(2013.03), version(2013.03, {"PluginGetStringData"})};
 
@@ -45,7 +43,6 @@ std::vector<Fault> faults() {
   return all;
 }
 
-// Services that are not found at first, or whose look-up throws.
 const Fault kLookUpFaults[] = {
     {"a resolver that throws",
      [](Host &host, int k) {

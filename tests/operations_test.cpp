@@ -1,5 +1,4 @@
-// The levels, sets of bytes, and each operation of the chosen level against the portable one, with arguments
-// that no kernel has, on memory that ends where the operation may read and write no further.
+// The levels, sets of bytes, and each operation of a level compared with the portable one, within its bounds.
 #include <array>
 #include <fstream>
 #include <gtest/gtest.h>

@@ -1,6 +1,7 @@
 // Plugin files of either width as a host's loader sees them, whole and damaged.
 #include "plugin_file.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <set>
 
@@ -40,11 +41,6 @@ class PluginFile : public testing::Test {
   const std::string path_ = testing::TempDir() + "kzv-plugin" + std::to_string(getpid());
 };
 
-TEST_F(PluginFile, IsDescribed) {
-  EXPECT_EQ(facts(KZV_PLUGIN), std::string(kOurs) + " plugin kzvstrings " KZV_VERSION);
-  EXPECT_EQ(facts("/proc/self/exe"), std::string(kOurs) + " library none");
-}
-
 TEST_F(PluginFile, ThatDoesNotFitIsNotLoaded) {
   std::string bytes = whole_;
   bytes.replace(bytes.find("REALPluginMain"), 14, "REALPluginNone");
@@ -65,17 +61,8 @@ TEST_F(PluginFile, ThatDoesNotFitIsNotLoaded) {
                                                 "; take the plugin built for " + kOurs);
 }
 
-TEST_F(PluginFile, CutShortIsRefused) {
-  for (std::size_t size = 0; size < whole_.size(); size += 1 + size / 7) {
-    write(whole_.substr(0, size));
-    const char *const why = size < 4 ? "not an ELF file" : "cut short";
-    EXPECT_NE(facts<host::PluginFile>(path_).find(why), std::string::npos)
-        << size << ": " << facts<host::PluginFile>(path_);
-  }
-}
-
-// Reading ends, whatever is damaged; the sanitizers report any access outside the bytes.
-TEST_F(PluginFile, DamagedIsReadWithoutHarm) {
+// Reading ends, whatever is damaged or missing; the sanitizers report any access outside the bytes.
+TEST_F(PluginFile, DamagedOrCutShortIsReadWithoutHarm) {
   auto engine = seeded_random();
   const auto below = [&](std::size_t limit) { return static_cast<std::size_t>(engine()) % limit; };
   std::set<std::string> answers;
@@ -86,10 +73,12 @@ TEST_F(PluginFile, DamagedIsReadWithoutHarm) {
       const std::size_t areas[] = {below(64), below(1200), bytes.size() - 1 - below(2400)};
       bytes[areas[below(3)]] = static_cast<char>(below(256));
     }
+    if (round % 2 == 0) bytes.resize(below(bytes.size()));
     write(bytes);
     answers.insert(facts(path_));
   }
-  EXPECT_GT(answers.size(), 5U);
+  for (const std::string why : {"not an ELF file", "cut short"})
+    EXPECT_TRUE(std::ranges::any_of(answers, [&](const auto &a) { return a.find(why) < a.size(); })) << why;
 }
 
 }  // namespace

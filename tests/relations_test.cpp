@@ -1,5 +1,4 @@
-// The relations between kernels: on random texts, on every byte and code unit, and on every short sequence of
-// the pieces that a kernel's masks and carries are about.
+// The relations between kernels: on random texts, every byte and code unit, every short sequence of pieces.
 #include "support/relations.h"
 
 #include <gtest/gtest.h>
@@ -100,6 +99,7 @@ TEST(Relations, HoldForChosenTexts) {
   relations::printable(kilo + " \x8D" + std::string(100, 'b'), 2'000'000);
   for (const std::string ends : {"\n\r", "\r\n\r", "=4z"})
     relations::printable(kilo + ends + std::string(70, 'y'), 72);
+  relations::sql(kilo + "\\n" + std::string(70, 'y'));
   std::u16string references;
   for (int i = 0; i < 10; ++i) references += std::u16string(63, u'\u03D1') + u'\u00C1';
   for (std::size_t bound = 600; bound < 740; ++bound) relations::html(references, false, bound);
@@ -108,8 +108,7 @@ TEST(Relations, HoldForChosenTexts) {
   relations::tags(tags, "[]", '*');
 }
 
-// Powers of two and ten, halves of them, what may be halfway between two decimals, all with their neighbours.
-// Then any doubles, and such with few bits.
+// Powers of two and ten, halves, what may be halfway between two decimals, and neighbours of all these.
 TEST(Relations, HoldForNumbers) {
   std::vector<double> chosen = {0.0, -0.0, 5e-100, 0x1p53, INFINITY, NAN};
   for (int exponent = -1074; exponent < 1024; ++exponent) chosen.push_back(std::ldexp(1, exponent));
@@ -128,9 +127,8 @@ TEST(Relations, HoldForNumbers) {
   }
 }
 
-// Two letters in every order, and texts that are edited along the edge of a band of the matrix: units are
-// left out at one end and added at the other, and neighbours swapped where strips of rows meet, so many that
-// the first bound just suffices, or just not. After that, edits anywhere.
+// Two letters in every order, and edits along the edge of a band of the matrix: units move from one end to
+// the other and neighbours swap where strips meet, so many that the first limit just suffices, or just not.
 TEST(Relations, HoldForDistancesOfSimilarTexts) {
   std::vector<std::u16string> texts = {u""};
   for (std::size_t i = 0; i < 63; ++i)
@@ -156,8 +154,7 @@ TEST(Relations, HoldForDistancesOfSimilarTexts) {
   }
 }
 
-// Starting afresh at every position, or going on by one after a late difference, would mean 10^13 comparisons
-// and more, which takes the better part of an hour.
+// A search that starts afresh at every position would take the better part of an hour.
 TEST(Relations, CountingTakesLinearTime) {
   const std::string needles[] = {std::string(1 << 22, 'a').append("b").append(1 << 22, 'a'),
                                  std::string(20, 'a').append(1 << 20, 'b').append("a")};
@@ -177,8 +174,7 @@ TEST(Relations, DistanceOfSimilarTextsTakesTimeForTheEdits) {
   EXPECT_EQ(distance::edit_distance(text, edited), 1.0 / ((1 << 22) / 2.0));
 }
 
-// References in each place that numbers and names can go wrong in, and each name with its letters in the
-// other case.
+// Wrong numbers and names, and each name with letters in the other case.
 TEST(Relations, HoldForReferences) {
   std::u16string text =
       u"&#6:;\u2600amp;&sup;&sup2;&sigma;&sigmaf;&or;&ordf;&not;&#x0041;&#65abc;&#x41zz;&#65a-;&#x4g;&#6&&"
@@ -201,8 +197,7 @@ TEST(Relations, HoldForReferences) {
     relations::html(last, true, html::kLongestReference);
 }
 
-// All 65,536 sequences of 16 pieces of two kinds, or of 8 of four, which end a block, lie across its end or
-// begin the next one, after whatever may be carried into them.
+// 16 pieces of two kinds or 8 of four end a block, lie across its end or begin the next one, after any carry.
 TEST(Relations, HoldForEverySequenceOfPieces) {
   using Texts = std::vector<std::string_view>;
   using Text = const std::string &;

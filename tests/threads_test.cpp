@@ -29,7 +29,6 @@ TEST(Threads, MakeEveryCallTogether) {
   }
 }
 
-// What one life of the library knew, such as the version, is gone.
 TEST(Unloading, LeavesNothingToTheNextLife) {
   using Row = std::pair<std::optional<double>, int>;  // versions of host and interface
   for (int i = 0; i < 50; ++i) {

@@ -27,12 +27,13 @@ std::uint64_t scale_to_odd(std::uint64_t a, const Wide &power) {
 }  // namespace
 
 // R. Giulietti, "The Schubfach way to render doubles", 2020. Every number between the points halfway to both
-// neighbours reads back as this one; the points themselves have too many digits, below 2^53. 10^k is the
+// neighbours reads back as this one; below 2^53 the points have more digits than a number needs. 10^k is the
 // greatest power of ten that is not greater than their distance: one or more of its multiples are between
 // them, and of those of 10^(k+1) one at most. All is computed in quarters of 10^k.
 Decimal shortest(Binary number) {
   const bool at_power_of_two = number.significand == std::uint64_t{1} << 52;  // the neighbour below is closer
-  const int k = (number.exponent * 315653 - (at_power_of_two ? 131237 : 0)) >> 20;  // or of 3/4 of it
+  const int k = (number.exponent * 315653 - (at_power_of_two ? 131237 : 0)) >>
+                20;  // floor(log10(2^exponent)), or of 3/4 of that
   const Wide &power = power_of_ten(-k);
   const int shift = number.exponent + log2_of_power_of_ten(-k) + 1;
   const std::uint64_t quarters = number.significand * 4;

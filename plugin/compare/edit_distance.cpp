@@ -32,24 +32,24 @@ namespace {
 //
 // The rows are done in strips of 128, two words, from left to right. In each column a strip leaves the next
 // one the bits of its last row. Of a strip, here of two rows, only a window of columns is done (#), the one
-// that can matter if the edits are within a bound:
+// that can matter if the edits are within a limit:
 //
 //         1 . . . . . . . n      Edits are a path from the upper left to the lower right corner, on which
 //      1  # # # # - - - - -      a transposition goes two cells down the diagonal. Only insertions and
-//      .  # # # # - - - - -      deletions leave the diagonal, so at least as many edits are still to come
-//      .  | # # # # # - - -      as rows and columns to go differ by. A path within the bound has no cell
-//      .  | # # # # # - - -      where both together exceed it. Nor does a transposition skip one, for that
-//      .  | | | | # # # # #      has at most the edits of the cell where it ends. A window begins and ends
-//      m  | | | | # # # # #      with what such paths can reach from the row above it.
+//      .  # # # # - - - - -      deletions leave the diagonal: where c columns and r rows are to go, at
+//      .  | # # # # # - - -      least |c - r| edits are. A path within the limit has no cell whose edits
+//      .  | # # # # # - - -      and these together exceed it; the cell that a transposition skips has no
+//      .  | | | | # # # # #      more edits than the one where it ends. A window begins and ends with what
+//      m  | | | | # # # # #      such paths can reach from the row above it.
 //
 // To the left of a window each cell counts as one more than the one above it (|), in the row above a strip
 // beyond the last window as one more than the one to its left (-). There are edits for that, so what is
-// computed is never too little. On paths within the bound it is exact, for they stay in the windows. Hence a
-// result within the bound is the number of edits; otherwise a greater bound is tried (Ukkonen, Algorithms for
+// computed is never too little. On paths within the limit it is exact, for they stay in the windows. Hence a
+// result within the limit is the number of edits; otherwise a greater limit is tried (Ukkonen, Algorithms for
 // approximate string matching, Information and Control 64, 1985).
 constexpr std::size_t kWordRows = 64;
 constexpr std::size_t kStripRows = 2 * kWordRows;
-constexpr std::int64_t kLeastBound = 64;
+constexpr std::int64_t kLeastLimit = 64;
 
 // The PM of a symbol in a strip.
 using StripMasks = std::array<std::uint64_t, 2>;
@@ -114,17 +114,17 @@ class Matrix {
          std::span<StripMasks> masks, std::span<std::uint8_t> border)
       : rows_(rows), columns_(columns), masks_(masks), border_(border) {}
 
-  // The number of edits if it is at most `bound`, which the lengths differ by at most; otherwise a greater
-  // bound that may do.
-  std::int64_t edits_within(std::int64_t bound) {
+  // The number of edits if it is at most `limit`, otherwise a greater limit to try next. The limit is at
+  // least the difference of the lengths.
+  std::int64_t edits_within(std::int64_t limit) {
     begin_ = end_ = 0;
     at_begin_ = at_end_ = 0;
     for (std::size_t top = 0; top < rows_.size(); top += kStripRows) {
       const auto strip = rows_.subspan(top, std::min(kStripRows, rows_.size() - top));
       rows_to_go_ = std::ssize(rows_) - static_cast<std::int64_t>(top);
       const std::size_t known = end_;
-      if (!narrow_window(bound)) return next_bound(bound, top);
-      extend_window(strip.size(), known, bound);
+      if (!narrow_window(limit)) return next_limit(limit, top);
+      extend_window(strip.size(), known, limit);
 
       for (std::size_t i = 0; i < strip.size(); ++i)
         masks_[strip[i]][i / kWordRows] |= std::uint64_t{1} << i % kWordRows;
@@ -141,26 +141,26 @@ class Matrix {
     return std::ssize(columns_) - 1 - static_cast<std::int64_t>(j) - rows_to_go_;
   }
 
-  // Whether a path within the bound can pass the cell of column j, the number of whose edits is known.
-  [[nodiscard]] bool within(std::int64_t bound, std::size_t j, std::int64_t edits) const {
-    return edits + std::abs(surplus(j)) <= bound;
+  // Whether a path within the limit can pass the cell of column j, the number of whose edits is known.
+  [[nodiscard]] bool within(std::int64_t limit, std::size_t j, std::int64_t edits) const {
+    return edits + std::abs(surplus(j)) <= limit;
   }
 
-  // Leaves out the columns at either end that no path within the bound passes in the row above the strip;
+  // Leaves out the columns at either end that no path within the limit passes in the row above the strip;
   // false if it passes none.
-  bool narrow_window(std::int64_t bound) {
-    while (begin_ < end_ && !within(bound, begin_, at_begin_)) at_begin_ += horizontal(border_[++begin_]);
-    while (begin_ < end_ && !within(bound, end_, at_end_)) at_end_ -= horizontal(border_[end_--]);
-    return within(bound, end_, at_end_);
+  bool narrow_window(std::int64_t limit) {
+    while (begin_ < end_ && !within(limit, begin_, at_begin_)) at_begin_ += horizontal(border_[++begin_]);
+    while (begin_ < end_ && !within(limit, end_, at_end_)) at_end_ -= horizontal(border_[end_--]);
+    return within(limit, end_, at_end_);
   }
 
-  // Moves the end to the last column that a path within the bound can reach in the strip. Of the columns that
-  // are added, the border knows those up to `known`. A step off the diagonal costs an edit, and once no more
-  // columns are to go than rows, a second one back. No cell to the left of the end has more edits left for
-  // it. One column more: a transposition that ends there begins in the strip and skips the last cell of the
-  // path.
-  void extend_window(std::size_t row_count, std::size_t known, std::int64_t bound) {
-    const auto off_diagonal = static_cast<std::size_t>(bound - at_end_ + surplus(end_)) / 2;
+  // Moves the end to the last column that a path within the limit can reach in the strip. Of the columns that
+  // are added, the border knows those up to `known`. From the end down the diagonal and k columns further
+  // right, k edits more are made and |surplus - k| are to come: within the limit while 2 k <= limit - edits +
+  // surplus. Paths from cells to the left of the end reach no further. One column more: a transposition that
+  // ends there begins in the strip and skips the last cell of the path.
+  void extend_window(std::size_t row_count, std::size_t known, std::int64_t limit) {
+    const auto off_diagonal = static_cast<std::size_t>(limit - at_end_ + surplus(end_)) / 2;
     const std::size_t reach = std::min(columns_.size() - 1, end_ + row_count + off_diagonal + 1);
     while (end_ < std::min(reach, known)) at_end_ += horizontal(border_[++end_]);
     std::ranges::fill(border_.subspan(end_ + 1, reach - end_), kHP);
@@ -170,7 +170,8 @@ class Matrix {
 
   // Takes a strip through the window: reads from the border what the strip above left there and replaces it.
   // Returns how much more the last column's cell is than the one above the strip. Each word waits for its own
-  // last column only, so the processor is ahead with the upper word while it still computes the lower one.
+  // previous column only, so the processor is ahead with the upper word while it still computes the lower
+  // one.
   template <int kWords>
   std::int64_t run_strip(std::size_t row_count) {
     Word upper(masks_[columns_[begin_]][0]);
@@ -186,11 +187,11 @@ class Matrix {
     return upper.vertical(upper_count) + lower.vertical(row_count - upper_count);
   }
 
-  // After more edits than `bound` in so many rows: as many for each row that is left, and a quarter more.
+  // After more edits than `limit` in so many rows: as many for each row that is left, and a quarter more.
   // Within limits, because edits may lie close together.
-  [[nodiscard]] std::int64_t next_bound(std::int64_t bound, std::size_t row_count) const {
-    const std::int64_t guess = bound * std::ssize(rows_) / static_cast<std::int64_t>(row_count) * 5 / 4;
-    return std::clamp(guess, bound * 2, bound * 8);
+  [[nodiscard]] std::int64_t next_limit(std::int64_t limit, std::size_t row_count) const {
+    const std::int64_t guess = limit * std::ssize(rows_) / static_cast<std::int64_t>(row_count) * 5 / 4;
+    return std::clamp(guess, limit * 2, limit * 8);
   }
 
   std::span<const std::uint32_t> rows_;
@@ -222,14 +223,14 @@ std::optional<std::int64_t> edit_count(WideView rows, WideView columns) {
   std::ranges::transform(columns, column_numbers.begin() + 1,
                          [&](std::uint32_t unit) { return symbols.find(unit); });
 
-  // There are never more edits than columns. A bound of more than half as many would not save much.
+  // There are never more edits than columns. A limit of more than half as many would not save much.
   Matrix matrix(row_numbers, column_numbers, masks, border);
-  std::int64_t bound = std::ssize(columns) - std::ssize(rows) + kLeastBound;
+  std::int64_t limit = std::ssize(columns) - std::ssize(rows) + kLeastLimit;
   for (;;) {
-    if (bound > std::ssize(columns) / 2) bound = std::ssize(columns);
-    const std::int64_t edits = matrix.edits_within(bound);
-    if (edits <= bound) return edits;
-    bound = edits;
+    if (limit > std::ssize(columns) / 2) limit = std::ssize(columns);
+    const std::int64_t edits = matrix.edits_within(limit);
+    if (edits <= limit) return edits;
+    limit = edits;
   }
 }
 
@@ -240,8 +241,8 @@ std::optional<double> edit_distance(WideView a, WideView b) {
   if (a.size() > b.size()) std::swap(a, b);
   const auto shorter = static_cast<double>(a.size());
 
-  // Equal units at either end are never worth an edit: as no cell of the matrix is less than its upper left
-  // neighbour, equal last units leave it at that. Read backwards, texts are as far apart.
+  // A common end or beginning needs no edits: equal last units give a cell the value of its upper left
+  // neighbour, than which it is never less, and reversing both texts does not change their distance.
   const std::size_t prefix = common_prefix(a, b);
   a = a.subspan(prefix);
   b = b.subspan(prefix);

@@ -1,4 +1,5 @@
-// The host's services, each fetched by name at its first use: the library links to nothing of the host.
+// Services of the host, each fetched by name at its first use: the library links to nothing of the host.
+// Those that deliver a string's data are in string_data.cpp, those of the start in main.cpp.
 //
 // A service that the host does not have is not called: the call yields zero, null or nothing.
 #pragma once

@@ -12,9 +12,9 @@ namespace kzv {
 // null argument, and text that the host does not provide, is empty. Bytes without an encoding are ASCII when
 // all of them are below 0x80, else Mac OS Roman.
 //
-// Text is followed by a zero unit, except the ASCII and UTF-8 text of such plain bytes; nothing relies on
-// the terminator. After text that the host delivers one unit is looked at: hosts promise that it can be read,
-// not that it is zero.
+// Text is followed by a zero unit, except that of bytes without an encoding which are all below 0x80; nothing
+// relies on the terminator. After text that the host delivers one unit is looked at: hosts promise that it
+// can be read, not that it is zero.
 class rbText {
  public:
   explicit rbText(REALstringStruct *s);

@@ -26,11 +26,10 @@ REALstringStruct *Transform(REALstringStruct *s, Text text, REALencoding encodin
   Read<View>({s}, [&](View &argument) {
     const auto input = std::invoke(text, argument);
     if (input.empty()) return;
-    const std::uint64_t size = bound(input.size());
-    if (size <= kMaxByteCount && unchanged(input)) {
+    if (unchanged(input)) {
       same.reset(REALBuildUnicodeString(input.data(), std::ssize(input), encoding));
     } else {
-      output.Fill(size, [&](ByteBuffer written) { return kernel(input, written); });
+      output.Fill(bound(input.size()), [&](ByteBuffer written) { return kernel(input, written); });
     }
   });
   return same ? same.hand_over() : output.Finish(encoding);

@@ -30,9 +30,9 @@ constexpr bool is_markup(unsigned character) {
   return character == '"' || (character | 1) == '\'' || (character | 2) == '>';
 }
 
-// Writes the decimal reference of a code unit from 10 to 65535 and returns its length.
+// Writes the decimal reference of a code unit from 10 to 255 and returns its length.
 constexpr std::size_t write_number(unsigned unit, char *output) {
-  const std::size_t digits = unit < 100 ? 2 : unit < 1000 ? 3 : unit < 10000 ? 4 : 5;
+  const std::size_t digits = unit < 100 ? 2 : 3;
   output[0] = '&';
   output[1] = '#';
   for (std::size_t at = digits + 1; at > 1; --at) {

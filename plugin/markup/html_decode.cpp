@@ -103,8 +103,8 @@ Reference read_reference(const CodeUnit *units, std::size_t left) {
   return {length + (length < left ? 2 : 1), code_point};
 }
 
-// The reference that begins before `rest`. The end of a text, like ";", ends a reference.
-Reference reference_before(CodeUnitView rest) {
+// The reference whose "&" is directly before `rest`. The end of a text, like ";", ends a reference.
+Reference reference_with(CodeUnitView rest) {
   if (rest.size() > kLongestName) [[likely]]
     return read_reference(rest.data(), rest.size());
   std::array<CodeUnit, kLongestName + 1> units{};
@@ -156,7 +156,7 @@ std::size_t decode(CodeUnitView text, std::span<CodeUnit> output) {
   // The search for the next "&" does not wait for the reference of this one.
   for (std::size_t at = next_ampersand(0); at < text.size(); at = next_ampersand(at + 1)) {
     if (at < done) continue;  // within a number, after its digits
-    const Reference reference = reference_before(text.subspan(at + 1));
+    const Reference reference = reference_with(text.subspan(at + 1));
     if (reference.length == 0) continue;
     next = copy(text.subspan(done), at - done, next);
     next = write_character(reference.code_point, next);

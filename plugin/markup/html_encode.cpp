@@ -14,7 +14,7 @@ namespace {
 
 static_assert(encode_bound(1) == kLongestReference);
 
-// By the hundreds of a number, at least 1: their digits, and in the high byte how many there are.
+// Indexed by number / 100, from 1 on: its decimal digits as characters, and their count in the high byte.
 using Hundreds = std::array<std::uint32_t, 656>;
 static_assert(0xFFFF / 100 < std::tuple_size_v<Hundreds>);
 
@@ -47,8 +47,8 @@ std::size_t write_large_number(std::uint16_t unit, std::uint8_t *output) {
   return count + 5;
 }
 
-// Writes a code unit as `table` says, or as a reference if it is not in the table: 16 bytes, of which those
-// returned count.
+// Writes a code unit as `table` says, or as a reference if it is not in the table, and returns the length. Up
+// to 16 bytes may be written.
 std::size_t encode_unit(std::uint16_t unit, const WrittenTable &table, std::uint8_t *output) {
   if (unit < table.size()) {
     std::memcpy(output, &table[unit], sizeof(Written));
@@ -62,7 +62,7 @@ std::size_t encode_unit(std::uint16_t unit, const WrittenTable &table, std::uint
 
 // Copies a block, narrowed to bytes, with the code units of `references` as `table` says. A copy of fixed
 // size is fastest, so after each reference all of a block is copied, and the next reference overwrites what
-// was too much. `narrowed` and the output hold another block. Returns the end of the text.
+// was too much. After the block, `narrowed` and the output have 64 more bytes. Returns the end of the text.
 //
 //   narrowed      a b < c d
 //   output        a b & l t ; c d      "c d" is copied a second time, to its new place
@@ -80,7 +80,7 @@ std::uint8_t *copy_with_references(const CodeUnit *units, const std::uint8_t *na
   return next + (cpu::kBlock - done);
 }
 
-// The longest output of a block, and another block.
+// The longest output of a block, and 64 bytes that may be overwritten.
 constexpr std::size_t kBlockBound = encode_bound(cpu::kBlock) + cpu::kBlock;
 
 const WrittenTable &table_for(bool keep_ascii) {

@@ -37,7 +37,8 @@ std::uint64_t count_outside(std::uint64_t opening, std::uint64_t closing, Nestin
 //   inside_or_opening    .  1  1  1  .  .  1  1     prefix_xor of the brackets, inverted after an open tag
 //   outside              1  .  .  .  .  1  .  .     neither of these nor a bracket
 //
-// An opening bracket with a 0 there, or a closing one with a 1, shows nesting: then brackets are counted.
+// An opening bracket with a 0 there, or a closing one with a 1, is nested or stray: then brackets are
+// counted.
 inline std::uint64_t find_outside(std::uint64_t opening, std::uint64_t closing, Nesting &nesting) {
   const std::uint64_t brackets = opening | closing;
   const std::uint64_t inside_or_opening = scan::prefix_xor(brackets) ^ (0 - std::uint64_t{nesting});

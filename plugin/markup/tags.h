@@ -1,6 +1,6 @@
 // Text without its markup, by counting alone: "<" counts up, ">" counts down, and a byte is outside of tags
-// where the count is zero. So a stray ">" needs a "<" to make up for it, and an unclosed "<" takes all the
-// rest. The brackets themselves are neither outside nor inside.
+// where the count is zero, else inside. So what follows a stray ">" is inside until a "<" makes up for it,
+// and an unclosed "<" takes all the rest. The brackets themselves are neither outside nor inside.
 #pragma once
 
 #include "base/bytes.h"
@@ -17,8 +17,9 @@ std::size_t remove(ByteView text, ByteBuffer output);
 // The same, with `instead` for each byte inside a tag.
 std::size_t replace(ByteView text, std::uint8_t instead, ByteBuffer output);
 
-// Walks a text in steps, each a run of bytes outside of tags and the tag after it, for output that is longer
-// than the text. Linear in the text, which it reads in place and must outlive it.
+// Walks a text in steps, each a run of bytes outside of tags and the tag after it: for replacements of
+// several bytes, whose output is longer than the text. Linear in the text, which it reads in place and must
+// outlive it.
 class TagScanner {
  public:
   explicit TagScanner(ByteView text);

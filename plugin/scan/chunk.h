@@ -87,8 +87,8 @@ class Chunk {
   }
 
  private:
-  // The rest of the text, at most one block and the two bytes that no chunk before could look ahead to. It is
-  // changed where it is loaded, because padding might not fit into the output.
+  // The rest of the text, at most 65 bytes: with one more, a block and its lookahead could be read in place.
+  // It is changed where it is loaded, because padding might not fit into the output.
   void load_tail(std::size_t left) {
     size_ = left;
     blocks_ = left > cpu::kBlock ? 2 : 1;
@@ -127,8 +127,9 @@ inline constexpr std::size_t kWriteAfterEscaped = 2 * cpu::kBlock;
 // What a chunk becomes at most if every byte is escaped.
 using EscapedChunk = std::array<std::uint8_t, 3 * kChunkBlocks * cpu::kBlock + kWriteAfterEscaped>;
 
-// Has `choose(chunk, kept)` say for each chunk which bytes to keep; it may change them first. Padding is
-// never kept, whatever its bits. The output holds as many bytes as the input; returns the number written.
+// Has `choose(chunk, kept)` set the masks of the bytes to keep of each chunk, which it may change first.
+// Padding is never kept, whatever its bits. The output holds as many bytes as the input; returns the number
+// written.
 template <typename Choose>
 std::size_t keep(ByteView input, Choose choose, ByteBuffer output) {
   assert(output.size() >= input.size());

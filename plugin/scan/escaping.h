@@ -12,15 +12,15 @@ namespace kzv::scan {
 //   block               a  =  =  b  =  c  =  =  =  d
 //   signs               .  1  1  .  1  .  1  1  1  .
 //   starts              .  1  .  .  1  .  1  .  .  .
-//   odd places          .  1  .  1  .  1  .  1  .  1
-//   signs + starts at odd places
+//   odd bits            .  1  .  1  .  1  .  1  .  1
+//   signs + starts at odd bits
 //                       .  .  .  1  1  .  1  1  1  .
-//   odd_runs            .  1  1  .  .  .  .  .  .  .     the runs that start at odd places
-//   escapes             .  1  .  .  1  .  1  .  1  .     odd places of these runs, even ones of the others
+//   odd_runs            .  1  1  .  .  .  .  .  .  .     the runs that start at odd bits
+//   escapes             .  1  .  .  1  .  1  .  1  .     odd bits of these runs, even ones of the others
 //
 // `carry` is whether the last byte of the block before escapes the first of this one.
 constexpr std::uint64_t find_escaping(std::uint64_t signs, std::uint64_t &carry) {
-  constexpr std::uint64_t kOddPlaces = 0xAAAAAAAAAAAAAAAA;
+  constexpr std::uint64_t kOddBits = 0xAAAAAAAAAAAAAAAA;
   if ((signs & (signs << 1 | carry)) == 0) {
     // Runs of one. This way the next block does not wait for the arithmetic on this one.
     carry = signs >> 63;
@@ -28,8 +28,8 @@ constexpr std::uint64_t find_escaping(std::uint64_t signs, std::uint64_t &carry)
   }
   signs &= ~carry;
   const std::uint64_t starts = signs & ~(signs << 1);
-  const std::uint64_t odd_runs = signs & ~(signs + (starts & kOddPlaces));
-  const std::uint64_t escapes = (odd_runs & kOddPlaces) | (signs & ~odd_runs & ~kOddPlaces);
+  const std::uint64_t odd_runs = signs & ~(signs + (starts & kOddBits));
+  const std::uint64_t escapes = (odd_runs & kOddBits) | (signs & ~odd_runs & ~kOddBits);
   carry = escapes >> 63;
   return escapes;
 }

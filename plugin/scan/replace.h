@@ -38,7 +38,7 @@ std::uint64_t replace_in_block(Chunk &chunk, std::size_t i, std::uint64_t starts
     block[start] = replacement.byte;
     const std::uint64_t span = bits_below(done - base) & bits_from(start);
     kept &= ~span | bit_if(replacement.kept) << start;
-    // Only a start within this span makes the search for the next wait for the span's end.
+    // A branch: the next start is found without waiting for the span's end, unless it lies within the span.
     remaining = without_lowest(remaining);
     if ((remaining & span) != 0) remaining &= ~span;
   }

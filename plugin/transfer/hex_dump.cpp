@@ -60,10 +60,10 @@ class Layout {
     return shape_.linestart.size() + stride_ * groups_ - shape_.spacer.size() + shape_.lineend.size();
   }
 
-  // Writes a line without its groups.
-  void write_frame(std::uint8_t *line) const {
+  // Writes a line whose groups are still missing.
+  void write_template(std::uint8_t *line) const {
     line = append(line, shape_.linestart) + group_digits_;
-    if (shape_.spacer.size() == 1) {  // one store for many
+    if (shape_.spacer.size() == 1) {  // one fill; the digits overwrite what is too much
       std::memset(line, shape_.spacer.front(), stride_ * (groups_ - 1));
       line += stride_ * (groups_ - 1);
     } else {
@@ -146,18 +146,18 @@ std::size_t dump(ByteView input, const Shape &shape, ByteBuffer output) {
   const std::size_t line_digits = layout.line_digits();
   const std::size_t digits = input.size() * 2;
 
-  // Frames after the first are copies of the lines before, as many at once as make a copy worth its call.
+  // Later templates are copies of the lines before, as many at once as make a copy worth its call.
   constexpr std::size_t kCopied = 512;
   const std::size_t size = (digits + line_digits - 1) / line_digits * line_size;
-  layout.write_frame(output.data());
+  layout.write_template(output.data());
   std::size_t copied = line_size;
-  const std::uint8_t *framed = output.data() + line_size;
+  const std::uint8_t *prepared = output.data() + line_size;
   std::uint8_t *line = output.data();
   for (std::size_t digit = 0; digit < digits; digit += line_digits) {
-    if (line == framed) {
+    if (line == prepared) {
       const std::size_t left = size - static_cast<std::size_t>(line - output.data());
       std::memcpy(line, output.data(), std::min(copied, left));
-      framed += std::min(copied, left);
+      prepared += std::min(copied, left);
       if (copied < kCopied) copied *= 2;
     }
     if (digits - digit >= line_digits) {

@@ -23,8 +23,8 @@ struct Shape {
 std::optional<std::uint64_t> dump_bound(std::size_t byte_count, const Shape &shape);
 
 // Writes the dump into an output of `dump_bound` bytes, which must have a value. Upper-case digits, high
-// nibble first. Returns the dump's length: that is where the first zero byte of the shape's texts would be,
-// or all that was written.
+// nibble first. Returns the dump's length: the position of the first zero byte that a text of the shape put
+// there, otherwise all that was written.
 std::size_t dump(ByteView input, const Shape &shape, ByteBuffer output);
 
 }  // namespace kzv::hex_dump

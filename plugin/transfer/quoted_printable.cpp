@@ -119,7 +119,7 @@ class EncodeData {
       std::size_t size = fitting(text, capacity_ > column_ ? capacity_ - column_ : 0);
       if (size == 0) {
         end_line(kSoftBreak);
-        // An escape that is wider than a line gets one of its own.
+        // What does not fit even into an empty line gets a line of its own.
         size = std::max(fitting(text, capacity_), std::size_t{text.front() == '=' ? 3U : 1U});
       }
       output_.append_from_chunk(text.data(), size);

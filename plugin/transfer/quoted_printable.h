@@ -30,8 +30,8 @@ std::uint64_t encoded_size(ByteView input, std::int32_t line_length);
 // Writes printable characters, spaces and tabs as they are, every line break (CR LF, LF CR, CR or LF) as
 // CR LF, and all other bytes, and a space or tab directly before a line break, as escapes: "=" and two
 // upper-case hex digits. Full lines end in a soft line break, "=" CR LF; so does a text of several lines
-// whose last one has no line break. An escape wider than a line gets a line of its own. The output holds
-// `encode_bound` or `encoded_size` bytes; returns the number written.
+// whose last one has no line break. What does not fit into an empty line, an escape or any character, gets a
+// line of its own. The output holds `encode_bound` or `encoded_size` bytes; returns the number written.
 std::size_t encode(ByteView input, std::int32_t line_length, ByteBuffer output);
 
 // Decodes escapes, drops soft line breaks ("=" and a line break, or "=", white space and all else up to and

@@ -1,5 +1,4 @@
-// A plugin's library that can be reset to what it was after loading, without loading it again, which takes
-// long.
+// A plugin's library that can be reset to what it was after loading: loading it again takes long.
 #pragma once
 
 #include <cstdint>

@@ -2,8 +2,7 @@
 //
 //   - Everything that was taken is released.
 //   - At most one exception is raised, of a class that programs expect, and none without a reason.
-//   - An exception that passes is one that the host threw. What the host threw passes; std::bad_alloc may be
-//     raised instead.
+//   - Only what the host threw passes, and it passes; std::bad_alloc may be raised instead.
 #pragma once
 
 #include <functional>

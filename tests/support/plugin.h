@@ -62,7 +62,6 @@ inline auto returned(auto number) { return number; }
 
 using Names = std::set<std::string, std::less<>>;
 
-// Settings in one expression.
 inline Settings version(std::optional<double> version, Names withheld = {}) {
   return {.version = version, .withheld = std::move(withheld)};
 }
@@ -71,7 +70,6 @@ class Plugin {
  public:
   explicit Plugin(const char *file, Settings settings = {})
       : Plugin(std::make_shared<Loaded>(file), std::move(settings)) {}
-  // The library as new.
   explicit Plugin(std::shared_ptr<Loaded> library, Settings settings = {})
       : host(std::move(settings)), library_(std::move(library)) {
     host.start(library_->as_new());

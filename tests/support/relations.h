@@ -1,5 +1,4 @@
-// What holds for the kernels, whatever they are given. Most compare with a slow twin. Fuzzing and random
-// tests draw the arguments; other tests choose them.
+// What holds for the kernels, whatever they are given: most relations compare with a slow twin.
 #pragma once
 
 #include <array>
@@ -28,7 +27,6 @@
 
 namespace kzv {
 
-// Where arguments come from.
 class Source {
  public:
   virtual ~Source() = default;
@@ -340,7 +338,6 @@ inline void draw_distances(Source &in) {
   distances(first, second);
 }
 
-// With arguments drawn from a source.
 inline constexpr void (*kAll[])(Source &) = {
     [](Source &in) { url(in.text(), static_cast<std::uint32_t>(in.number_or(0, 3))); },
     [](Source &in) { hex(in.text()); },
