@@ -289,12 +289,7 @@ std::size_t remove_tags(const KernelInput &in, ByteBuffer out) { return tags::re
 
 std::size_t replace_tags(const KernelInput &in, ByteBuffer out) {
   if (in.texts[1].size() == 1) return tags::replace(in.texts[0], in.texts[1].front(), out);
-  std::uint8_t *next = out.data();
-  for (tags::TagScanner scanner(in.texts[0]); scanner.next();) {
-    next = std::ranges::copy(scanner.kept(), next).out;
-    next += tags::repeat(in.texts[1], {next, scanner.dropped() * in.texts[1].size()});
-  }
-  return static_cast<std::size_t>(next - out.data());
+  return tags::Replacer(in.texts[0], in.texts[1]).write(out);
 }
 
 std::size_t dump(const KernelInput &in, ByteBuffer out) {

@@ -37,17 +37,6 @@ void AddPage(AsciiStringHandle &page, CodeUnitView text, bool keep_ascii) {
   }
 }
 
-void AddRepeated(AsciiStringHandle &page, ByteView unit, std::size_t times) {
-  page.AddInPlace([&](ByteBuffer output) {
-    const std::size_t fitting = std::min(times, output.size() / unit.size());
-    times -= fitting;
-    return tags::repeat(unit, output.first(fitting * unit.size()));
-  });
-  for (; times > 0 && !page.dropped(); --times) {
-    AddBinary(page, unit.data(), static_cast<std::int32_t>(unit.size()));
-  }
-}
-
 // The text outside of tags, and `instead` for each byte within.
 void AddWithoutTags(AsciiStringHandle &page, ByteView text, ByteView instead) {
   if (instead.empty()) {
@@ -55,10 +44,12 @@ void AddWithoutTags(AsciiStringHandle &page, ByteView text, ByteView instead) {
   } else if (instead.size() == 1) {
     page.AddInPlace([=](ByteBuffer output) { return tags::replace(text, instead.front(), output); });
   } else {
-    tags::TagScanner scanner(text);
-    while (scanner.next()) {
-      AddBinary(page, scanner.kept().data(), static_cast<std::int32_t>(scanner.kept().size()));
-      AddRepeated(page, instead, scanner.dropped());
+    tags::Replacer replacer(text, instead);
+    while (!page.dropped()) {
+      page.AddInPlace([&](ByteBuffer output) { return replacer.write(output); });
+      const ByteView piece = replacer.take();
+      if (piece.empty()) return;
+      AddBinary(page, piece.data(), static_cast<std::int32_t>(piece.size()));
     }
   }
 }

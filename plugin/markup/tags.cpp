@@ -1,5 +1,6 @@
 #include "markup/tags.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "scan/chunk.h"
@@ -11,9 +12,6 @@ namespace {
 constexpr cpu::ByteSet kOpening = cpu::bytes_in("<");
 constexpr cpu::ByteSet kClosing = cpu::bytes_in(">");
 constexpr cpu::ByteSet kBrackets = cpu::bytes_in("<>");
-
-// The count of brackets that are open. It wraps around below zero: only zero counts.
-using Nesting = std::uint32_t;
 
 constexpr void count_bracket(bool opening, Nesting &nesting) { nesting += opening ? 1 : Nesting{0} - 1; }
 
@@ -89,32 +87,63 @@ std::size_t replace(ByteView text, std::uint8_t instead, ByteBuffer output) {
   return scan::keep(text, choose, output);
 }
 
-TagScanner::TagScanner(ByteView text) : text_(text), brackets_(text, kBrackets) {}
-
-// A step ends with the bracket that brings the count back to zero.
-bool TagScanner::next() {
-  if (at_ == text_.size()) return false;
-  const std::size_t start = at_;
-  at_ = brackets_.next(start);
-  kept_ = text_.subspan(start, at_ - start);
-  dropped_ = 0;
-  Nesting nesting = 0;
-  while (at_ < text_.size()) {
-    count_bracket(text_[at_] == '<', nesting);
-    ++at_;
-    if (nesting == 0) break;
-    const std::size_t bracket = brackets_.next(at_);
-    dropped_ += bracket - at_;
-    at_ = bracket;
-  }
-  return true;
+Replacer::Replacer(ByteView text, ByteView instead)
+    : text_(text), instead_(instead), brackets_(text, kBrackets) {
+  std::memcpy(&word_, instead.data(), std::min(instead.size(), sizeof word_));
 }
 
-std::size_t repeat(ByteView unit, ByteBuffer output) {
-  for (std::size_t at = 0; at < output.size(); at += unit.size()) {
-    std::memcpy(output.data() + at, unit.data(), unit.size());
+// Byte by byte; the 8 bytes of a replacement are written whole, and what is too much is overwritten.
+std::uint8_t *Replacer::write_bytes(std::size_t count, std::uint8_t *next) {
+  const std::uint64_t word = word_;
+  const std::size_t size = instead_.size();
+  Nesting nesting = nesting_;
+  for (const std::uint8_t byte : text_.subspan(at_, count)) {
+    if ((byte | 2) == '>') {
+      count_bracket(byte == '<', nesting);
+    } else if (nesting == 0) {
+      *next++ = byte;
+    } else {
+      std::memcpy(next, &word, sizeof word);
+      next += size;
+    }
   }
-  return output.size();
+  at_ += count;
+  nesting_ = nesting;
+  return next;
+}
+
+// In runs up to the next bracket. Where brackets are close together, looking for each takes longer than a
+// byte.
+std::size_t Replacer::write(ByteBuffer output) {
+  constexpr std::size_t kNear = 32;
+  std::uint8_t *next = output.data();
+  while (at_ < text_.size()) {
+    const std::size_t run = brackets_.next(at_) - at_;
+    const auto left = static_cast<std::size_t>(output.data() + output.size() - next);
+    if (run < kNear && instead_.size() <= sizeof word_ && text_.size() - at_ >= kNear &&
+        left >= (kNear + 1) * sizeof word_) {
+      next = write_bytes(kNear, next);
+      continue;
+    }
+    const std::size_t size = nesting_ == 0 ? 1 : instead_.size();
+    const std::size_t count = std::min(run, left / size);
+    if (nesting_ == 0) {
+      std::memcpy(next, text_.data() + at_, count);
+      next += count;
+    } else {
+      for (std::size_t i = 0; i < count; ++i, next += size) std::memcpy(next, instead_.data(), size);
+    }
+    at_ += count;
+    if (count < run) break;
+    if (at_ < text_.size()) count_bracket(text_[at_++] == '<', nesting_);
+  }
+  return static_cast<std::size_t>(next - output.data());
+}
+
+ByteView Replacer::take() {
+  if (at_ == text_.size()) return {};
+  const ByteView byte = text_.subspan(at_++, 1);
+  return nesting_ == 0 ? byte : instead_;
 }
 
 }  // namespace kzv::tags

@@ -8,6 +8,9 @@
 
 namespace kzv::tags {
 
+// The count of brackets that are open. It wraps around below zero: only zero counts.
+using Nesting = std::uint32_t;
+
 // Whether the functions below would write the text as it is: it has no brackets.
 bool is_unchanged(ByteView text);
 
@@ -17,29 +20,26 @@ std::size_t remove(ByteView text, ByteBuffer output);
 // The same, with `instead` for each byte inside a tag.
 std::size_t replace(ByteView text, std::uint8_t instead, ByteBuffer output);
 
-// Walks a text in steps, each a run of bytes outside of tags and the tag after it: for replacements of
-// several bytes, whose output is longer than the text. Linear in the text, which it reads in place and must
-// outlive it.
-class TagScanner {
+// The same with a replacement of several bytes, for output that grows: it is written in parts. Linear in the
+// output. The text and the replacement are read in place and must outlive the replacer.
+class Replacer {
  public:
-  explicit TagScanner(ByteView text);
+  Replacer(ByteView text, ByteView instead);
 
-  // Moves to the next step; false at the end of the text.
-  bool next();
-  // The bytes outside, possibly none.
-  [[nodiscard]] ByteView kept() const { return kept_; }
-  // How many bytes inside come after them.
-  [[nodiscard]] std::size_t dropped() const { return dropped_; }
+  // Writes what comes next, as much of it as fits; returns the number of bytes written.
+  std::size_t write(ByteBuffer output);
+  // Takes the piece that did not fit, a byte of the text or a replacement; empty at the end.
+  ByteView take();
 
  private:
+  std::uint8_t *write_bytes(std::size_t count, std::uint8_t *next);
+
   ByteView text_;
+  ByteView instead_;
+  std::uint64_t word_ = 0;  // the replacement, if it has at most 8 bytes
   scan::Cursor brackets_;
   std::size_t at_ = 0;
-  ByteView kept_;
-  std::size_t dropped_ = 0;
+  Nesting nesting_ = 0;
 };
-
-// Fills the output, whose size is a multiple of the unit's, with copies of the unit; returns its size.
-std::size_t repeat(ByteView unit, ByteBuffer output);
 
 }  // namespace kzv::tags

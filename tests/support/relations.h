@@ -204,13 +204,16 @@ inline void tags(const std::string &text, const std::string &given, std::uint8_t
   expect(run_kernel(text, text.size(), tags::remove) == slow_tags_replaced(text, ""), "tags removed");
   const std::string replaced = slow_tags_replaced(text, std::string(1, static_cast<char>(byte)));
   expect(run_kernel(text, text.size(), replace) == replaced, "tags replaced by a byte");
-  Guarded page(text);
-  std::string result;
-  for (tags::TagScanner scanner(page.bytes()); scanner.next();) {
-    result += text_of(scanner.kept());
-    if (!shown.empty()) result += run_kernel(shown, shown.size() * scanner.dropped(), tags::repeat);
-  }
   expect(text_of(until_zero(Guarded(given).bytes())) == shown, "a replacement ends before a zero");
+  if (shown.empty()) return;
+  Guarded page(text);
+  Guarded instead(shown);
+  tags::Replacer replacer(page.bytes(), instead.bytes());
+  std::string result;
+  for (ByteView piece = page.bytes(); !piece.empty(); result += text_of(piece)) {
+    result += run_kernel("", byte, [&](auto, auto to) { return replacer.write(to); });
+    piece = replacer.take();
+  }
   expect(result == slow_tags_replaced(text, shown), "tags replaced");
 }
 
