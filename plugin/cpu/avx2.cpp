@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstring>
 #include <immintrin.h>
+#include <utility>
 
 #include "base/hex_digits.h"
 #include "cpu/portable.h"
@@ -56,9 +57,10 @@ KZV_AVX2 bool all_within(const std::uint8_t *bytes, std::size_t byte_count, std:
   const __m256i firsts = _mm256_set1_epi8(static_cast<char>(first));
   const __m256i range = _mm256_set1_epi8(static_cast<char>(last - first));
   const std::uint8_t *const last_vector = bytes + byte_count - sizeof(__m256i);
+  std::ptrdiff_t run = kFirstSearchRun;
   for (__m256i greatest = _mm256_sub_epi8(load(last_vector), firsts); !any_above(greatest, range);) {
     if (bytes >= last_vector) return true;
-    const std::uint8_t *const end = bytes + std::min(last_vector - bytes, kSearchRun);
+    const std::uint8_t *const end = bytes + std::min(last_vector - bytes, std::exchange(run, kSearchRun));
     for (; end - bytes >= std::ptrdiff_t{kBlock}; bytes += kBlock) {
       greatest = _mm256_max_epu8(greatest, _mm256_sub_epi8(load(bytes), firsts));
       greatest = _mm256_max_epu8(greatest, _mm256_sub_epi8(load(bytes + sizeof(__m256i)), firsts));

@@ -2,6 +2,7 @@
 #include <array>
 #include <cstring>
 #include <immintrin.h>
+#include <utility>
 
 #include "base/hex_digits.h"
 #include "cpu/portable.h"
@@ -38,9 +39,10 @@ KZV_AVX512 bool all_within(const std::uint8_t *bytes, std::size_t byte_count, st
   const __m512i range = _mm512_set1_epi8(static_cast<char>(last - first));
   const std::uint8_t *const tail = bytes + byte_count / kBlock * kBlock;
   const __m512i text = _mm512_mask_loadu_epi8(firsts, first_bits(byte_count % kBlock), tail);
+  std::ptrdiff_t run = kFirstSearchRun;
   for (__m512i greatest = _mm512_sub_epi8(text, firsts); _mm512_cmpgt_epu8_mask(greatest, range) == 0;) {
     if (bytes == tail) return true;
-    const std::uint8_t *const end = bytes + std::min(tail - bytes, kSearchRun);
+    const std::uint8_t *const end = bytes + std::min(tail - bytes, std::exchange(run, kSearchRun));
     for (; bytes != end; bytes += kBlock)
       greatest = _mm512_max_epu8(greatest, _mm512_sub_epi8(_mm512_loadu_si512(bytes), firsts));
   }

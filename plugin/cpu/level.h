@@ -12,9 +12,6 @@ namespace kzv::cpu {
 
 inline constexpr std::size_t kBlock = 64;
 
-// Bytes that a search through all of a text looks at before it asks whether the answer is known.
-inline constexpr std::ptrdiff_t kSearchRun = 1024;
-
 struct Level {
   const char *name;
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <cstring>
+#include <utility>
 
 #include "base/byte_words.h"
 #include "base/hex_digits.h"
@@ -240,9 +241,10 @@ bool all_within(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t 
   if (byte_count == 0) return true;
   if (byte_count < sizeof(Bytes)) return !any_above(load_overlapping(bytes, byte_count) - first, range);
   const std::uint8_t *const last_vector = bytes + byte_count - sizeof(Bytes);
+  std::ptrdiff_t run = kFirstSearchRun;
   for (Bytes greatest = load(last_vector) - first; !any_above(greatest, range);) {
     if (bytes >= last_vector) return true;
-    const std::uint8_t *const end = bytes + std::min(last_vector - bytes, kSearchRun);
+    const std::uint8_t *const end = bytes + std::min(last_vector - bytes, std::exchange(run, kSearchRun));
     for (; end - bytes >= std::ptrdiff_t{kBlock}; bytes += kBlock) {
       for (std::size_t i = 0; i < kBlock; i += sizeof(Bytes))
         greatest = greater_of(greatest, load(bytes + i) - first);

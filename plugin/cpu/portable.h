@@ -3,7 +3,14 @@
 
 #include "cpu/level.h"
 
-namespace kzv::cpu::portable {
+namespace kzv::cpu {
+
+// Bytes that a search through all of a text looks at before it asks whether the answer is known. The first
+// run is short: often the start of a text decides.
+inline constexpr std::ptrdiff_t kFirstSearchRun = kBlock;
+inline constexpr std::ptrdiff_t kSearchRun = 1024;
+
+namespace portable {
 
 bool all_within(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t first, std::uint8_t last);
 std::size_t count(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t byte);
@@ -13,4 +20,6 @@ std::size_t write_escapes(const std::uint8_t *bytes, std::size_t blocks, const s
 void to_hex(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *digits);
 void from_hex(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *bytes);
 
-}  // namespace kzv::cpu::portable
+}  // namespace portable
+
+}  // namespace kzv::cpu

@@ -7,7 +7,8 @@
 
 namespace kzv::scan {
 
-// Finds a chunk's masks at once and takes positions from them.
+// Finds a chunk's masks at once and takes positions from them; at first those of one block, for a text that
+// has a member soon.
 class Cursor {
  public:
   Cursor(ByteView text, const cpu::ByteSet &set) : text_(text), set_(set) {}
@@ -27,7 +28,7 @@ class Cursor {
   void find_more(std::size_t at) {
     found_from_ = at / cpu::kBlock * cpu::kBlock;
     const ByteView rest = text_.subspan(found_from_);
-    const std::size_t blocks = std::min(rest.size() / cpu::kBlock, kChunkBlocks);
+    const std::size_t blocks = std::min(rest.size() / cpu::kBlock, found_to_ == 0 ? 1 : kChunkBlocks);
     cpu::level().find(rest.data(), blocks, set_, masks_.data());
     if (blocks == 0) {
       std::array<std::uint8_t, cpu::kBlock> tail;

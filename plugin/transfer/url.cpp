@@ -1,5 +1,6 @@
 #include "transfer/url.h"
 
+#include <algorithm>
 #include <array>
 #include <cassert>
 #include <string_view>
@@ -68,6 +69,11 @@ std::size_t decode(ByteView input, std::uint32_t options, ByteBuffer output) {
   static constexpr cpu::ByteSet kPercent = cpu::bytes_in("%");
   static constexpr cpu::ByteSet kPlus = cpu::bytes_in("+");
   constexpr std::uint8_t kFromPlusToSpace = 256 + ' ' - '+';
+  if (lacks(input, '%')) {
+    const bool replaces = (options & kSpaceIsPlus) != 0;
+    std::ranges::replace_copy(input, output.begin(), '+', replaces ? ' ' : '+');
+    return input.size();
+  }
   std::uint64_t digits_carry = 0;
   const auto choose = [&](scan::Chunk &chunk, scan::Masks &kept) {
     scan::Masks masks;
