@@ -46,27 +46,45 @@ constexpr auto kBytesCP1252 = make_reverse<escapecharsCP1252>();
 
 }  // namespace
 
-constexpr Charset kIso8859 = {escapecharsISO8859, kBytesISO8859, 0x100};
-constexpr Charset kCp1252 = {escapecharsCP1252, kBytesCP1252, 0x80};
+constexpr Charset kIso8859 = {escapecharsISO8859, kBytesISO8859, 0x100, 0x100, 0x100};
+constexpr Charset kCp1252 = {escapecharsCP1252, kBytesCP1252, 0x80, 0x2DD, 0x2013};
+static_assert(std::ranges::count(kCp1252.byte_of.subspan(0x2DD, 0x2013 - 0x2DD), 0) == 0x2013 - 0x2DD);
 
 namespace {
+
+// Code units of a block that have no byte, those of most scripts: in the gap or beyond the table.
+std::uint64_t find_dropped(const CodeUnit *units, const Charset &charset) {
+  std::array<std::uint8_t, cpu::kBlock> unused;
+  const auto find_from = [&](std::size_t limit) {
+    std::uint64_t found = 0;
+    cpu::level().narrow(units, 1, static_cast<std::uint16_t>(limit), unused.data(), &found);
+    return found;
+  };
+  return (find_from(charset.gap_begin) & ~find_from(charset.gap_end)) | find_from(charset.byte_of.size());
+}
 
 // Writes the code units of up to kChunkBlocks blocks as bytes, without those that have none. The output holds
 // as many blocks; returns the number of bytes written.
 std::size_t encode_blocks(const CodeUnit *units, std::size_t blocks, const Charset &charset,
                           std::uint8_t *output) {
+  constexpr int kSeveral = 12;
   scan::Masks kept;
   cpu::level().narrow(units, blocks, charset.identity_end, output, kept.data());
   for (std::size_t i = 0; i < blocks; ++i) {
-    // Those at or above the end of the identity go by table.
+    // Those at or above the end of the identity go by table. U+0000 is not among them. Where several have no
+    // byte, all of other scripts are dropped with them.
     std::uint64_t others = std::exchange(kept[i], scan::kAllBits);
-    for (; others != 0; others = scan::without_lowest(others)) {
-      const unsigned bit = scan::lowest_position(others);
-      const std::size_t at = i * cpu::kBlock + bit;
+    int dropped = 0;
+    while (others != 0) {
+      const std::size_t at = i * cpu::kBlock + scan::lowest_position(others);
       const std::uint16_t unit = units[at].value;
-      const std::uint8_t byte = unit < charset.byte_of.size() ? charset.byte_of[unit] : std::uint8_t{0};
-      output[at] = byte;  // U+0000 is not among the others
-      kept[i] ^= scan::bit_if(byte == 0) << bit;
+      output[at] = unit < charset.byte_of.size() ? charset.byte_of[unit] : std::uint8_t{0};
+      std::uint64_t done = scan::lowest_bit(others);
+      if (output[at] == 0) {
+        if (++dropped == kSeveral) done |= others & find_dropped(units + i * cpu::kBlock, charset);
+        kept[i] &= ~done;
+      }
+      others &= ~done;
     }
   }
   return cpu::level().compact(output, blocks, kept.data(), output);

@@ -11,6 +11,8 @@ struct Charset {
   // By code unit, up to the last one that has a byte: the lowest byte for it, or 0 for none or U+0000.
   std::span<const std::uint8_t> byte_of;
   std::uint16_t identity_end;  // a power of two; below it, bytes and code units are equal
+  std::uint16_t gap_begin;     // from here to before gap_end no code unit has a byte
+  std::uint16_t gap_end;
 };
 
 extern const Charset kIso8859;  // ISO-8859-1: the first 256 characters of Unicode, controls included
