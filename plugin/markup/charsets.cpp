@@ -67,7 +67,7 @@ std::uint64_t find_dropped(const CodeUnit *units, const Charset &charset) {
 // as many blocks; returns the number of bytes written.
 std::size_t encode_blocks(const CodeUnit *units, std::size_t blocks, const Charset &charset,
                           std::uint8_t *output) {
-  constexpr int kSeveral = 12;
+  constexpr int kSeveral = 6;
   scan::Masks kept;
   cpu::level().narrow(units, blocks, charset.identity_end, output, kept.data());
   for (std::size_t i = 0; i < blocks; ++i) {
@@ -75,16 +75,20 @@ std::size_t encode_blocks(const CodeUnit *units, std::size_t blocks, const Chars
     // byte, all of other scripts are dropped with them.
     std::uint64_t others = std::exchange(kept[i], scan::kAllBits);
     int dropped = 0;
-    while (others != 0) {
-      const std::size_t at = i * cpu::kBlock + scan::lowest_position(others);
+    for (; others != 0; others = scan::without_lowest(others)) {
+      const unsigned bit = scan::lowest_position(others);
+      const std::size_t at = i * cpu::kBlock + bit;
       const std::uint16_t unit = units[at].value;
-      output[at] = unit < charset.byte_of.size() ? charset.byte_of[unit] : std::uint8_t{0};
-      std::uint64_t done = scan::lowest_bit(others);
-      if (output[at] == 0) {
-        if (++dropped == kSeveral) done |= others & find_dropped(units + i * cpu::kBlock, charset);
-        kept[i] &= ~done;
+      const std::uint8_t byte = unit < charset.byte_of.size() ? charset.byte_of[unit] : std::uint8_t{0};
+      output[at] = byte;
+      kept[i] ^= scan::bit_if(byte == 0) << bit;
+      dropped += byte == 0 ? 1 : 0;
+      if (dropped == kSeveral) {
+        const std::uint64_t more = others & find_dropped(units + i * cpu::kBlock, charset);
+        kept[i] &= ~more;
+        others &= ~more | scan::lowest_bit(others);
+        ++dropped;
       }
-      others &= ~done;
     }
   }
   return cpu::level().compact(output, blocks, kept.data(), output);
