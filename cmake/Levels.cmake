@@ -1,5 +1,5 @@
 # The levels of each processor family, each a file plugin/cpu/LEVEL.cpp, in the order of what they need from the
-# processor. A new level is such a file and its name here.
+# processor. A new level is such a file and its name here; the tests want two rows more (CONTRIBUTING.md).
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64|i[3-6]86)$")
   set(levels_of_family portable avx2 avx512)
 else()

@@ -24,7 +24,7 @@ using runner::Parameter;
 using runner::Type;
 using runner::Value;
 
-// Long enough for what does not fit on the stack or into a builder's first block.
+// Long enough for what does not fit on the stack or into a builder's first buffer.
 std::string bytes_from(Input &in) {
   const std::string piece = in.ConsumeRandomLengthString(1000);
   std::string bytes = piece;

@@ -83,7 +83,7 @@ class Faults : public testing::Test {
   // Makes one call while `fault` is at work; returns whether it came to it, as it always does at 0.
   bool call(Plugin &plugin, const Sample &sample, std::size_t times, const Fault &fault, int k) {
     std::srand(7);  // for random bytes
-    const std::size_t blocks_before = memory.blocks.size();
+    const std::size_t held_before = memory.held.size();
     std::optional<Value> result;
     fault.start(plugin.host, k);
     int &silent = plugin.host.settings.silent_look_ups;
@@ -95,14 +95,14 @@ class Faults : public testing::Test {
     };
     k % 2 == 0 ? act_while_unwinding(act) : act();
     silent = 0;
-    memory = {.blocks = std::move(memory.blocks)};
+    memory = {.held = std::move(memory.held)};
 
     const auto where = testing::Message()
                        << sample.name << " at " << k << " of " << fault.what << ", host "
                        << plugin.host.settings.version.value_or(0) << ", texts times " << times << ": ";
     EXPECT_EQ(endured.broken, "") << where;
     EXPECT_TRUE(!endured.passed || endured.raised.empty()) << where;
-    EXPECT_EQ(memory.blocks.size(), blocks_before) << where;
+    EXPECT_EQ(memory.held.size(), held_before) << where;
     if (result && !endured.happened) {
       EXPECT_EQ(*result, repeated(sample.expected, times)) << where;
     } else if (result) {
@@ -238,7 +238,7 @@ __attribute__((visibility("default"))) bool kzv_refuses(std::size_t byte_count) 
 }
 
 __attribute__((visibility("default"))) void kzv_moved(void *from, void *to) {
-  kzv::memory.blocks.erase(from);
-  if (to != nullptr) kzv::memory.blocks.insert(to);
+  kzv::memory.held.erase(from);
+  if (to != nullptr) kzv::memory.held.insert(to);
 }
 }

@@ -177,7 +177,7 @@ TEST_F(Limits, OfResultsAreTheHosts) {
     EXPECT_EQ(probe.call("Build", zeros, 2147483647.0, static_cast<std::int32_t>(encoding)), kNil);
     EXPECT_EQ(probe.host.settings.misbehaviour->calls_left, 0);
   }
-  // A builder asks for blocks of up to 2,147,483,632 bytes.
+  // A builder asks for memory of up to 2,147,483,632 bytes.
   const auto added = [&](double size) {
     return asked_for([&] { EXPECT_EQ(probe.call("AddName", 0, zeros, size), kNil); });
   };

@@ -20,7 +20,7 @@ class RandomSource : public Source {
   }
 
   // Of a few pieces, dense or sparse, or of plain letters with pieces at the seams: where a block of 64 bytes
-  // or a group of 16 blocks ends. With lengths around those of what is read at once.
+  // or a chunk ends. With lengths around those of what is read at once.
   std::string text(std::size_t longest) override {
     static constexpr std::pair<std::size_t, std::size_t> kLengths[] = {{0, 200}, {1001, 1030}, {2040, 5000}};
     static constexpr std::string_view kPieces[] = {
@@ -127,7 +127,7 @@ TEST(Relations, HoldForNumbers) {
   }
 }
 
-// Two letters in every order, and edits along the edge of a band of the matrix: units move from one end to
+// Two letters in every order, and edits along the edge of a window of the matrix: units move from one end to
 // the other and neighbours swap where strips meet, so many that the first limit just suffices, or just not.
 TEST(Relations, HoldForDistancesOfSimilarTexts) {
   std::vector<std::u16string> texts = {u""};

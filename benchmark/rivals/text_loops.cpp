@@ -157,7 +157,7 @@ std::size_t from_hex_by_table(ByteView in, ByteBuffer out) {
 
 // HTML and character sets
 
-// The references of all 65,536 code units, for which our own function stands in.
+// The references of all 65,536 code units, made by our own function.
 template <bool kKeepAscii>
 const UnitTable kReferences = [] {
   UnitTable table(0x10000);
@@ -187,7 +187,7 @@ std::size_t html_encode(CodeUnitView in, ByteBuffer out) {
       });
 }
 
-// The byte of each code unit, for which our own function stands in, or none.
+// The byte of each code unit, made by our own function, or none.
 template <const charsets::Charset &kSet>
 const std::vector<Entry<2>> kBytesOfUnits = [] {
   std::vector<Entry<2>> table(0x10000);

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "scan/code_unit_tail.h"
+#include "scan/masks.h"
 
 namespace kzv::charsets {
 namespace {

@@ -59,10 +59,10 @@ constexpr std::array<Entity, kEntityCount> escapecodes = make_entities();
 
 // This table and the one by name have an entity's index plus one in a byte; 0 is an empty slot.
 static_assert(kEntityCount < 0xFF);
-constexpr std::array<std::uint8_t, kLastCodePoint + 1> kEntityByUnit = [] {
-  std::array<std::uint8_t, kLastCodePoint + 1> table{};
+constexpr std::array<std::uint8_t, kEntityPlaces> kEntityByUnit = [] {
+  std::array<std::uint8_t, kEntityPlaces> table{};
   for (std::size_t i = 0; i < kEntityCount; ++i) {
-    table[escapecodes[i].code_point] = static_cast<std::uint8_t>(i + 1);
+    table[entity_place(escapecodes[i].code_point)] = static_cast<std::uint8_t>(i + 1);
   }
   return table;
 }();
@@ -90,7 +90,6 @@ constexpr auto kNames = [] {
 static_assert(std::ranges::adjacent_find(escapecodes, std::ranges::greater_equal(), &Entity::code_point) ==
               escapecodes.end());
 static_assert(escapecodes[4].code_point < 0x80 && escapecodes[5].code_point == 0xA0);
-static_assert(escapecodes.back().code_point == kLastCodePoint);
 
 // A perfect hash by multiplication: this factor, found by search, gives each name a slot of its own.
 constexpr int kSlotBits = 11;

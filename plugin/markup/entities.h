@@ -55,13 +55,20 @@ using WrittenTable = std::array<Written, 256>;
 extern const WrittenTable kWrittenKeepingAscii;
 extern const WrittenTable kWrittenEncodingMarkup;
 
-// By code unit, the index of its entity plus one, or 0.
-inline constexpr std::uint16_t kLastCodePoint = 0x2666;
-extern const std::array<std::uint8_t, kLastCodePoint + 1> kEntityByUnit;
+// All entities are below U+0400 or from U+2000 to U+2666: the place of a code unit in a table of both parts,
+// which is beyond the table for any other.
+inline constexpr std::size_t kEntityPlaces = 0x400 + 0x667;
+constexpr std::size_t entity_place(std::uint16_t unit) {
+  return unit < 0x400 ? unit : 0x400 + std::size_t{static_cast<std::uint16_t>(unit - 0x2000)};
+}
+
+// At each place, the index of the entity plus one, or 0.
+extern const std::array<std::uint8_t, kEntityPlaces> kEntityByUnit;
 
 // The entity for a code unit, or null if there is none.
 inline const Entity *entity_of(std::uint16_t unit) {
-  const std::size_t number = unit < kEntityByUnit.size() ? kEntityByUnit[unit] : 0;
+  const std::size_t place = entity_place(unit);
+  const std::size_t number = place < kEntityPlaces ? kEntityByUnit[place] : 0;
   return number != 0 ? &escapecodes[number - 1] : nullptr;
 }
 

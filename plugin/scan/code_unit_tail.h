@@ -2,8 +2,9 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 
-#include "scan/masks.h"
+#include "cpu/level.h"
 
 namespace kzv::scan {
 

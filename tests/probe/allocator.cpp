@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstring>
 
-// What a new block holds: nothing that a library may count on.
+// What new memory holds: nothing that a library may count on.
 constexpr int kRubbish = 0xA5;
 
 extern "C" {

@@ -17,7 +17,7 @@ struct Memory {
   int requests = 0;
   std::size_t last_request = 0;  // bytes
   std::size_t last_refused = 0;  // bytes; 0 if nothing was
-  std::set<void *> blocks;       // what the plugins hold
+  std::set<void *> held;         // what the plugins hold
 };
 inline Memory memory;
 

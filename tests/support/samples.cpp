@@ -52,7 +52,6 @@ const std::vector<Sample> &samples() {
              utf8(repeated("é", 200)))
           .when_unreadable({utf8(repeated("é", 200))}),
       sample("_yDecodeMemoryKZV", Block{"Hello"}, Block{"\x72\x8F\x96\x96\x99"}),
-      sample("_yDecodeMemoryKZV", kNoBlock, Block{""}),
       sample("_yDecodeMemoryKZV", kNoBlock, kNoBlock),
       sample("_yDecodeStringKZV", ascii("Hello"), raw("\x72\x8F\x96\x96\x99")),
       single("JaroWinklerDistanceKZV", kMarthaMarhta, utf8("MARTHA"), utf16("MARHTA"))
@@ -64,7 +63,6 @@ const std::vector<Sample> &samples() {
       single("LevenshteinDistanceKZV", 0.5, utf8(repeated("a", 800)), utf16(repeated("ab", 400)))
           .when_unreadable({1.0}),
       sample("ScientificStrKZV", ascii("1.23e+03"), 1234.5, 2),
-      sample("StrKZV", ascii("99999999999999991611392.0"), 1e23),
       sample("StrKZV", ascii("-nan"), -std::numeric_limits<double>::quiet_NaN()),
       sample("RandomBytesStringKZV", kNil, -5, true),
       sample("StrCompBytesKZV", -1, kNil, kNil),
@@ -99,7 +97,6 @@ const std::vector<Sample> &samples() {
       sample("EncodingToHTMLKZV", ascii("<caf&eacute;>"), utf8("<café>"), -1),
       single("EncodingToHTMLKZV", ascii("a&#65279;"), utf16("\uFEFFa\uFEFF"), 0),
       single("EncodingToHTMLKZV", ascii("a"), utf16("\uFEFF\uFFFEa"), 0),
-      single("EncodingToHTMLKZV", ascii("a"), utf16("\uFFFE\uFFFEa"), 0),
       single("EncodingToHTMLKZV", ascii("a"), utf16("\uFFFE\uFEFFa"), 0),
       single("EncodingToHTMLKZV", kNil, utf16("\uFEFF"), 0),
       single("EncodingToHTMLKZV", ascii(repeated("&thetasym;&", 3000)), utf8(repeated("\u03D1&", 3000)), 1),
@@ -130,6 +127,7 @@ const std::vector<Sample> &samples() {
       sample("EncodingToHexKZV", ascii("007F80FF"), raw("\0\x7F\x80\xFF"s)),
       sample("DecodingFromHexKZV", ascii("AB"), raw("4142")),
       sample("DecodingFromHexKZV", raw("\xC3\xA9"), utf16("C3a9")),
+      single("DecodingFromHexKZV", ascii("A\1B"), utf8("41é142")),
       sample("ReplaceNonPrintableCharactersKZV", ascii("A\xFF"), raw("A\n"), -1),
       sample("ReplaceNonPrintableCharactersKZV", ascii("A.\x7F.."), utf8("A\t\x7Fé"), 46),
       sample("IsASCIIStringKZV", true, utf8("\t")).when_unreadable({false}),
