@@ -73,7 +73,7 @@ std::size_t encode_blocks(const CodeUnit *units, std::size_t blocks, const Chars
   cpu::level().narrow(units, blocks, charset.identity_end, output, kept.data());
   for (std::size_t i = 0; i < blocks; ++i) {
     // Those at or above the end of the identity go by table. U+0000 is not among them. Where several have no
-    // byte, all of other scripts are dropped with them.
+    // byte and more may follow, all of other scripts are dropped with them.
     std::uint64_t others = std::exchange(kept[i], scan::kAllBits);
     int dropped = 0;
     for (; others != 0; others = scan::without_lowest(others)) {
@@ -84,7 +84,7 @@ std::size_t encode_blocks(const CodeUnit *units, std::size_t blocks, const Chars
       output[at] = byte;
       kept[i] ^= scan::bit_if(byte == 0) << bit;
       dropped += byte == 0 ? 1 : 0;
-      if (dropped == kSeveral) {
+      if (dropped == kSeveral && others >> 32 != 0) {
         const std::uint64_t more = others & find_dropped(units + i * cpu::kBlock, charset);
         kept[i] &= ~more;
         others &= ~more | scan::lowest_bit(others);
