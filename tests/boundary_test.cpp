@@ -129,6 +129,7 @@ TEST(MissingServices, EndInTheDocumentedOutcome) {
       {2013.03, {"PluginGetStringData", "StringGetCString"}, url(kNil)},
       {2013.03, {"REALBuildString"}, url(kNil)},
       {2013.03, {"REALSetStringEncoding"}, url(raw("a%20b"))},
+      {2013.03, {"RegisterPluginVersion"}, url(ascii("a%20b"))},
       {2012.0, {"REALLockString"}, url(ascii("a%20b"))},
       {2013.03, {"REALLockObject"}, block({"ab\0"s})},
       {2013.03, {"newMemoryBlock"}, block(kNoBlock)},

@@ -42,6 +42,7 @@ class PluginFile : public testing::Test {
 };
 
 TEST_F(PluginFile, ThatDoesNotFitIsNotLoaded) {
+  EXPECT_EQ(facts(KZV_PLUGIN), std::string(kOurs) + " plugin kzvstrings " KZV_VERSION);
   std::string bytes = whole_;
   bytes.replace(bytes.find("REALPluginMain"), 14, "REALPluginNone");
   write(bytes);
