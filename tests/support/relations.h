@@ -211,7 +211,7 @@ inline void tags(const std::string &text, const std::string &given, std::uint8_t
   tags::Replacer replacer(page.bytes(), instead.bytes());
   std::string result;
   for (ByteView piece = page.bytes(); !piece.empty(); result += text_of(piece)) {
-    result += run_kernel("", byte, [&](auto, auto to) { return replacer.write(to); });
+    result += run_kernel("", byte * std::size_t{8}, [&](auto, auto to) { return replacer.write(to); });
     piece = replacer.take();
   }
   expect(result == slow_tags_replaced(text, shown), "tags replaced");
