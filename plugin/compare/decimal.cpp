@@ -32,8 +32,8 @@ std::uint64_t scale_to_odd(std::uint64_t a, const Wide &power) {
 // them, and of those of 10^(k+1) one at most. All is computed in quarters of 10^k.
 Decimal shortest(Binary number) {
   const bool at_power_of_two = number.significand == std::uint64_t{1} << 52;  // the neighbour below is closer
-  const int k = (number.exponent * 315653 - (at_power_of_two ? 131237 : 0)) >>
-                20;  // floor(log10(2^exponent)), or of 3/4 of that
+  // floor(log10(2^exponent)), or of 3/4 of that
+  const int k = (number.exponent * 315653 - (at_power_of_two ? 131237 : 0)) >> 20;
   const Wide &power = power_of_ten(-k);
   const int shift = number.exponent + log2_of_power_of_ten(-k) + 1;
   const std::uint64_t quarters = number.significand * 4;

@@ -49,7 +49,9 @@ constexpr auto kBytesCP1252 = make_reverse<escapecharsCP1252>();
 
 constexpr Charset kIso8859 = {escapecharsISO8859, kBytesISO8859, 0x100, 0x100, 0x100};
 constexpr Charset kCp1252 = {escapecharsCP1252, kBytesCP1252, 0x80, 0x2DD, 0x2013};
-static_assert(std::ranges::count(kCp1252.byte_of.subspan(0x2DD, 0x2013 - 0x2DD), 0) == 0x2013 - 0x2DD);
+static_assert(std::ranges::none_of(kCp1252.byte_of.subspan(kCp1252.gap_begin,
+                                                           kCp1252.gap_end - kCp1252.gap_begin),
+                                   [](std::uint8_t byte) { return byte != 0; }));
 
 namespace {
 

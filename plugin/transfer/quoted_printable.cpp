@@ -202,9 +202,8 @@ class Decoder {
     const scan::MasksAhead digits(chunk, kDigits);
     scan::Masks escapes;
     std::uint64_t any_escape = 0;
-    std::uint64_t taken_carry =
-        0;  // which of the next block's first two bytes belong to an escape or soft break
-    std::uint64_t pair_carry = 0;  // whether this block's last byte is the CR of a pair
+    std::uint64_t taken_carry = 0;  // the next block's first bytes that belong to an escape or soft break
+    std::uint64_t pair_carry = 0;   // whether this block's last byte is the CR of a pair
     for (std::size_t i = 0; i < chunk.blocks(); ++i) {
       const std::size_t base = chunk.block_start(i);
       const std::uint64_t remaining = done_ > base ? scan::bits_from(done_ - base) : scan::kAllBits;
