@@ -107,32 +107,7 @@ constexpr auto kEntityByName = [] {
 }();
 static_assert(std::ranges::count(kEntityByName, 0) == kSlots - kEntityCount);
 
-// The apostrophe is the one character whose name is not written: "apos" is not an entity of HTML 4.01.
-consteval Written make_written(std::uint16_t unit, bool keep_ascii) {
-  if (unit < 0x80 && (keep_ascii || !is_markup(unit))) return {{static_cast<char>(unit)}, 1};
-  Written written;
-  if (kEntityByUnit[unit] == 0 || unit == '\'') {
-    written.length = static_cast<std::uint8_t>(write_number(unit, written.text.data()));
-  } else {
-    const Entity &entity = escapecodes[kEntityByUnit[unit] - std::size_t{1}];
-    std::ranges::copy(entity.reference, written.text.begin());
-    written.length = entity.length;
-  }
-  return written;
-}
-
-consteval WrittenTable make_table_of_written(bool keep_ascii) {
-  WrittenTable table;
-  for (std::size_t unit = 0; unit < table.size(); ++unit) {
-    table[unit] = make_written(static_cast<std::uint16_t>(unit), keep_ascii);
-  }
-  return table;
-}
-
 }  // namespace
-
-constexpr WrittenTable kWrittenKeepingAscii = make_table_of_written(true);
-constexpr WrittenTable kWrittenEncodingMarkup = make_table_of_written(false);
 
 std::uint16_t code_point_of(NameKey name, std::size_t length) {
   const Name &known = kNames[kEntityByName[slot_of(name)]];

@@ -30,31 +30,6 @@ constexpr bool is_markup(unsigned character) {
   return character == '"' || (character | 1) == '\'' || (character | 2) == '>';
 }
 
-// Writes the decimal reference of a code unit from 10 to 255 and returns its length.
-constexpr std::size_t write_number(unsigned unit, char *output) {
-  const std::size_t digits = unit < 100 ? 2 : 3;
-  output[0] = '&';
-  output[1] = '#';
-  for (std::size_t at = digits + 1; at > 1; --at) {
-    output[at] = static_cast<char>('0' + unit % 10);
-    unit /= 10;
-  }
-  output[digits + 2] = ';';
-  return digits + 3;
-}
-
-// What is written for one code unit, itself or a reference, in the size of one store.
-struct Written {
-  std::array<char, 15> text{};
-  std::uint8_t length = 0;
-};
-static_assert(sizeof(Written) == 16);
-
-// For each code unit below 0x100, with the markup characters as they are or as references.
-using WrittenTable = std::array<Written, 256>;
-extern const WrittenTable kWrittenKeepingAscii;
-extern const WrittenTable kWrittenEncodingMarkup;
-
 // All entities are below U+0400 or from U+2000 to U+2666: the place of a code unit in a table of both parts,
 // which is beyond the table for any other.
 inline constexpr std::size_t kEntityPlaces = 0x400 + 0x667;
