@@ -33,7 +33,7 @@ Written make_written(std::uint16_t unit, bool keep_ascii) {
 
 }  // namespace
 
-constinit std::array<WrittenUnits, 2> written_units;
+std::array<WrittenUnits, 2> written_units;
 
 void make_page(CodeUnit unit, bool keep_ascii) {
   static std::array<std::array<std::atomic<bool>, 0x10000 / kPageSize>, 2> taken;
