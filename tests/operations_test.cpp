@@ -105,6 +105,8 @@ std::vector<std::string> results_at(const cpu::Level &level, size_t round) {
   run(2 * any, any, [&](auto in, auto out) { return level.from_hex(in, any, out), any; });
   run(any, 1, [&](auto in, auto out) { return *out = level.all_within(in, any, one, 0xFF), size_t{1}; });
   run(any, 1, [&](auto in, auto out) { return *out = level.all_within(in, any, 0, one), size_t{1}; });
+  run(any, any, [&](auto in, auto out) { return level.replace_outside(in, any, one, 0xFF, 0, out), any; });
+  run(any, any, [&](auto in, auto out) { return level.replace_outside(in, any, 0, one, 255, out), any; });
   run(any, 8, [&](auto in, auto out) { return *masks(out) = level.count(in, any, other), size_t{8}; });
   run(size + distance, blocks * 8, [&](auto in, auto out) {
     return level.find_pair(in, blocks, one, other, distance, masks(out)), blocks * 8;

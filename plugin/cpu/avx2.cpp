@@ -71,6 +71,24 @@ KZV_AVX2 bool all_within(const std::uint8_t *bytes, std::size_t byte_count, std:
   return false;
 }
 
+KZV_AVX2 void replace_outside(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t first,
+                              std::uint8_t last, std::uint8_t byte, std::uint8_t *output) {
+  if (byte_count < sizeof(__m256i)) {
+    return portable::replace_outside(bytes, byte_count, first, last, byte, output);
+  }
+  const __m256i firsts = _mm256_set1_epi8(static_cast<char>(first));
+  const __m256i lasts = _mm256_set1_epi8(static_cast<char>(last));
+  const __m256i others = _mm256_set1_epi8(static_cast<char>(byte));
+  const auto replace = [=](std::size_t at) KZV_AVX2 {
+    const __m256i text = load(bytes + at);
+    const __m256i nearest = _mm256_min_epu8(_mm256_max_epu8(text, firsts), lasts);
+    store(output + at, _mm256_blendv_epi8(others, text, _mm256_cmpeq_epi8(text, nearest)));
+  };
+  const std::size_t last_vector = byte_count - sizeof(__m256i);
+  for (std::size_t at = 0; at < last_vector; at += sizeof(__m256i)) replace(at);
+  replace(last_vector);
+}
+
 // A comparison yields -1 in each byte that is equal, at most 255 of which are added up in a byte.
 KZV_AVX2 std::size_t count(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t byte) {
   constexpr std::size_t kMostVectors = 255;
@@ -257,6 +275,7 @@ extern constexpr Level kLevel = {
     .by_table = ~std::size_t{0},
     .load_partial = portable::load_partial,
     .all_within = all_within,
+    .replace_outside = replace_outside,
     .count = count,
     .find = find,
     .find_pair = find_pair,

@@ -49,6 +49,21 @@ KZV_AVX512 bool all_within(const std::uint8_t *bytes, std::size_t byte_count, st
   return false;
 }
 
+KZV_AVX512 void replace_outside(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t first,
+                                std::uint8_t last, std::uint8_t byte, std::uint8_t *output) {
+  const __m512i firsts = _mm512_set1_epi8(static_cast<char>(first));
+  const __m512i range = _mm512_set1_epi8(static_cast<char>(last - first));
+  const __m512i others = _mm512_set1_epi8(static_cast<char>(byte));
+  const auto replace = [=](std::size_t at, __mmask64 part) KZV_AVX512 {
+    const __m512i text = _mm512_maskz_loadu_epi8(part, bytes + at);
+    const __mmask64 inside = _mm512_cmple_epu8_mask(_mm512_sub_epi8(text, firsts), range);
+    _mm512_mask_storeu_epi8(output + at, part, _mm512_mask_mov_epi8(others, inside, text));
+  };
+  const std::size_t tail = byte_count % kBlock;
+  for (std::size_t at = 0; at < byte_count - tail; at += kBlock) replace(at, ~__mmask64{0});
+  if (tail > 0) replace(byte_count - tail, first_bits(tail));
+}
+
 KZV_AVX512 std::size_t count(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t byte) {
   const __m512i wanted = _mm512_set1_epi8(static_cast<char>(byte));
   const std::uint8_t *const tail = bytes + byte_count / kBlock * kBlock;
@@ -261,6 +276,7 @@ extern constexpr Level kLevel = {
     .by_table = 48,
     .load_partial = load_partial,
     .all_within = all_within,
+    .replace_outside = replace_outside,
     .count = count,
     .find = find,
     .find_pair = find_pair,

@@ -30,6 +30,11 @@ struct Level {
   bool (*all_within)(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t first,
                      std::uint8_t last);
 
+  // Writes the bytes, of any number, replaced by `byte` where they do not lie in `first` to `last`. The
+  // output never overlaps the input.
+  void (*replace_outside)(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t first,
+                          std::uint8_t last, std::uint8_t byte, std::uint8_t *output);
+
   // How many of any number of bytes equal `byte`.
   std::size_t (*count)(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t byte);
 

@@ -254,6 +254,13 @@ bool all_within(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t 
   return false;
 }
 
+void replace_outside(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t first, std::uint8_t last,
+                     std::uint8_t byte, std::uint8_t *__restrict output) {
+  for (std::size_t i = 0; i < byte_count; ++i) {
+    output[i] = bytes[i] >= first && bytes[i] <= last ? bytes[i] : byte;
+  }
+}
+
 // A sum of at most 255 ones fits in a byte, so that compilers add a register full of them at once.
 std::size_t count(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t byte) {
   constexpr std::size_t kMostBytes = 240;
@@ -313,6 +320,7 @@ extern constexpr Level kLevel = {
     .by_table = ~std::size_t{0},
     .load_partial = load_partial,
     .all_within = all_within,
+    .replace_outside = replace_outside,
     .count = count,
     .find = find,
     .find_pair = find_pair,

@@ -13,6 +13,8 @@ inline constexpr std::ptrdiff_t kSearchRun = 1024;
 namespace portable {
 
 bool all_within(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t first, std::uint8_t last);
+void replace_outside(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t first, std::uint8_t last,
+                     std::uint8_t byte, std::uint8_t *__restrict output);
 std::size_t count(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t byte);
 void load_partial(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *block);
 std::size_t write_escapes(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,

@@ -36,10 +36,8 @@ ByteView bytes_of(const Marker &marker) { return ByteView(marker.bytes).first(ma
 
 std::size_t replace_non_printable(ByteView input, std::uint8_t replacement, ByteBuffer output) {
   assert(output.size() >= input.size());
-  std::transform(input.begin(), input.end(), output.begin(), [=](std::uint8_t byte) {
-    const bool is_printable = byte >= kFirstPrintable && byte <= kLastAscii;
-    return is_printable ? byte : replacement;
-  });
+  cpu::level().replace_outside(input.data(), input.size(), kFirstPrintable, kLastAscii, replacement,
+                               output.data());
   return input.size();
 }
 

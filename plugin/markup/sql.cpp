@@ -7,7 +7,6 @@
 #include "scan/escaping.h"
 #include "scan/find_byte.h"
 #include "scan/masks_ahead.h"
-#include "scan/replace.h"
 
 namespace kzv::sql {
 namespace {
@@ -37,22 +36,45 @@ constexpr bool is_delimiter(std::uint8_t byte) {
   return byte <= 0x20 || byte >= 0x80 || byte == '(' || byte == ')' || byte == ',' || byte == ';';
 }
 
-// A word to look for and what is written in its place.
-struct Word {
-  std::uint64_t letters;  // in lower case, the first one in the low byte
-  std::size_t length;
-  std::uint8_t replacement;
-};
-constexpr Word kTrue = {0x65757274, 4, '1'};
-constexpr Word kFalse = {0x65736C6166, 5, '0'};
+constexpr std::array<bool, 256> kDelimits = [] {
+  std::array<bool, 256> table{};
+  for (unsigned byte = 0; byte < table.size(); ++byte)
+    table[byte] = is_delimiter(static_cast<std::uint8_t>(byte));
+  return table;
+}();
 
-// Whether `rest` begins with the word, in letters of either case, and the word ends there.
-bool begins_with_word(ByteView rest, const Word &word) {
-  if (rest.size() < word.length) return false;
+// The words "true" and "false", the first letter in the low byte.
+constexpr std::uint64_t kTrue = 0x65757274;
+constexpr std::uint64_t kFalse = 0x65736C6166;
+
+// Whether a text that begins with "t" or "f", in either case, begins with the whole word and a delimiter or
+// the end of the text follows it. `word` has its first eight bytes. Without a branch: which word it is, and
+// whether it is one, cannot be foreseen.
+bool begins_with_boolean(std::uint64_t word) {
+  const bool is_true = (word & 0x10) != 0;  // "t" is 74 or 54, "f" 66 or 46
+  const unsigned bits = is_true ? 32 : 40;
   // Setting bit 5 makes letters lower case and makes no other byte a letter.
-  const std::uint64_t differing = (load_word(rest) | in_each_byte(0x20)) ^ word.letters;
-  const bool same = (differing & first_bytes(word.length)) == 0;
-  return same && (rest.size() == word.length || is_delimiter(rest[word.length]));
+  const std::uint64_t differing = (word | in_each_byte(0x20)) ^ (is_true ? kTrue : kFalse);
+  const bool same = differing << (64 - bits) == 0;
+  return same & kDelimits[word >> bits & 0xFF];
+}
+
+// The bytes of `candidates`, in the block that begins `rest`, at which a word begins.
+std::uint64_t find_booleans(ByteView rest, std::uint64_t candidates) {
+  std::uint64_t found = 0;
+  for (; candidates != 0; candidates = scan::without_lowest(candidates)) {
+    const std::size_t at = scan::lowest_position(candidates);
+    found |= scan::bit_if(begins_with_boolean(load_word(rest.subspan(at)))) << at;
+  }
+  return found;
+}
+
+// The letters after the first of each word. `carry` has those of the next block, and of the one before.
+std::uint64_t find_other_letters(std::uint64_t trues, std::uint64_t falses, std::uint64_t &carry) {
+  const std::uint64_t words = trues | falses;
+  const std::uint64_t letters = words << 1 | words << 2 | words << 3 | falses << 4 | carry;
+  carry = words >> 63 | words >> 62 | words >> 61 | falses >> 60;
+  return letters;
 }
 
 }  // namespace
@@ -143,17 +165,15 @@ class QuoteFinder {
   std::uint8_t open_quote_ = 0;  // the carry: the quote that is still open, or 0
 };
 
-// What becomes of the "t" or "f" at `at`: the number of a word that begins there, or the letter itself.
-scan::Replacement replacement_at(ByteView sql, std::size_t at) {
-  const ByteView rest = sql.subspan(at);
-  const Word &word = (rest.front() | 0x20) == 't' ? kTrue : kFalse;
-  if (!begins_with_word(rest, word)) return scan::replaced_by(rest.front(), at + 1);
-  return scan::replaced_by(word.replacement, at + word.length);
-}
-
 }  // namespace
 
 // A word may begin where a delimiter is followed by its first two letters; few places are left to look at.
+// Its first letter becomes the digit, the others go:
+//
+//   block           =  t  r  u  e  ,  f  a  l  s  e  ;
+//   trues           .  1  .  .  .  .  .  .  .  .  .  .
+//   falses          .  .  .  .  .  .  1  .  .  .  .  .
+//   kept            1  1  .  .  .  1  1  .  .  .  .  1      = 1 , 0 ;
 std::size_t replace_booleans(ByteView sql, ByteBuffer output) {
   static constexpr cpu::ByteSet kDelimiters{is_delimiter};
   static constexpr cpu::ByteSet kSingleQuote = cpu::bytes_in("'");
@@ -164,8 +184,7 @@ std::size_t replace_booleans(ByteView sql, ByteBuffer output) {
   static constexpr cpu::ByteSet kA = cpu::bytes_in("aA");
   QuoteFinder quotes;
   std::uint64_t delimiter_carry = 1;  // a word may begin at the start of the text
-  std::size_t done = 0;               // the end of the last word replaced
-  const auto replace = [=](std::size_t at) { return replacement_at(sql, at); };
+  std::uint64_t letters_carry = 0;
   const auto choose = [&](scan::Chunk &chunk, scan::Masks &kept) {
     const scan::MasksAhead t(chunk, kT);
     const scan::MasksAhead r(chunk, kR);
@@ -177,12 +196,22 @@ std::size_t replace_booleans(ByteView sql, ByteBuffer output) {
     chunk.find(kDelimiters, delimiters);
     chunk.find(kSingleQuote, single_quotes);
     chunk.find(kDoubleQuote, double_quotes);
+    scan::Masks trues;
+    scan::Masks falses;
+    std::uint64_t any = 0;
     for (std::size_t i = 0; i < chunk.blocks(); ++i) {
       const std::uint64_t first_two = (t[i] & r.ahead(i, 1)) | (f[i] & a.ahead(i, 1));
       const std::uint64_t words = scan::follows(delimiters[i], delimiter_carry) & first_two;
       const std::uint64_t quoted = quotes.find(single_quotes[i], double_quotes[i]);
-      kept[i] = scan::replace_in_block(chunk, i, words & ~quoted, done, replace);
+      const std::uint64_t found = find_booleans(sql.subspan(chunk.block_start(i)), words & ~quoted);
+      trues[i] = found & t[i];
+      falses[i] = found & f[i];
+      kept[i] = ~find_other_letters(trues[i], falses[i], letters_carry);
+      any |= found;
     }
+    if (any == 0) return;
+    chunk.fill(trues, '1');
+    chunk.fill(falses, '0');
   };
   return scan::keep(sql, choose, output);
 }
