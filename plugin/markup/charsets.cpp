@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cassert>
 #include <cstring>
-#include <utility>
 
 #include "scan/code_unit_tail.h"
 #include "scan/masks.h"
@@ -66,33 +66,57 @@ std::uint64_t find_dropped(const CodeUnit *units, const Charset &charset) {
   return (find_from(charset.gap_begin) & ~find_from(charset.gap_end)) | find_from(charset.byte_of.size());
 }
 
+// The byte of a code unit, or 0.
+std::uint8_t byte_of(CodeUnit unit, const Charset &charset) {
+  return unit.value < charset.byte_of.size() ? charset.byte_of[unit.value] : std::uint8_t{0};
+}
+
+// Writes the code units of a block from the `first` on and returns which have no byte.
+std::uint64_t write_from(std::size_t first, const CodeUnit *units, const Charset &charset,
+                         std::uint8_t *output) {
+  std::uint64_t dropped = 0;
+  for (std::size_t at = first; at < cpu::kBlock; ++at) {
+    output[at] = byte_of(units[at], charset);
+    dropped |= scan::bit_if(output[at] == 0 && units[at].value != 0) << at;
+  }
+  return dropped;
+}
+
+// Writes those code units of a block that are not their own bytes, and returns which have no byte. After
+// several of them, more in the same block are likely to be alike: all of other scripts are found together,
+// and where most have a byte, all that are left are written in one go.
+std::uint64_t write_others(std::uint64_t others, const CodeUnit *units, const Charset &charset,
+                           std::uint8_t *output) {
+  constexpr int kSeveral = 4;
+  constexpr int kMany = 24;
+  std::uint64_t dropped = 0;
+  for (int seen = 1; others != 0; ++seen) {
+    const unsigned at = scan::lowest_position(others);
+    output[at] = byte_of(units[at], charset);
+    dropped |= scan::bit_if(output[at] == 0) << at;
+    others = scan::without_lowest(others);
+    if (seen != kSeveral || others >> 32 == 0) continue;
+    if (std::popcount(dropped) > kSeveral / 2) {
+      const std::uint64_t more = others & find_dropped(units, charset);
+      dropped |= more;
+      others &= ~more;
+    } else if (std::popcount(others) > kMany) {
+      return dropped | write_from(at + 1, units, charset, output);
+    }
+  }
+  return dropped;
+}
+
 // Writes the code units of up to kChunkBlocks blocks as bytes, without those that have none. The output holds
 // as many blocks; returns the number of bytes written.
 std::size_t encode_blocks(const CodeUnit *units, std::size_t blocks, const Charset &charset,
                           std::uint8_t *output) {
-  constexpr int kSeveral = 6;
   scan::Masks kept;
   cpu::level().narrow(units, blocks, charset.identity_end, output, kept.data());
   for (std::size_t i = 0; i < blocks; ++i) {
-    // Those at or above the end of the identity go by table. U+0000 is not among them. Where several have no
-    // byte and more may follow, all of other scripts are dropped with them.
-    std::uint64_t others = std::exchange(kept[i], scan::kAllBits);
-    int dropped = 0;
-    for (; others != 0; others = scan::without_lowest(others)) {
-      const unsigned bit = scan::lowest_position(others);
-      const std::size_t at = i * cpu::kBlock + bit;
-      const std::uint16_t unit = units[at].value;
-      const std::uint8_t byte = unit < charset.byte_of.size() ? charset.byte_of[unit] : std::uint8_t{0};
-      output[at] = byte;
-      kept[i] ^= scan::bit_if(byte == 0) << bit;
-      dropped += byte == 0 ? 1 : 0;
-      if (dropped == kSeveral && others >> 32 != 0) {
-        const std::uint64_t more = others & find_dropped(units + i * cpu::kBlock, charset);
-        kept[i] &= ~more;
-        others &= ~more | scan::lowest_bit(others);
-        ++dropped;
-      }
-    }
+    const std::size_t at = i * cpu::kBlock;
+    const std::uint64_t others = kept[i];  // U+0000 is not among them
+    kept[i] = others == 0 ? scan::kAllBits : ~write_others(others, units + at, charset, output + at);
   }
   return cpu::level().compact(output, blocks, kept.data(), output);
 }
