@@ -161,6 +161,7 @@ int run(int argc, char **argv) {
   std::filesystem::path against;
   bool no_rivals = false;
   bool scaling = false;
+  bool threads = false;
   CLI::App app("Measures every function against other libraries and copying.");
   app.footer(
       "./bench --level NAME ... measures the plugin with the levels up to that one: portable, avx2 or "
@@ -174,7 +175,9 @@ int run(int argc, char **argv) {
       ->check(CLI::ExistingFile)
       ->type_name("FILE");
   app.add_flag("--no-rivals", no_rivals, "leave out the other libraries");
-  app.add_flag("--scaling", scaling, "how time grows with size, and what a second thread brings");
+  app.add_flag("--scaling", scaling,
+               "the instructions of a call on a short text, and how they grow with the size of hostile ones");
+  app.add_flag("--threads", threads, "what a second thread brings");
   CLI11_PARSE(app, argc, argv);
 
   const std::regex wanted(filter);
@@ -183,6 +186,10 @@ int run(int argc, char **argv) {
   Plugins plugins;
   if (scaling) {
     print_scaling(plugins.ours, wanted);
+    return 0;
+  }
+  if (threads) {
+    print_threads(plugins.ours, wanted);
     return 0;
   }
   if (!no_rivals) plugins.rivals.emplace(KZV_RIVALS);

@@ -3,13 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <latch>
-#include <linux/perf_event.h>
 #include <numeric>
-#include <stdexcept>
-#include <sys/syscall.h>
 #include <thread>
-#include <unistd.h>
 
+#include "instructions.h"
 #include "measure.h"
 
 namespace kzv::bench {
@@ -21,41 +18,6 @@ double least_seconds(const Call &call) {
   for (int run = 0; run < 6; ++run) least = std::min(least, seconds_for(call, 1));
   return least;
 }
-
-// The instructions of a call as the processor counts them: unlike its time they know neither caches nor what
-// else the machine does, both of which change with the size.
-class Instructions {
- public:
-  Instructions() {
-    perf_event_attr attributes{};
-    attributes.type = PERF_TYPE_HARDWARE;
-    attributes.size = sizeof attributes;
-    attributes.config = PERF_COUNT_HW_INSTRUCTIONS;
-    attributes.exclude_kernel = 1;
-    attributes.exclude_hv = 1;
-    counter_ = static_cast<int>(syscall(SYS_perf_event_open, &attributes, 0, -1, -1, 0));
-    if (counter_ < 0) throw std::runtime_error("this machine does not count instructions for us");
-  }
-  Instructions(const Instructions &) = delete;
-  Instructions &operator=(const Instructions &) = delete;
-  ~Instructions() { close(counter_); }
-
-  double of(const Call &call) {
-    call.repeat(1);  // looks up services and gets memory
-    const double before = count();
-    call.repeat(1);
-    return count() - before;
-  }
-
- private:
-  double count() const {
-    std::uint64_t value = 0;
-    if (read(counter_, &value, sizeof value) != sizeof value) throw std::runtime_error("cannot count");
-    return static_cast<double>(value);
-  }
-
-  int counter_;
-};
 
 // Nothing but the beginnings, ends or near misses of what the functions look for.
 const Pieces kHostile = {"<",  ">",  "<>", "&",   "&#",    "&amp", "%", "%2", "=",      "= ", "=\r\n",
@@ -74,10 +36,9 @@ Growth growth_on(Plugin &plugin, const Function &function, std::string input, Ma
   Growth growth{std::move(input)};
   void *const address = address_of(plugin, function.declaration);
   const std::size_t base = function.sizes.back() / 8;
-  Instructions instructions;
   for (std::size_t step = 0; step < growth.instructions.size(); ++step) {
     growth.instructions[step] =
-        instructions.of(function.prepare(plugin.host, address, arguments_of(base << step)));
+        count_instructions(function.prepare(plugin.host, address, arguments_of(base << step))).all;
   }
   return growth;
 }
@@ -141,22 +102,31 @@ std::string visible(const std::string &text) {
 }  // namespace
 
 void print_scaling(Plugin &plugin, const std::regex &wanted) {
-  std::printf("%-24s %-12s %10s %12s %6s %6s %6s %12s\n", "function", "worst input", "from size", "a byte",
-              "x2", "x4", "x8", "two threads");
+  std::printf("%-24s %12s %-12s %10s %12s %6s %6s %6s\n", "function", "instructions", "worst input",
+              "from size", "a byte", "x2", "x4", "x8");
   for (const Function &function : functions()) {
     if (!std::regex_search(function.name, wanted)) continue;
-    const double threads = speed_up(plugin, function);
-    if (function.sizes.size() == 1) {
-      std::printf("%-24s %-12s %10s %12s %6s %6s %6s %12.2f\n", function.name.c_str(), "", "", "", "", "", "",
-                  threads);
-      continue;
+    void *const address = address_of(plugin, function.declaration);
+    const Arguments small = function.kinds[0].arguments(function.sizes.front());
+    const Instructions call = count_instructions(function.prepare(plugin.host, address, small));
+    std::printf("%-24s %12.0f", function.name.c_str(), call.plugin);
+    if (function.sizes.size() > 1) {
+      const Growth growth = worst_growth(plugin, function);
+      const std::size_t from_size = function.sizes.back() / 8;
+      std::printf(" %-12s %10zu %12.2f %6.2f %6.2f %6.2f", visible(growth.input).c_str(), from_size,
+                  growth.instructions[0] / static_cast<double>(from_size), growth.exponent(0),
+                  growth.exponent(1), growth.exponent(2));
     }
-    const Growth growth = worst_growth(plugin, function);
-    const std::size_t from_size = function.sizes.back() / 8;
-    std::printf("%-24s %-12s %10zu %12.2f %6.2f %6.2f %6.2f %12.2f\n", function.name.c_str(),
-                visible(growth.input).c_str(), from_size,
-                growth.instructions[0] / static_cast<double>(from_size), growth.exponent(0),
-                growth.exponent(1), growth.exponent(2), threads);
+    std::printf("\n");
+    std::fflush(stdout);
+  }
+}
+
+void print_threads(Plugin &plugin, const std::regex &wanted) {
+  std::printf("%-24s %12s\n", "function", "two threads");
+  for (const Function &function : functions()) {
+    if (!std::regex_search(function.name, wanted)) continue;
+    std::printf("%-24s %12.2f\n", function.name.c_str(), speed_up(plugin, function));
     std::fflush(stdout);
   }
 }

@@ -1,4 +1,4 @@
-// How the work grows with the size of hostile input, in instructions, and what a second thread brings.
+// How the work grows with the size of hostile input, and what a second thread brings.
 #pragma once
 
 #include <regex>
@@ -7,6 +7,9 @@
 
 namespace kzv::bench {
 
+// In instructions, with those of a call on a short text. Throws std::runtime_error without callgrind.
 void print_scaling(Plugin &plugin, const std::regex &wanted);
+
+void print_threads(Plugin &plugin, const std::regex &wanted);
 
 }  // namespace kzv::bench
