@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cassert>
 #include <cstring>
 
@@ -71,38 +70,32 @@ std::uint8_t byte_of(CodeUnit unit, const Charset &charset) {
   return unit.value < charset.byte_of.size() ? charset.byte_of[unit.value] : std::uint8_t{0};
 }
 
-// Writes the code units of a block from the `first` on and returns which have no byte.
-std::uint64_t write_from(std::size_t first, const CodeUnit *units, const Charset &charset,
-                         std::uint8_t *output) {
+// Writes the code units of a block by table and returns which have no byte.
+std::uint64_t write_all(const CodeUnit *units, const Charset &charset, std::uint8_t *output) {
   std::uint64_t dropped = 0;
-  for (std::size_t at = first; at < cpu::kBlock; ++at) {
+  for (std::size_t at = 0; at < cpu::kBlock; ++at) {
     output[at] = byte_of(units[at], charset);
     dropped |= scan::bit_if(output[at] == 0 && units[at].value != 0) << at;
   }
   return dropped;
 }
 
-// Writes those code units of a block that are not their own bytes, and returns which have no byte. After
-// several of them, more in the same block are likely to be alike: all of other scripts are found together,
-// and where most have a byte, all that are left are written in one go.
+// Writes those code units of a block that are not their own bytes, and returns which have no byte. Where four
+// are in a row in more than half a block, most are likely to be like the first: with a byte, or of a script
+// that has none.
 std::uint64_t write_others(std::uint64_t others, const CodeUnit *units, const Charset &charset,
                            std::uint8_t *output) {
-  constexpr int kSeveral = 4;
-  constexpr int kMany = 24;
   std::uint64_t dropped = 0;
-  for (int seen = 1; others != 0; ++seen) {
+  const std::uint64_t rows = others & others >> 1 & others >> 2 & others >> 3;
+  if (rows != 0 && others >> 32 != 0) {
+    if (byte_of(units[scan::lowest_position(rows)], charset) != 0) return write_all(units, charset, output);
+    dropped = others & find_dropped(units, charset);
+    others &= ~dropped;
+  }
+  for (; others != 0; others = scan::without_lowest(others)) {
     const unsigned at = scan::lowest_position(others);
     output[at] = byte_of(units[at], charset);
     dropped |= scan::bit_if(output[at] == 0) << at;
-    others = scan::without_lowest(others);
-    if (seen != kSeveral || others >> 32 == 0) continue;
-    if (std::popcount(dropped) > kSeveral / 2) {
-      const std::uint64_t more = others & find_dropped(units, charset);
-      dropped |= more;
-      others &= ~more;
-    } else if (std::popcount(others) > kMany) {
-      return dropped | write_from(at + 1, units, charset, output);
-    }
   }
   return dropped;
 }
