@@ -241,6 +241,9 @@ bool all_within(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t 
   if (byte_count == 0) return true;
   if (byte_count < sizeof(Bytes)) return !any_above(load_overlapping(bytes, byte_count) - first, range);
   const std::uint8_t *const last_vector = bytes + byte_count - sizeof(Bytes);
+  if (byte_count <= 2 * sizeof(Bytes)) {
+    return !any_above(greater_of(load(bytes) - first, load(last_vector) - first), range);
+  }
   std::ptrdiff_t run = kFirstSearchRun;
   for (Bytes greatest = load(last_vector) - first; !any_above(greatest, range);) {
     if (bytes >= last_vector) return true;
