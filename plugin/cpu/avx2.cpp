@@ -79,7 +79,7 @@ KZV_AVX2 void replace_outside(const std::uint8_t *bytes, std::size_t byte_count,
   const __m256i firsts = _mm256_set1_epi8(static_cast<char>(first));
   const __m256i lasts = _mm256_set1_epi8(static_cast<char>(last));
   const __m256i others = _mm256_set1_epi8(static_cast<char>(byte));
-  const auto replace = [=](std::size_t at) KZV_AVX2 {
+  const auto replace = [&](std::size_t at) KZV_AVX2 {
     const __m256i text = load(bytes + at);
     const __m256i nearest = _mm256_min_epu8(_mm256_max_epu8(text, firsts), lasts);
     store(output + at, _mm256_blendv_epi8(others, text, _mm256_cmpeq_epi8(text, nearest)));

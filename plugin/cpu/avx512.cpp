@@ -54,7 +54,7 @@ KZV_AVX512 void replace_outside(const std::uint8_t *bytes, std::size_t byte_coun
   const __m512i firsts = _mm512_set1_epi8(static_cast<char>(first));
   const __m512i range = _mm512_set1_epi8(static_cast<char>(last - first));
   const __m512i others = _mm512_set1_epi8(static_cast<char>(byte));
-  const auto replace = [=](std::size_t at, __mmask64 part) KZV_AVX512 {
+  const auto replace = [&](std::size_t at, __mmask64 part) KZV_AVX512 {
     const __m512i text = _mm512_maskz_loadu_epi8(part, bytes + at);
     const __mmask64 inside = _mm512_cmple_epu8_mask(_mm512_sub_epi8(text, firsts), range);
     _mm512_mask_storeu_epi8(output + at, part, _mm512_mask_mov_epi8(others, inside, text));

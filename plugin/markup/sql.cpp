@@ -36,27 +36,26 @@ constexpr bool is_delimiter(std::uint8_t byte) {
   return byte <= 0x20 || byte >= 0x80 || byte == '(' || byte == ')' || byte == ',' || byte == ';';
 }
 
-constexpr std::array<bool, 256> kDelimits = [] {
+consteval std::array<bool, 256> make_delimits() {
   std::array<bool, 256> table{};
-  for (unsigned byte = 0; byte < table.size(); ++byte)
-    table[byte] = is_delimiter(static_cast<std::uint8_t>(byte));
+  for (std::size_t i = 0; i < table.size(); ++i) table[i] = is_delimiter(static_cast<std::uint8_t>(i));
   return table;
-}();
+}
+constexpr std::array<bool, 256> kDelimits = make_delimits();
 
 // The words "true" and "false", the first letter in the low byte.
 constexpr std::uint64_t kTrue = 0x65757274;
 constexpr std::uint64_t kFalse = 0x65736C6166;
 
-// Whether a text that begins with "t" or "f", in either case, begins with the whole word and a delimiter or
-// the end of the text follows it. `word` has its first eight bytes. Without a branch: which word it is, and
-// whether it is one, cannot be foreseen.
-bool begins_with_boolean(std::uint64_t word) {
+// For a text that begins with "t" or "f", in either case, and has `word` as its first eight bytes: 1 if it
+// begins with the whole word and a delimiter or the end of the text, else 0. Without a branch, because the
+// processor could not predict it.
+std::uint64_t begins_with_boolean(std::uint64_t word) {
   const bool is_true = (word & 0x10) != 0;  // "t" is 74 or 54, "f" 66 or 46
   const unsigned bits = is_true ? 32 : 40;
   // Setting bit 5 makes letters lower case and makes no other byte a letter.
   const std::uint64_t differing = (word | in_each_byte(0x20)) ^ (is_true ? kTrue : kFalse);
-  const bool same = differing << (64 - bits) == 0;
-  return same & kDelimits[word >> bits & 0xFF];
+  return scan::bit_if(differing << (64 - bits) == 0) & scan::bit_if(kDelimits[word >> bits & 0xFF]);
 }
 
 // The bytes of `candidates`, in the block that begins `rest`, at which a word begins.
@@ -64,7 +63,7 @@ std::uint64_t find_booleans(ByteView rest, std::uint64_t candidates) {
   std::uint64_t found = 0;
   for (; candidates != 0; candidates = scan::without_lowest(candidates)) {
     const std::size_t at = scan::lowest_position(candidates);
-    found |= scan::bit_if(begins_with_boolean(load_word(rest.subspan(at)))) << at;
+    found |= begins_with_boolean(load_word(rest.subspan(at))) << at;
   }
   return found;
 }
