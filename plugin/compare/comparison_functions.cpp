@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <cstring>
 #include <optional>
 
 #include "compare/distance.h"
@@ -10,6 +11,11 @@ namespace kzv {
 namespace {
 
 distance::WideView WideTextOf(rbText &text) { return {text.GetWChar(), text.LengthWChar()}; }
+
+// Found before any unit is widened.
+bool AreEqual(CodeUnitView a, CodeUnitView b) {
+  return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size_bytes()) == 0);
+}
 
 void RaiseNoMemoryFor(std::uint64_t byte_count) {
   char message[100];
@@ -53,6 +59,7 @@ std::int32_t CountOccurances(REALstringStruct *s, REALstringStruct *find) {
 double JaroWinklerDistance(REALstringStruct *a, REALstringStruct *b) {
   std::size_t byte_count = 0;  // that the message reports: one flag for each unit of the first text
   const std::optional<double> result = Read<rbText>({a, b}, [&](rbText &first, rbText &second) {
+    if (AreEqual(first.utf16(), second.utf16())) return std::optional(0.0);
     const distance::WideView text_of_a = WideTextOf(first);
     byte_count = text_of_a.size();
     return distance::jaro_winkler(text_of_a, WideTextOf(second));

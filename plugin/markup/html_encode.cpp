@@ -110,7 +110,9 @@ Progress encode(CodeUnitView text, bool keep_ascii, ByteBuffer output) {
   }
   while (consumed < text.size() && left() >= kLongestReference) {
     const Written &written = written_as(text[consumed++], keep_ascii);
-    next = std::copy_n(written.text.begin(), written.length, next);
+    const std::size_t length = written.length;
+    std::memcpy(next, written.text.data(), kLongestReference);
+    next += length;
   }
   return {consumed, static_cast<std::size_t>(next - output.data())};
 }
