@@ -12,7 +12,7 @@ namespace {
 
 distance::WideView WideTextOf(rbText &text) { return {text.GetWChar(), text.LengthWChar()}; }
 
-// Found before any unit is widened.
+// Asked before texts are widened, which takes longer.
 bool AreEqual(CodeUnitView a, CodeUnitView b) {
   return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size_bytes()) == 0);
 }

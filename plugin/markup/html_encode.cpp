@@ -15,11 +15,13 @@ namespace {
 
 static_assert(encode_bound(1) == kLongestReference);
 
-// Writes a code unit and returns the end; up to 16 bytes are overwritten.
+// Writes a code unit and returns the end; `kOverwritten` bytes are overwritten, by default in one store.
+template <std::size_t kOverwritten = sizeof(Written)>
 std::uint8_t *write_unit(CodeUnit unit, bool keep_ascii, std::uint8_t *next) {
+  static_assert(kOverwritten >= kLongestReference);
   const Written &written = written_as(unit, keep_ascii);
   const std::size_t length = written.length;
-  std::memcpy(next, &written, sizeof written);
+  std::memcpy(next, &written, kOverwritten);
   return next + length;
 }
 
@@ -109,10 +111,7 @@ Progress encode(CodeUnitView text, bool keep_ascii, ByteBuffer output) {
     consumed = text.size();
   }
   while (consumed < text.size() && left() >= kLongestReference) {
-    const Written &written = written_as(text[consumed++], keep_ascii);
-    const std::size_t length = written.length;
-    std::memcpy(next, written.text.data(), kLongestReference);
-    next += length;
+    next = write_unit<kLongestReference>(text[consumed++], keep_ascii, next);
   }
   return {consumed, static_cast<std::size_t>(next - output.data())};
 }
