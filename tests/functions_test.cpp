@@ -122,5 +122,10 @@ TEST(Booleans, AreReadFromTheirLowByte) {
   }
 }
 
+// U+0061 and U+0161: as UTF-16 only the very last byte differs.
+TEST(Distances, SeeADifferenceInTheLastByte) {
+  EXPECT_GT(Plugin(KZV_PLUGIN).call<double>("JaroWinklerDistanceKZV", utf8("Mila"), utf8("Milš")), 0.0);
+}
+
 }  // namespace
 }  // namespace kzv::host
