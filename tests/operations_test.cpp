@@ -114,6 +114,9 @@ std::vector<std::string> results_at(const cpu::Level &level, size_t round) {
   run_both(size, [&](auto in, auto out) { return level.compact(in, blocks, bits.data(), out); });
   run_both(size,
            [&](auto in, auto out) { return level.add(in, blocks, bits.data(), one, other, out), size; });
+  run_both(size, [&](auto in, auto out) {
+    return level.compact_sums(in, blocks, bits.data(), bits.data() + 17 - blocks, one, other, out);
+  });
   run_both(size, [&](auto in, auto out) { return level.fill(in, blocks, bits.data(), one, out), size; });
   run_both(size + 2,
            [&](auto in, auto out) { return level.decode_escapes(in, blocks, bits.data(), out), size; });

@@ -9,7 +9,7 @@ namespace kzv::bitwise {
 namespace {
 
 constexpr std::array<std::uint8_t, 1> kZeroMask{};
-constexpr std::size_t kRepeated = 256;
+constexpr std::size_t kRepeated = 2048;
 
 // Writes operation(byte of data, byte of the mask, position modulo 256) for `count` bytes that begin at
 // `position` of the data. The compiler makes vector code of it.
@@ -33,12 +33,12 @@ void combine(ByteView data, ByteView mask, std::size_t start, ByteBuffer output,
   }
 }
 
-// Fills `repeated` with whole copies of `mask` from its byte `start` on, up to `needed` bytes. Of a short
-// mask there are 16 copies or a multiple of that, so that a run is whole vectors without a tail. Returns what
-// was filled.
+// Fills `repeated` with whole copies of `mask` from its byte `start` on: as many as make about a sixteenth of
+// the `needed` bytes, within 256 bytes and all. Of a short mask there are 16 copies or a multiple of that, so
+// that a run is whole vectors without a tail. Returns what was filled.
 ByteView repeat(ByteView mask, std::size_t start, std::size_t needed,
                 std::span<std::uint8_t, kRepeated> repeated) {
-  std::size_t copies = kRepeated / mask.size();
+  std::size_t copies = std::clamp(needed / 16, kRepeated / 8, kRepeated) / mask.size();
   if (copies >= 16) copies -= copies % 16;
   const std::size_t size = std::min(copies * mask.size(), needed);
   std::ranges::rotate_copy(mask, mask.begin() + static_cast<std::ptrdiff_t>(start), repeated.begin());
@@ -56,7 +56,7 @@ std::size_t apply(ByteView data, ByteView mask, std::int32_t offset, ByteBuffer 
   if (mask.empty()) mask = kZeroMask;
   const auto length = static_cast<std::int64_t>(mask.size());
   const auto start = static_cast<std::size_t>((offset % length + length) % length);
-  if (mask.size() > kRepeated / 4 || data.size() <= mask.size()) {
+  if (mask.size() > kRepeated / 32 || data.size() <= mask.size()) {
     combine(data, mask, start, output, operation);
   } else {
     std::array<std::uint8_t, kRepeated> repeated;

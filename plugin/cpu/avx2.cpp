@@ -189,6 +189,23 @@ KZV_AVX2 void add(const std::uint8_t *bytes, std::size_t blocks, const std::uint
   }
 }
 
+KZV_AVX2 std::size_t compact_sums(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *kept,
+                                  const std::uint64_t *where, std::uint8_t everywhere, std::uint8_t there,
+                                  std::uint8_t *output) {
+  std::uint8_t *next = output;
+  for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
+    if (kept[i] == ~std::uint64_t{0}) {
+      add(bytes, 1, where + i, everywhere, there, next);
+      next += kBlock;
+    } else {
+      std::array<std::uint8_t, kBlock> sums;
+      add(bytes, 1, where + i, everywhere, there, sums.data());
+      next += compact(sums.data(), 1, kept + i, next);
+    }
+  }
+  return static_cast<std::size_t>(next - output);
+}
+
 KZV_AVX2 void fill(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
                    std::uint8_t byte, std::uint8_t *output) {
   const __m256i filling = _mm256_set1_epi8(static_cast<char>(byte));
@@ -244,25 +261,40 @@ KZV_AVX2 void narrow(const CodeUnit *units, std::size_t blocks, std::uint16_t li
   }
 }
 
+// Where vectors of 16 begin that cover `count` elements, at least 16: the last one may overlap the one
+// before.
+template <typename Convert>
+KZV_AVX2 void by_16(std::size_t count, Convert convert) {
+  for (std::size_t at = 0; at < count - 16; at += 16) convert(at);
+  convert(count - 16);
+}
+
 KZV_AVX2 void to_hex(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *digits) {
+  if (byte_count < 16) return portable::to_hex(bytes, byte_count, digits);
   const __m256i kDigits = twice(kHexDigits);
   const __m256i kNibble = _mm256_set1_epi8(15);
-  for (; byte_count >= 16; byte_count -= 16, bytes += 16, digits += 32) {
-    const __m256i wide = _mm256_cvtepu8_epi16(load_half(bytes));
+  by_16(byte_count, [&](std::size_t at) KZV_AVX2 {
+    const __m256i wide = _mm256_cvtepu8_epi16(load_half(bytes + at));
     const __m256i nibbles = _mm256_or_si256(_mm256_srli_epi16(wide, 4), _mm256_slli_epi16(wide, 8));
-    store(digits, _mm256_shuffle_epi8(kDigits, _mm256_and_si256(nibbles, kNibble)));
-  }
-  portable::to_hex(bytes, byte_count, digits);
+    store(digits + 2 * at, _mm256_shuffle_epi8(kDigits, _mm256_and_si256(nibbles, kNibble)));
+  });
 }
 
 KZV_AVX2 void from_hex(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *bytes) {
-  const __m256i kWeights = _mm256_set1_epi16(0x0110);  // 16 and 1
-  for (; byte_count >= 16; byte_count -= 16, bytes += 16, digits += 32) {
-    const __m256i sums = _mm256_maddubs_epi16(digit_values(load(digits)), kWeights);
-    const __m256i packed = in_order(_mm256_packus_epi16(sums, sums));
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(bytes), _mm256_castsi256_si128(packed));
+  if (byte_count < 16) {
+    std::array<std::uint8_t, 32> some_digits{};
+    std::array<std::uint8_t, 16> some_bytes;
+    if (byte_count > 0) std::memcpy(some_digits.data(), digits, 2 * byte_count);
+    from_hex(some_digits.data(), some_bytes.size(), some_bytes.data());
+    if (byte_count > 0) std::memcpy(bytes, some_bytes.data(), byte_count);
+    return;
   }
-  portable::from_hex(digits, byte_count, bytes);
+  const __m256i kWeights = _mm256_set1_epi16(0x0110);  // 16 and 1
+  by_16(byte_count, [&](std::size_t at) KZV_AVX2 {
+    const __m256i sums = _mm256_maddubs_epi16(digit_values(load(digits + 2 * at)), kWeights);
+    const __m256i packed = in_order(_mm256_packus_epi16(sums, sums));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(bytes + at), _mm256_castsi256_si128(packed));
+  });
 }
 
 bool available() { return KZV_HAS(FEATURES); }
@@ -281,6 +313,7 @@ extern constexpr Level kLevel = {
     .find_pair = find_pair,
     .compact = compact,
     .add = add,
+    .compact_sums = compact_sums,
     .fill = fill,
     .decode_escapes = decode_escapes,
     .write_escapes = portable::write_escapes,

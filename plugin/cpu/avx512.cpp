@@ -127,6 +127,22 @@ KZV_AVX512 void add(const std::uint8_t *bytes, std::size_t blocks, const std::ui
   }
 }
 
+KZV_AVX512 std::size_t compact_sums(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *kept,
+                                    const std::uint64_t *where, std::uint8_t everywhere, std::uint8_t there,
+                                    std::uint8_t *output) {
+  const __m512i for_all = _mm512_set1_epi8(static_cast<char>(everywhere));
+  const __m512i for_some = _mm512_set1_epi8(static_cast<char>(there));
+  std::uint8_t *next = output;
+  for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
+    const __m512i text = _mm512_add_epi8(_mm512_loadu_si512(bytes), for_all);
+    const __m512i sums = _mm512_mask_add_epi8(text, where[i], text, for_some);
+    const bool whole = kept[i] == ~std::uint64_t{0};
+    _mm512_storeu_si512(next, whole ? sums : _mm512_maskz_compress_epi8(kept[i], sums));
+    next += __builtin_popcountll(kept[i]);
+  }
+  return static_cast<std::size_t>(next - output);
+}
+
 KZV_AVX512 void fill(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
                      std::uint8_t byte, std::uint8_t *output) {
   const __m512i filling = _mm512_set1_epi8(static_cast<char>(byte));
@@ -282,6 +298,7 @@ extern constexpr Level kLevel = {
     .find_pair = find_pair,
     .compact = compact,
     .add = add,
+    .compact_sums = compact_sums,
     .fill = fill,
     .decode_escapes = decode_escapes,
     .write_escapes = write_escapes,

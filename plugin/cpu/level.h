@@ -52,9 +52,14 @@ struct Level {
                          std::uint8_t *output);
 
   // Writes the bytes with `everywhere` added and, where bits are set, `there` as well, modulo 256. The output
-  // of this operation and of the next two may be the input itself.
+  // of this operation and of the next three may be the input itself.
   void (*add)(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
               std::uint8_t everywhere, std::uint8_t there, std::uint8_t *output);
+
+  // compact and add in one: writes those of the sums whose bits are set in `kept`.
+  std::size_t (*compact_sums)(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *kept,
+                              const std::uint64_t *where, std::uint8_t everywhere, std::uint8_t there,
+                              std::uint8_t *output);
 
   // Writes the bytes, replaced by `byte` where bits are set.
   void (*fill)(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where, std::uint8_t byte,

@@ -157,6 +157,23 @@ void add(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *whe
   }
 }
 
+std::size_t compact_sums(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *kept,
+                         const std::uint64_t *where, std::uint8_t everywhere, std::uint8_t there,
+                         std::uint8_t *output) {
+  std::uint8_t *next = output;
+  for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
+    if (kept[i] == ~std::uint64_t{0}) {
+      add(bytes, 1, where + i, everywhere, there, next);
+      next += kBlock;
+    } else {
+      std::array<std::uint8_t, kBlock> sums;
+      add(bytes, 1, where + i, everywhere, there, sums.data());
+      next += compact(sums.data(), 1, kept + i, next);
+    }
+  }
+  return static_cast<std::size_t>(next - output);
+}
+
 void fill(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where, std::uint8_t byte,
           std::uint8_t *output) {
   for (std::size_t at = 0; at < blocks * kBlock; at += 16) {
@@ -229,6 +246,12 @@ Bytes greater_of(Bytes a, Bytes b) { return a > b ? a : b; }
 
 bool any_above(Bytes bytes, std::uint8_t limit) {
   return mask_of(std::bit_cast<Bytes>(bytes > Bytes{} + limit)) != 0;
+}
+
+void from_hex(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *bytes) {
+  for (std::size_t i = 0; i < byte_count; ++i) {
+    bytes[i] = static_cast<std::uint8_t>(value_of(digits[2 * i]) << 4U | value_of(digits[2 * i + 1]));
+  }
 }
 
 bool available() { return true; }
@@ -311,12 +334,6 @@ void to_hex(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *dig
   }
 }
 
-void from_hex(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *bytes) {
-  for (std::size_t i = 0; i < byte_count; ++i) {
-    bytes[i] = static_cast<std::uint8_t>(value_of(digits[2 * i]) << 4U | value_of(digits[2 * i + 1]));
-  }
-}
-
 extern constexpr Level kLevel = {
     .name = "portable",
     .available = available,
@@ -329,6 +346,7 @@ extern constexpr Level kLevel = {
     .find_pair = find_pair,
     .compact = compact,
     .add = add,
+    .compact_sums = compact_sums,
     .fill = fill,
     .decode_escapes = decode_escapes,
     .write_escapes = write_escapes,

@@ -20,7 +20,6 @@ void load_partial(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_
 std::size_t write_escapes(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,
                           char introducer, std::uint8_t *output);
 void to_hex(const std::uint8_t *bytes, std::size_t byte_count, std::uint8_t *digits);
-void from_hex(const std::uint8_t *digits, std::size_t byte_count, std::uint8_t *bytes);
 
 }  // namespace portable
 

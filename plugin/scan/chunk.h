@@ -72,11 +72,15 @@ class Chunk {
 
   // Writes the bytes of `kept`, close together, to the output; returns their number. Padding is left out.
   std::size_t write_kept(Masks &kept) {
-    drop_padding(kept);
-    std::uint8_t *const to = padding() > 0 ? copy_ : output_;
-    const std::size_t count = cpu::level().compact(bytes_, blocks_, kept.data(), to);
-    if (padding() > 0) std::memcpy(output_, to, count);
-    return count;
+    return write(kept,
+                 [&](std::uint8_t *to) { return cpu::level().compact(bytes_, blocks_, kept.data(), to); });
+  }
+
+  // The same with each byte as add makes it.
+  std::size_t write_kept_sums(Masks &kept, const Masks &where, std::uint8_t everywhere, std::uint8_t there) {
+    return write(kept, [&](std::uint8_t *to) {
+      return cpu::level().compact_sums(bytes_, blocks_, kept.data(), where.data(), everywhere, there, to);
+    });
   }
 
   // Writes the chunk with `introducer` and two hex digits in place of each byte of `escaped`. Returns the
@@ -87,6 +91,16 @@ class Chunk {
   }
 
  private:
+  // Has `compact(to)` write the bytes of `kept`, padding left out.
+  template <typename Compact>
+  std::size_t write(Masks &kept, Compact compact) {
+    drop_padding(kept);
+    if (padding() == 0) return compact(output_);
+    const std::size_t count = compact(copy_);
+    std::memcpy(output_, copy_, count);
+    return count;
+  }
+
   // The rest of the text, at most 65 bytes: with one more, a block and its lookahead could be read in place.
   // It is changed where it is loaded, because padding might not fit into the output.
   void load_tail(std::size_t left) {
