@@ -95,6 +95,7 @@ TEST(Relations, HoldForChosenTexts) {
   relations::distances(many, many.substr(300) + many.substr(0, 300));
   relations::charset(std::string(16, '\x80'), u"", true);
   relations::sql("(true,false);tRuE\xC3True\0fALSE"s);
+  relations::bitwise(std::string(33'000, 't'), plain.substr(0, 40) + "b", 1);  // copies that are not doubled
   const std::string kilo(1023, 'a');
   relations::printable(kilo + " \x8D" + std::string(100, 'b'), 2'000'000);
   for (const std::string ends : {"\n\r", "\r\n\r", "=4z"})
