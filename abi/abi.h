@@ -71,4 +71,10 @@ static_assert(sizeof(double) == 8);
 #define KZV_CALLED_BY_HOST
 #endif
 
-extern "C" __attribute__((visibility("default"))) void REALPluginMain(REALresolver resolver);
+#if defined(_WIN32)
+#define KZV_EXPORTED __declspec(dllexport)
+#else
+#define KZV_EXPORTED __attribute__((visibility("default")))
+#endif
+
+extern "C" KZV_EXPORTED void REALPluginMain(REALresolver resolver);

@@ -2,85 +2,22 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cctype>
-#include <cerrno>
-#include <iconv.h>
-#include <map>
-#include <stdexcept>
-#include <strings.h>
-#include <utility>
+#include <cstring>
 
 namespace kzv::host {
 namespace {
 
-constexpr bool kLittleEndian = std::endian::native == std::endian::little;
-constexpr const char *kUTF16 = kLittleEndian ? "UTF-16LE" : "UTF-16BE";
-constexpr const char *kUTF32 = kLittleEndian ? "UTF-32LE" : "UTF-32BE";
-
 constexpr std::array<Encoding, 8> kEncodings = {{
-    {kEncodingUTF8, "UTF-8", "UTF-8", 1},
-    {kEncodingUTF16, "UTF-16", kUTF16, 2},
-    {kEncodingUTF32, "UTF-32", kUTF32, 4},
-    {kEncodingASCII, "ASCII", "US-ASCII", 1},
-    {kEncodingISO8859_1, "ISO-8859-1", "ISO-8859-1", 1},
-    {kEncodingWindows1252, "Windows-1252", "WINDOWS-1252", 1},
-    {kEncodingMacRoman, "MacRoman", "MACINTOSH", 1},
-    {kEncodingBytes, "bytes", nullptr, 1},
+    {kEncodingUTF8, "UTF-8"},
+    {kEncodingUTF16, "UTF-16"},
+    {kEncodingUTF32, "UTF-32"},
+    {kEncodingASCII, "ASCII"},
+    {kEncodingISO8859_1, "ISO-8859-1"},
+    {kEncodingWindows1252, "Windows-1252"},
+    {kEncodingMacRoman, "MacRoman"},
+    {kEncodingBytes, "bytes"},
 }};
-
-// One direction of iconv. Opening it costs more than most conversions, so each thread keeps those it opened.
-class Converter {
- public:
-  Converter(const char *to, const char *from) : handle_(iconv_open(to, from)) {
-    if (handle_ ==
-        reinterpret_cast<iconv_t>(-1)) {  // NOLINT(performance-no-int-to-ptr): iconv's own sign of failure
-      throw std::runtime_error(std::string("iconv cannot convert ") + from + " to " + to);
-    }
-  }
-  Converter(const Converter &) = delete;
-  Converter &operator=(const Converter &) = delete;
-  ~Converter() { iconv_close(handle_); }
-
-  // Converts `text`. Each `unit` bytes that iconv rejects become `substitute`; without a substitute there is
-  // then nothing to return.
-  std::optional<std::string> run(std::string_view text, std::size_t unit,
-                                 std::optional<std::string_view> substitute) {
-    std::string output;
-    auto *input = const_cast<char *>(text.data());
-    std::size_t left = text.size();
-    iconv(handle_, nullptr, nullptr, nullptr, nullptr);
-    while (left > 0) {
-      const int error = step(input, left, output);
-      if (error != EILSEQ && error != EINVAL) continue;
-      if (!substitute) return std::nullopt;
-      output += *substitute;
-      const std::size_t skipped = std::min(unit, left);
-      input += skipped;
-      left -= skipped;
-    }
-    return output;
-  }
-
- private:
-  // Converts up to one chunk; returns the error at which iconv stopped, or 0.
-  int step(char *&input, std::size_t &left, std::string &output) {
-    std::array<char, 4096> chunk;
-    char *next = chunk.data();
-    std::size_t space = chunk.size();
-    const bool failed = iconv(handle_, &input, &left, &next, &space) == static_cast<std::size_t>(-1);
-    const int error = failed ? errno : 0;
-    output.append(chunk.data(), next);
-    return error;
-  }
-
-  iconv_t handle_;
-};
-
-Converter &converter(const char *to, const char *from) {
-  thread_local std::map<std::pair<const char *, const char *>, Converter> converters;
-  return converters.try_emplace({to, from}, to, from).first->second;
-}
 
 // "utf8" and "UTF-8" are one name.
 std::string letters_and_digits(std::string_view name) {
@@ -94,46 +31,173 @@ std::string letters_and_digits(std::string_view name) {
 
 constexpr char32_t kReplacementCharacter = 0xFFFD;
 
-// iconv maps two characters of Mac OS Roman as older revisions of that set did.
-struct Revised {
-  char32_t iconvs;
-  char32_t actual;
+constexpr bool is_surrogate(char32_t unit) { return unit >= 0xD800 && unit < 0xE000; }
+constexpr bool is_character(char32_t value) { return value < 0x110000 && !is_surrogate(value); }
+
+// The characters of the bytes from kFirst on; below, and after the table's end, a byte is its own character.
+// A byte without a character has U+FFFD.
+template <std::size_t kSize>
+struct ByteSet {
+  char32_t first;
+  std::array<char16_t, kSize> characters;
 };
-constexpr std::array<Revised, 2> kRevisedMacRoman = {{{0x394, 0x2206}, {0xE01E, 0xF8FF}}};
 
-// iconv drops tag characters in a conversion to an 8-bit set.
-constexpr bool is_tag(char32_t character) { return character >= 0xE0000 && character <= 0xE007F; }
+constexpr ByteSet<32> kWindows1252 = {
+    0x80, {0x20AC, 0xFFFD, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+           0x2039, 0x0152, 0xFFFD, 0x017D, 0xFFFD, 0xFFFD, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+           0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0xFFFD, 0x017E, 0x0178}};
 
-// Prepares characters for iconv, so that it writes `target` correctly: a revised character becomes the one
-// that iconv knows, and one that the target cannot represent becomes U+FFFD.
-void prepare_for(const Encoding &target, std::u32string &characters) {
-  for (char32_t &character : characters) {
-    if (target.unit == 1 && target.number != kEncodingUTF8 && is_tag(character))
-      character = kReplacementCharacter;
-    if (target.number != kEncodingMacRoman) continue;
-    for (const Revised &revised : kRevisedMacRoman) {
-      if (character == revised.actual) {
-        character = revised.iconvs;
-      } else if (character == revised.iconvs) {
-        character = kReplacementCharacter;
-      }
-    }
+constexpr ByteSet<128> kMacRoman = {
+    0x80,
+    {0x00C4, 0x00C5, 0x00C7, 0x00C9, 0x00D1, 0x00D6, 0x00DC, 0x00E1, 0x00E0, 0x00E2, 0x00E4, 0x00E3, 0x00E5,
+     0x00E7, 0x00E9, 0x00E8, 0x00EA, 0x00EB, 0x00ED, 0x00EC, 0x00EE, 0x00EF, 0x00F1, 0x00F3, 0x00F2, 0x00F4,
+     0x00F6, 0x00F5, 0x00FA, 0x00F9, 0x00FB, 0x00FC, 0x2020, 0x00B0, 0x00A2, 0x00A3, 0x00A7, 0x2022, 0x00B6,
+     0x00DF, 0x00AE, 0x00A9, 0x2122, 0x00B4, 0x00A8, 0x2260, 0x00C6, 0x00D8, 0x221E, 0x00B1, 0x2264, 0x2265,
+     0x00A5, 0x00B5, 0x2202, 0x2211, 0x220F, 0x03C0, 0x222B, 0x00AA, 0x00BA, 0x03A9, 0x00E6, 0x00F8, 0x00BF,
+     0x00A1, 0x00AC, 0x221A, 0x0192, 0x2248, 0x2206, 0x00AB, 0x00BB, 0x2026, 0x00A0, 0x00C0, 0x00C3, 0x00D5,
+     0x0152, 0x0153, 0x2013, 0x2014, 0x201C, 0x201D, 0x2018, 0x2019, 0x00F7, 0x25CA, 0x00FF, 0x0178, 0x2044,
+     0x20AC, 0x2039, 0x203A, 0xFB01, 0xFB02, 0x2021, 0x00B7, 0x201A, 0x201E, 0x2030, 0x00C2, 0x00CA, 0x00C1,
+     0x00CB, 0x00C8, 0x00CD, 0x00CE, 0x00CF, 0x00CC, 0x00D3, 0x00D4, 0xF8FF, 0x00D2, 0x00DA, 0x00DB, 0x00D9,
+     0x0131, 0x02C6, 0x02DC, 0x00AF, 0x02D8, 0x02D9, 0x02DA, 0x00B8, 0x02DD, 0x02DB, 0x02C7}};
+
+constexpr ByteSet<0> kISO8859_1 = {0x100, {}};
+
+constexpr ByteSet<128> kASCII = [] {
+  ByteSet<128> ascii{0x80, {}};
+  ascii.characters.fill(kReplacementCharacter);
+  return ascii;
+}();
+
+// Each reader gives the characters of a text to `take`, U+FFFD for every unit that is malformed.
+template <std::size_t kSize, typename Take>
+void read_bytes(const ByteSet<kSize> &set, std::string_view text, Take take) {
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    const std::size_t at = byte - set.first;  // beyond any table for the bytes below
+    take(at < kSize ? char32_t{set.characters[at]} : char32_t{byte});
   }
 }
 
-// Corrects characters that iconv has read from `source`.
-void correct_from(const Encoding &source, std::u32string &characters) {
-  if (source.number != kEncodingMacRoman) return;
-  for (char32_t &character : characters) {
-    for (const Revised &revised : kRevisedMacRoman) {
-      if (character == revised.iconvs) character = revised.actual;
+template <typename Take>
+void read_utf8(std::string_view text, Take take) {
+  const auto byte_at = [&](std::size_t at) { return static_cast<unsigned char>(text[at]); };
+  for (std::size_t at = 0; at < text.size();) {
+    char32_t value = byte_at(at);
+    std::size_t length = 1;
+    if (value >= 0xC2 && value < 0xF5) length = value < 0xE0 ? 2 : value < 0xF0 ? 3 : 4;
+    bool whole = (value < 0x80 || length > 1) && length <= text.size() - at;
+    if (length > 1) value &= 0x7FU >> length;
+    for (std::size_t k = 1; k < length && whole; ++k) {
+      whole = (byte_at(at + k) & 0xC0) == 0x80;
+      value = value << 6 | (byte_at(at + k) & 0x3F);
     }
+    constexpr std::array<char32_t, 5> kLeast = {0, 0, 0x80, 0x800, 0x10000};
+    whole = whole && value >= kLeast[length] && is_character(value);
+    take(whole ? value : kReplacementCharacter);
+    at += whole ? length : 1;
   }
 }
 
-bool is_unicode(const Encoding &encoding) {
-  return encoding.number == kEncodingUTF8 || encoding.number == kEncodingUTF16 ||
-         encoding.number == kEncodingUTF32;
+// The code units of a text; a last one that is cut short is malformed.
+template <typename Unit, typename Take>
+void read_units(std::string_view text, Take take) {
+  for (; text.size() >= sizeof(Unit); text.remove_prefix(sizeof(Unit))) {
+    Unit unit;
+    std::memcpy(&unit, text.data(), sizeof unit);
+    take(char32_t{unit});
+  }
+  if (!text.empty()) take(char32_t{0xD800});
+}
+
+template <typename Take>
+void read_utf16(std::string_view text, Take take) {
+  char32_t high = 0;  // a surrogate that waits for the other
+  const auto end_high = [&] {
+    if (high != 0) take(kReplacementCharacter);
+    high = 0;
+  };
+  read_units<char16_t>(text, [&](char32_t unit) {
+    if (high != 0 && unit >= 0xDC00 && unit < 0xE000) {
+      take(0x10000 + ((high - 0xD800) << 10 | (unit - 0xDC00)));
+      high = 0;
+      return;
+    }
+    end_high();
+    if (unit >= 0xD800 && unit < 0xDC00) {
+      high = unit;
+    } else {
+      take(is_surrogate(unit) ? kReplacementCharacter : unit);
+    }
+  });
+  end_high();
+}
+
+template <typename Take>
+void read(REALencoding encoding, std::string_view text, Take take) {
+  switch (encoding) {
+    case kEncodingUTF8:
+      return read_utf8(text, take);
+    case kEncodingUTF16:
+      return read_utf16(text, take);
+    case kEncodingUTF32:
+      return read_units<char32_t>(
+          text, [&](char32_t unit) { take(is_character(unit) ? unit : kReplacementCharacter); });
+    case kEncodingASCII:
+      return read_bytes(kASCII, text, take);
+    case kEncodingISO8859_1:
+      return read_bytes(kISO8859_1, text, take);
+    case kEncodingWindows1252:
+      return read_bytes(kWindows1252, text, take);
+    default:
+      return read_bytes(kMacRoman, text, take);
+  }
+}
+
+template <typename Unit>
+void append_unit(Unit unit, std::string &output) {
+  std::array<char, sizeof unit> bytes;
+  std::memcpy(bytes.data(), &unit, sizeof unit);
+  output.append(bytes.data(), bytes.size());
+}
+
+void append_utf8(char32_t character, std::string &output) {
+  const auto continuation = [&](unsigned shift) {
+    output += static_cast<char>(0x80 | (character >> shift & 0x3F));
+  };
+  if (character < 0x80) {
+    output += static_cast<char>(character);
+  } else if (character < 0x800) {
+    output += static_cast<char>(0xC0 | character >> 6);
+    continuation(0);
+  } else if (character < 0x10000) {
+    output += static_cast<char>(0xE0 | character >> 12);
+    continuation(6);
+    continuation(0);
+  } else {
+    output += static_cast<char>(0xF0 | character >> 18);
+    continuation(12);
+    continuation(6);
+    continuation(0);
+  }
+}
+
+void append_utf16(char32_t character, std::string &output) {
+  if (character < 0x10000) return append_unit(static_cast<char16_t>(character), output);
+  append_unit(static_cast<char16_t>(0xD800 + ((character - 0x10000) >> 10)), output);
+  append_unit(static_cast<char16_t>(0xDC00 + ((character - 0x10000) & 0x3FF)), output);
+}
+
+template <std::size_t kSize>
+void append_byte(const ByteSet<kSize> &set, char32_t character, std::string &output) {
+  const bool own_byte = character < set.first || (character >= set.first + kSize && character < 0x100);
+  if (own_byte) {
+    output += static_cast<char>(character);
+  } else {
+    const auto found = std::ranges::find(set.characters, character);
+    const bool held = character != kReplacementCharacter && found != set.characters.end();
+    output +=
+        held ? static_cast<char>(set.first + static_cast<char32_t>(found - set.characters.begin())) : '?';
+  }
 }
 
 }  // namespace
@@ -155,26 +219,37 @@ const Encoding *find_encoding(std::string_view name) {
 }
 
 std::optional<std::string> convert(std::string_view text, REALencoding from, REALencoding to) {
-  const Encoding *const source = find_encoding(from);
-  const Encoding *const target = find_encoding(to);
-  if (source == nullptr || target == nullptr) return std::nullopt;
-  if (from == to || source->charset == nullptr || target->charset == nullptr) return std::string(text);
-  // Most text needs neither corrections nor substitutes.
-  if (is_unicode(*target) && source->number != kEncodingMacRoman) {
-    auto direct = converter(target->charset, source->charset).run(text, source->unit, std::nullopt);
-    if (direct) return direct;
+  if (find_encoding(from) == nullptr || find_encoding(to) == nullptr) return std::nullopt;
+  if (from == to || from == kEncodingBytes || to == kEncodingBytes) return std::string(text);
+  std::string output;
+  output.reserve(text.size());
+  const auto write = [&](auto append) { read(from, text, [&](char32_t each) { append(each, output); }); };
+  const auto write_bytes = [&](const auto &set) {
+    write([&](char32_t each, std::string &to_end) { append_byte(set, each, to_end); });
+  };
+  switch (to) {
+    case kEncodingUTF8:
+      write(append_utf8);
+      break;
+    case kEncodingUTF16:
+      write(append_utf16);
+      break;
+    case kEncodingUTF32:
+      write(append_unit<char32_t>);
+      break;
+    case kEncodingASCII:
+      write_bytes(kASCII);
+      break;
+    case kEncodingISO8859_1:
+      write_bytes(kISO8859_1);
+      break;
+    case kEncodingWindows1252:
+      write_bytes(kWindows1252);
+      break;
+    default:
+      write_bytes(kMacRoman);
   }
-  // By way of UTF-32, which separates malformed input from characters that the target cannot represent.
-  const std::string_view replacement(reinterpret_cast<const char *>(&kReplacementCharacter),
-                                     sizeof kReplacementCharacter);
-  const auto read = converter(kUTF32, source->charset).run(text, source->unit, replacement);
-  std::u32string characters(read->size() / sizeof(char32_t), U'\0');
-  read->copy(reinterpret_cast<char *>(characters.data()), read->size());
-  correct_from(*source, characters);
-  prepare_for(*target, characters);
-  return converter(target->charset, kUTF32)
-      .run({reinterpret_cast<const char *>(characters.data()), characters.size() * sizeof(char32_t)},
-           sizeof(char32_t), "?");
+  return output;
 }
 
 }  // namespace kzv::host

@@ -15,9 +15,7 @@ inline constexpr REALencoding kEncodingISO8859_1 = 0x201;
 
 struct Encoding {
   REALencoding number;
-  const char *name;     // as users type it
-  const char *charset;  // as iconv calls it; null for bytes without an encoding
-  std::size_t unit;     // bytes
+  const char *name;  // as users type it
 };
 
 std::span<const Encoding> encodings();

@@ -1,6 +1,7 @@
 // A plugin's library that can be reset to what it was after loading: loading it again takes long.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <dlfcn.h>
 #include <link.h>
@@ -29,7 +30,7 @@ class Loaded {
  private:
   using Memory = std::span<std::uint64_t>;
 
-  // The writable segment, without what the dynamic linker has made read-only.
+  // The last writable segment, without what the dynamic linker has made read-only.
   static Memory find_memory(PluginFile::Main main) {
     Dl_info library;
     if (dladdr(reinterpret_cast<void *>(main), &library) == 0) return {};
@@ -41,7 +42,10 @@ class Loaded {
     for (const ElfW(Phdr) & segment : std::span(segments, header->e_phnum)) {
       std::uint8_t *const segment_end = base + segment.p_vaddr + segment.p_memsz;
       if (segment.p_type == PT_GNU_RELRO) start = segment_end;
-      if (segment.p_type == PT_LOAD && (segment.p_flags & PF_W) != 0) end = segment_end;
+      if (segment.p_type == PT_LOAD && (segment.p_flags & PF_W) != 0) {
+        start = std::max(start, base + segment.p_vaddr);
+        end = segment_end;
+      }
     }
     return {reinterpret_cast<std::uint64_t *>(start), static_cast<std::size_t>(end - start) / 8};
   }
