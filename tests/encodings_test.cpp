@@ -65,7 +65,7 @@ TEST(Encodings, AreThoseOfTheCLibrary) {
       if (from.number == to.number) continue;
       for (int round = 0; round < 150; ++round) {
         // Few different bytes, so that sequences are often almost whole.
-        std::string text(random() % 24, '\0');
+        std::string text(static_cast<std::size_t>(random() % 24), '\0');
         for (char &c : text) c = "\xF0\x9F\x98\x80\xED\xA0\xD8\xDC\0aC\xE2\x82\xAC\xF4\x8F"[random() % 16];
         if (round % 3 == 0) {
           for (char &c : text) c = static_cast<char>(random());
