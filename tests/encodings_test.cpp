@@ -23,7 +23,7 @@ constexpr Known kKnown[] = {{kEncodingUTF8, "UTF-8", 1},           {kEncodingUTF
 // Converts by iconv; each unit that it rejects becomes `substitute`.
 std::string by_iconv(std::string text, const char *from, const char *to, std::size_t unit,
                      std::string_view substitute) {
-  const iconv_t handle = iconv_open(to, from);
+  auto *const handle = iconv_open(to, from);
   std::string output(text.size() * 8 + 8, '\0');
   char *next = output.data();
   std::size_t space = output.size();
