@@ -1,8 +1,8 @@
-# What makes a fault harder to exploit, in every plugin and program. Tests read it from the files.
+# What makes a fault harder to exploit, in every plugin and program; tests/hardening reads it from the files.
 add_compile_options(-fstack-protector-strong)
-if(NOT KZV_SANITIZERS)
-  # Sanitizers have checks of their own; without optimisation the headers warn.
-  add_compile_options($<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+# Sanitizers have checks of their own; without optimisation the headers warn.
+if(NOT KZV_SANITIZERS AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+  add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
 endif()
 if(WIN32)
   # The option again, for the library that the check is in.

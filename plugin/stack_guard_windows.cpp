@@ -5,7 +5,8 @@
 
 extern "C" {
 
-std::uintptr_t __stack_chk_guard;  // NOLINT(*-reserved-identifier): the compiler's name, as is the next
+// The names are the compiler's.
+std::uintptr_t __stack_chk_guard;
 [[noreturn]] void __stack_chk_fail();
 
 }  // extern "C"
@@ -14,8 +15,8 @@ void __stack_chk_fail() { __builtin_trap(); }
 
 namespace {
 
-// Before the other initialisers. No protected function is running then; this one holds no array.
-[[gnu::constructor(101), gnu::optimize("no-stack-protector")]] void choose_guard() {
+// Before the other initialisers, and without the check, which would see the guard change.
+[[gnu::constructor(101), gnu::no_stack_protector]] void choose_guard() {
   LARGE_INTEGER ticks;
   FILETIME time;
   QueryPerformanceCounter(&ticks);

@@ -192,18 +192,7 @@ KZV_AVX2 void add(const std::uint8_t *bytes, std::size_t blocks, const std::uint
 KZV_AVX2 std::size_t compact_sums(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *kept,
                                   const std::uint64_t *where, std::uint8_t everywhere, std::uint8_t there,
                                   std::uint8_t *output) {
-  std::uint8_t *next = output;
-  for (std::size_t i = 0; i < blocks; ++i, bytes += kBlock) {
-    if (kept[i] == ~std::uint64_t{0}) {
-      add(bytes, 1, where + i, everywhere, there, next);
-      next += kBlock;
-    } else {
-      std::array<std::uint8_t, kBlock> sums;
-      add(bytes, 1, where + i, everywhere, there, sums.data());
-      next += compact(sums.data(), 1, kept + i, next);
-    }
-  }
-  return static_cast<std::size_t>(next - output);
+  return compact_each_sum<add, compact>(bytes, blocks, kept, where, everywhere, there, output);
 }
 
 KZV_AVX2 void fill(const std::uint8_t *bytes, std::size_t blocks, const std::uint64_t *where,

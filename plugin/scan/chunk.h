@@ -141,21 +141,30 @@ inline constexpr std::size_t kWriteAfterEscaped = 2 * cpu::kBlock;
 // What a chunk becomes at most if every byte is escaped.
 using EscapedChunk = std::array<std::uint8_t, 3 * kChunkBlocks * cpu::kBlock + kWriteAfterEscaped>;
 
-// Has `choose(chunk, kept)` set the masks of the bytes to keep of each chunk, which it may change first.
-// Padding is never kept, whatever its bits. The output holds as many bytes as the input; returns the number
-// written.
-template <typename Choose>
-std::size_t keep(ByteView input, Choose choose, ByteBuffer output) {
+// Has `write(chunk)` write what becomes of each chunk, at most as many bytes as it has; the output holds as
+// many as the input. Returns the number written.
+template <typename Write>
+std::size_t write_chunks(ByteView input, Write write, ByteBuffer output) {
   assert(output.size() >= input.size());
-  Masks kept;
   std::size_t written = 0;
   for (std::size_t at = 0; at < input.size();) {
     Chunk chunk(input, at, output.data() + written);
-    choose(chunk, kept);
-    written += chunk.write_kept(kept);
+    written += write(chunk);
     at += chunk.size();
   }
   return written;
+}
+
+// Has `choose(chunk, kept)` set the masks of the bytes to keep of each chunk, which it may change first.
+// Padding is never kept, whatever its bits. The output and the result are as above.
+template <typename Choose>
+std::size_t keep(ByteView input, Choose choose, ByteBuffer output) {
+  const auto write = [&](Chunk &chunk) {
+    Masks kept;
+    choose(chunk, kept);
+    return chunk.write_kept(kept);
+  };
+  return write_chunks(input, write, output);
 }
 
 }  // namespace kzv::scan

@@ -42,15 +42,13 @@ void choose(const scan::Chunk &chunk, std::uint64_t &carry, scan::Masks &kept, s
 
 std::size_t decode(ByteView input, ByteBuffer output) {
   std::uint64_t carry = 0;
-  std::size_t written = 0;
-  for (std::size_t at = 0; at < input.size();) {
-    scan::Chunk chunk(input, at, output.data() + written);
+  const auto write = [&](scan::Chunk &chunk) {
     scan::Masks kept;
     scan::Masks escaped;
     choose(chunk, carry, kept, escaped);
-    written += chunk.write_kept_sums(kept, escaped, 256 - kOffset, 256 - kEscapedOffset);
-    at += chunk.size();
-  }
+    return chunk.write_kept_sums(kept, escaped, 256 - kOffset, 256 - kEscapedOffset);
+  };
+  std::size_t written = scan::write_chunks(input, write, output);
   if (ends_in_escape(input)) output[written++] = static_cast<std::uint8_t>(0 - kOffset - kEscapedOffset);
   return written;
 }
